@@ -1,0 +1,240 @@
+#include "discovery_udp.h"
+
+#include "report.h"
+
+#include <boost/asio/error.hpp>
+#include <boost/asio/ip/multicast.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/make_shared.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <future>
+#include <net/if.h>
+#include <sys/socket.h>
+
+using boost::asio::ip::make_address_v4;
+using boost::asio::ip::udp;
+using boost::system::error_code;
+
+namespace kx {
+
+using log::kLogError;
+using log::kLogInfo;
+using log::kLogWarning;
+using log::Report;
+
+namespace {
+
+constexpr int kMulticastTtl = 32;
+constexpr int kSocketBufferSize = 1024 * 1024;
+
+// Seconds before a restart: 3, 6, 12, ... 384, and 384 from then on.
+constexpr std::int32_t kFirstRetryDelay = 3;
+constexpr std::int32_t kRetryDoublingBound = 299;
+
+/// Counts as a cancelled wait, whatever the error's category.
+constexpr int kAbortedValue = 1236;
+
+/// How long a final stop waits for an endpoint's Bye and teardown together.
+constexpr auto kStopBound = 49 * kPollInterval;
+
+} // namespace
+
+bool WasCancelled(const error_code& error)
+{
+    return error == boost::asio::error::operation_aborted;
+}
+
+CDiscoveryUdp::CDiscoveryUdp(boost::asio::io_context& service, const AdapterRecord& record,
+                             const EndpointDescription& advertised, std::int32_t multicast,
+                             const std::string& group, std::uint16_t discoveryPort)
+    : ioService(service),
+      adapter(record),
+      description(advertised),
+      multicastEnabled(multicast),
+      groupAddress(make_address_v4(group)),
+      port(discoveryPort),
+      groupEndpoint(groupAddress, port),
+      localEndpoint(make_address_v4(record.ipAddress), multicastEnabled ? port : 0),
+      socket(ioService),
+      receiveBuffer(kReceiveBufferSize + sizeof('\0')),
+      retryDelaySeconds(kFirstRetryDelay),
+      retryTimer(ioService),
+      activityTimer(ioService)
+{
+    description.mac = adapter.macAddress;
+}
+
+CDiscoveryUdp::~CDiscoveryUdp()
+{
+    CloseSocketAndTimers();
+}
+
+void CDiscoveryUdp::Restart()
+{
+    activitySeen = false;
+    closing = false;
+    Report(log, kLogInfo, "Restarting discovery on interface ", adapter.ipAddress);
+
+    if (!SetUpSocket()) {
+        ScheduleRetry();
+        return;
+    }
+    if (multicastEnabled)
+        ArmActivityTimer();
+    StartReceive();
+    SendHello();
+}
+
+/// One step, one check; false when an essential step failed, which has then been reported.
+bool CDiscoveryUdp::SetUpSocket()
+{
+    error_code error;
+    socket.open(localEndpoint.protocol(), error);
+    if (error) {
+        Report(log, kLogError, "Failed to open listening socket on ", adapter.ipAddress,
+               ". Error: ", error.message(), " (", error, ")");
+        return false;
+    }
+    if (!BindToDevice())
+        return false;
+
+    socket.set_option(udp::socket::reuse_address(true), error);
+    if (error) {
+        Report(log, kLogError,
+               "Failed to set socket option SO_REUSEADDR. Error: ", error.message());
+        return false;
+    }
+    socket.set_option(boost::asio::ip::multicast::hops(kMulticastTtl), error);
+    if (error) {
+        Report(log, kLogWarning, "Failed to set IP_MULTICAST_TTL=", kMulticastTtl, ". Error (",
+               error, "): ", error.message());
+    }
+    socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize), error);
+    if (error) {
+        Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
+               "): ", error.message());
+    }
+    // The wildcard: bound to the adapter's own address it would not receive for the group.
+    socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
+    if (error) {
+        Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
+        return false;
+    }
+    if (!multicastEnabled)
+        return true;
+
+    JoinGroup(error);
+    if (error) {
+        Report(log, kLogError, "Failed to set IP_ADD_MEMBERSHIP. Error (", error,
+               "): ", error.message());
+        return false;
+    }
+    Report(log, kLogInfo, "Joined multicast group ", groupAddress, " on ", adapter.ipAddress);
+    return true;
+}
+
+/// Binds the socket to the adapter's device, SO_BINDTODEVICE of socket(7).
+bool CDiscoveryUdp::BindToDevice()
+{
+    ifreq request{};
+    static_assert(sizeof(request) == 40);
+    static_assert(sizeof(request.ifr_name) == 16);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-security"
+    // Deliberate: the device name is the format itself, so a "%" in it is formatted, not copied.
+    // The name is the server's own, and servers rely on "%%" standing for one "%".
+    std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
+#pragma GCC diagnostic pop
+    if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <
+        0) {
+        const int error = errno;
+        Report(log, kLogError, "Error binding to socket using SO_BINDTODEVICE: ", error);
+        return false;
+    }
+    return true;
+}
+
+void CDiscoveryUdp::JoinGroup(error_code& error)
+{
+    socket.set_option(
+        boost::asio::ip::multicast::join_group(groupAddress, localEndpoint.address().to_v4()),
+        error);
+}
+
+void CDiscoveryUdp::ScheduleRetry()
+{
+    restartPending = true;
+    Report(log, kLogInfo, "Retrying on interface ", adapter.ipAddress);
+    StopOperations(false);
+    retryTimer.expires_after(std::chrono::seconds(retryDelaySeconds));
+    if (stopping)
+        return;
+    ++pendingOps;
+    retryTimer.async_wait([this](const error_code& error) { OnRetryTimer(error); });
+}
+
+// waiting --cancelled or stopping--> idle
+//         --wait failed-----------> waiting, longer
+//         --expired---------------> Restart
+void CDiscoveryUdp::OnRetryTimer(const error_code& error)
+{
+    --pendingOps;
+    restartPending = false;
+
+    // Deliberate: 1236 counts as cancelled whatever its category.
+    if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
+        return;
+
+    // Deliberate: never shrinks, not even after a good restart.
+    if (retryDelaySeconds <= kRetryDoublingBound)
+        retryDelaySeconds *= 2;
+
+    if (error)
+        ScheduleRetry();
+    else
+        Restart();
+}
+
+void CDiscoveryUdp::StopOperations(bool final)
+{
+    Report(log, kLogInfo, "Stopping all socket and timer operations on ", adapter.ipAddress, ":",
+           port);
+    if (!final) {
+        closing = true;
+        CloseSocketAndTimers();
+        return;
+    }
+    stopping = true;
+    closing = true;
+
+    // Handed to the I/O thread, behind the Bye and behind any handler that saw `stopping` unset:
+    // see the class. Counted, so that nobody takes the endpoint for idle before it has run.
+    const auto tornDown = boost::make_shared<std::promise<void>>();
+    ++pendingOps;
+    boost::asio::post(ioService, [this, tornDown] {
+        CloseSocketAndTimers();
+        tornDown->set_value();
+        --pendingOps;
+    });
+    tornDown->get_future().wait_for(kStopBound);
+
+    // The I/O thread may be held inside a log record or a blocked Bye. Its socket stays open until
+    // it is free to close it itself; the Bye must not go out that late.
+    byeDone = true;
+}
+
+void CDiscoveryUdp::CloseSocketAndTimers()
+{
+    activityTimer.cancel();
+    retryTimer.cancel();
+    if (!socket.is_open())
+        return;
+    error_code ignored;
+    socket.cancel(ignored);
+    socket.shutdown(udp::socket::shutdown_both, ignored);
+    socket.close(ignored);
+}
+
+} // namespace kx

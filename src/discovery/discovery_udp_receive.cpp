@@ -1,0 +1,90 @@
+#include "discovery_udp.h"
+#include "report.h"
+#include "text.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/make_shared.hpp>
+
+using boost::system::error_code;
+
+namespace kx {
+
+using log::kLogError;
+using log::kLogInfo;
+using log::Report;
+
+namespace {
+
+/// Marks a datagram that did not fit, whatever the error's category.
+constexpr int kReceiveTooSmall = 234;
+
+} // namespace
+
+void CDiscoveryUdp::StartReceive()
+{
+    ++pendingReceives;
+    ++pendingOps;
+    socket.async_receive_from(
+        boost::asio::buffer(receiveBuffer.data(), kReceiveBufferSize), senderEndpoint,
+        [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
+}
+
+// receiving --stopping or closing--> idle
+//           --datagram-------------> receiving, or sending an answer (OnSendComplete goes on)
+//           --too large------------> receiving
+//           --failed---------------> back-off
+void CDiscoveryUdp::OnReceive(const error_code& error, std::size_t length)
+{
+    --pendingReceives;
+    --pendingOps;
+    if (stopping || closing)
+        return;
+
+    if (error.value() == 0) {
+        OnDatagram(length);
+    } else if (error.value() == kReceiveTooSmall) {
+        Report(log, kLogInfo, "Buffer is too small for the message from ", senderEndpoint,
+               ". Ignoring message");
+        StartReceive();
+    } else {
+        Report(log, kLogError, "Receive Error: ", error.message(), " (", error.value(), ")");
+        if (!restartPending)
+            ScheduleRetry();
+    }
+}
+
+void CDiscoveryUdp::OnDatagram(std::size_t length)
+{
+    receiveBuffer[length] = '\0';
+    std::string messageId;
+    std::string typesText;
+    std::string action;
+    if (multicastEnabled && soap &&
+        soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1) {
+        NoteActivity();
+        AnswerProbe(messageId, typesText);
+        return;
+    }
+    // Any Hello or Probe shows that the membership works, our own Hello included. Deliberate: a Bye
+    // or an answer does not.
+    if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
+        NoteActivity();
+    StartReceive();
+}
+
+/// Sends the answer straight back to the prober.
+///
+/// Deliberate: at once, without the random delay of WS-Discovery (April 2005) 2.4, and every time,
+/// without looking for duplicates. No receive is started here: OnSendComplete does that, so one
+/// answer is on its way at a time and what arrives meanwhile waits in the socket's buffer.
+void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
+{
+    Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", senderEndpoint);
+    const auto answer = boost::make_shared<std::string>();
+    soap->ProbeMatches(messageId, description, *answer);
+    sendDestination = senderEndpoint;
+    Report(log, kLogInfo, "Send ProbeMatch to ", sendDestination);
+    SendMessage(answer);
+}
+
+} // namespace kx

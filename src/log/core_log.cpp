@@ -1,0 +1,49 @@
+#include "core_log.h"
+
+#include "print_document.h"
+#include "send_to_host.h"
+
+#include <tinyxml2.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <iostream>
+
+namespace kx::log {
+namespace {
+
+/// Bytes of a message with its terminating NUL; what is longer is cut.
+constexpr std::size_t kMessageSize = 512;
+
+__attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const char* format, ...)
+{
+    char message[kMessageSize];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(message, sizeof(message), format, arguments);
+    va_end(arguments);
+
+    if (level == kLogLocal) {
+        std::cerr << message << std::endl;
+        return;
+    }
+    tinyxml2::XMLDocument document;
+    document.InsertEndChild(document.NewDeclaration());
+    tinyxml2::XMLElement* record = document.NewElement("log_msg");
+    record->SetAttribute("level", level);
+    record->SetText(message);
+    document.InsertEndChild(record);
+    SendToHost(kLogCommand, PrintDocument(document));
+}
+
+} // namespace
+
+CCoreLog g_coreLog;
+
+void CCoreLog::Log(std::int32_t level, const std::string& text)
+{
+    // Never as the format itself: a "%" in a message is text.
+    LogPrintf(level, "%s", text.c_str());
+}
+
+} // namespace kx::log

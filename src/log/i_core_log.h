@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kx::log {
+
+/// Levels of log records. Nothing is filtered: all but kLogLocal reach the host, whatever the
+/// value.
+inline constexpr std::int32_t kLogLocal = 0;    ///< standard error of the process alone
+inline constexpr std::int32_t kLogInfo = 25;    ///< progress
+inline constexpr std::int32_t kLogWarning = 50; ///< failures that are tolerated
+inline constexpr std::int32_t kLogError = 75;   ///< failures
+
+/// Where the plug-in's components report to.
+class ICoreLog {
+public:
+    ICoreLog() = default;
+    ICoreLog(const ICoreLog&) = delete;
+    ICoreLog& operator=(const ICoreLog&) = delete;
+    virtual ~ICoreLog() = default;
+
+    /// Files one record.
+    ///
+    /// @param text  the message, without a trailing newline
+    ///
+    /// Synchronous. Threads: any, also at once; records of one thread keep their order.
+    virtual void Log(std::int32_t level, const std::string& text) = 0;
+};
+
+} // namespace kx::log

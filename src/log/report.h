@@ -1,0 +1,25 @@
+#pragma once
+
+#include "i_core_log.h"
+#include "text.h"
+
+#include <iostream>
+
+namespace kx::log {
+
+/// Composes a message and files it: the one way in which a component reports.
+///
+/// @param sink  null: the message goes to standard output, whatever its level
+///
+/// Threads: any.
+template <class... Pieces>
+void Report(ICoreLog* sink, std::int32_t level, const Pieces&... pieces)
+{
+    const std::string text = Compose(pieces...);
+    if (sink)
+        sink->Log(level, text);
+    else
+        std::cout << text << std::endl;
+}
+
+} // namespace kx::log

@@ -1,0 +1,37 @@
+#include "send_to_host.h"
+
+#include <atomic>
+
+namespace kx {
+namespace {
+
+/// Atomic because a second Load may come while the I/O thread logs.
+std::atomic<HostCallback> hostCallback{nullptr};
+
+} // namespace
+
+void SetHostCallback(HostCallback callback)
+{
+    hostCallback = callback;
+}
+
+std::uint32_t SendToHost(std::uint64_t command, const std::string& text)
+{
+    HostRequest request{};
+    request.size = sizeof(request);
+    request.fixed4 = 1;
+    request.dataLength = static_cast<std::uint32_t>(text.size() + 1);
+    request.data = text.c_str();
+    request.sender = kModuleId;
+    request.command = command;
+    request.fixed48 = 0x1000010;
+
+    HostReply reply{};
+    reply.size = sizeof(reply);
+    reply.fixed4 = 1;
+
+    hostCallback.load()(&request, &reply);
+    return reply.status;
+}
+
+} // namespace kx

@@ -1,0 +1,104 @@
+#include "discovery_soap.h"
+#include "text.h"
+#include "uris.h"
+
+#include <cstring>
+
+using tinyxml2::XMLAttribute;
+using tinyxml2::XMLDocument;
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+using tinyxml2::XMLText;
+
+namespace kx {
+namespace {
+
+constexpr char kNamespaceDeclaration[] = "xmlns:";
+
+bool StartsWith(const char* text, const char* start)
+{
+    return std::strncmp(text, start, std::strlen(start)) == 0;
+}
+
+/// First child element with the qualified name; null when the parent is null or has none.
+const XMLElement* Child(const XMLElement* parent, const std::string& name)
+{
+    return parent ? parent->FirstChildElement(name.c_str()) : nullptr;
+}
+
+/// Copies an element's text: its first child, when that is text.
+///
+/// Deliberate: not XMLElement::GetText, which since tinyxml2 8.1 skips comments before the text;
+/// an element that opens with a comment has no text here, whatever the library's edition.
+bool ReadText(const XMLElement* element, std::string& out)
+{
+    const XMLNode* first = element ? element->FirstChild() : nullptr;
+    const XMLText* text = first ? first->ToText() : nullptr;
+    if (!text)
+        return false;
+    out = text->Value();
+    return true;
+}
+
+} // namespace
+
+void NamespacePrefixFor(const XMLElement* element, const char* fragment, std::string& prefix)
+{
+    prefix.clear();
+    if (!element || !fragment)
+        return;
+    for (const XMLAttribute* each = element->FirstAttribute(); each; each = each->Next()) {
+        if (!StartsWith(each->Name(), kNamespaceDeclaration) ||
+            !StartsWith(each->Value(), kHttpScheme) || !std::strstr(each->Value(), fragment))
+            continue;
+        prefix = each->Name() + std::strlen(kNamespaceDeclaration);
+        if (!prefix.empty())
+            prefix += ':';
+        return;
+    }
+}
+
+bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
+                   const std::string& prefix)
+{
+    for (const std::string& type : types) {
+        if (typesText.find(prefix + type) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+// Deliberate, all of it: scopes and reply-to are not read, only types decide; a Probe without types
+// is not answered; namespaces are recognised by a fragment of their URI on the root element alone.
+// So a sender that declares the vendor's namespace before that of WS-Discovery gets the vendor's
+// prefix for both, and no answer.
+std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
+                                        std::string& messageId, std::string& typesText,
+                                        std::string& action) const
+{
+    XMLDocument document;
+    if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
+        return 0;
+    const XMLElement* envelope = document.FirstChildElement();
+
+    std::string soap;
+    std::string discovery;
+    std::string addressing;
+    std::string vendor;
+    NamespacePrefixFor(envelope, kEnvelopeFragment, soap);
+    NamespacePrefixFor(envelope, kDiscoveryFragment, discovery);
+    NamespacePrefixFor(envelope, kAddressingFragment, addressing);
+    NamespacePrefixFor(envelope, kVendorFragment, vendor);
+
+    const XMLElement* header = Child(envelope, soap + "Header");
+    if (!ReadText(Child(header, addressing + "Action"), action) || !EndsWith(action, "Probe"))
+        return 0;
+    if (!ReadText(Child(header, addressing + "MessageID"), messageId))
+        return 0;
+    const XMLElement* probe = Child(Child(envelope, soap + "Body"), discovery + "Probe");
+    if (!ReadText(Child(probe, discovery + "Types"), typesText))
+        return 0;
+    return AnyTypeListed(types, typesText, vendor) ? 1 : 0;
+}
+
+} // namespace kx

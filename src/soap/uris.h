@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+
+/// The one table of URIs: SOAP 1.2, WS-Addressing (August 2004) 1.1 and 3.3,
+/// WS-Discovery (April 2005) 1.4 and 4, and the vendor's own.
+namespace kx {
+
+inline constexpr char kSoapEnvelopeUri[] = "http://www.w3.org/2003/05/soap-envelope";
+inline constexpr char kAddressingUri[] = "http://schemas.xmlsoap.org/ws/2004/08/addressing";
+inline constexpr char kDiscoveryUri[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery";
+inline constexpr char kVendorDiscoveryUri[] = "http://schemas.ktzkx.example/discovery";
+
+inline constexpr char kHelloAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Hello";
+inline constexpr char kByeAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Bye";
+inline constexpr char kProbeAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Probe";
+inline constexpr char kProbeMatchesAction[] =
+    "http://schemas.xmlsoap.org/ws/2005/04/discovery/ProbeMatches";
+
+/// Addressee of everything that is sent to the multicast group.
+inline constexpr char kDiscoveryUrn[] = "urn:schemas-xmlsoap-org:ws:2005:04:discovery";
+/// Addressee of an answer that goes back to where the question came from.
+inline constexpr char kAnonymousUri[] =
+    "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous";
+
+/// Scheme of every namespace name that is recognised in a received message.
+inline constexpr char kHttpScheme[] = "http://";
+
+// Fragments by which namespaces of received messages are recognised, so that other editions of the
+// same standards pass as well.
+inline constexpr char kEnvelopeFragment[] = "/soap-envelope";
+inline constexpr char kDiscoveryFragment[] = "/discovery";
+inline constexpr char kAddressingFragment[] = "/addressing";
+inline constexpr const char* kVendorFragment =
+    kVendorDiscoveryUri + (sizeof(kHttpScheme) - sizeof(""));
+
+} // namespace kx
