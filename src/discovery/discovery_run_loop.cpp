@@ -26,7 +26,7 @@ public:
     }
     IoThread(const IoThread&) = delete;
     IoThread& operator=(const IoThread&) = delete;
-    ~IoThread()
+    ~IoThread() // NOLINT(bugprone-exception-escape): without memory the process has to end here
     {
         manager.Shutdown();
         thread.join();

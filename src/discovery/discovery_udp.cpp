@@ -66,7 +66,7 @@ CDiscoveryUdp::CDiscoveryUdp(boost::asio::io_context& service, const AdapterReco
     description.mac = adapter.macAddress;
 }
 
-CDiscoveryUdp::~CDiscoveryUdp()
+CDiscoveryUdp::~CDiscoveryUdp() // NOLINT(bugprone-exception-escape): see the declaration
 {
     CloseSocketAndTimers();
 }

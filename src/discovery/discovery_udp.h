@@ -61,7 +61,7 @@ public:
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
     /// Closes what is open; sends nothing and logs nothing. Threads: I/O.
-    ~CDiscoveryUdp();
+    ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
 
     /// Opens the socket on the adapter's device, joins the group and sets the endpoint going
     /// (socket(7), ip(7)). An essential step that fails is logged and leads to back-off.

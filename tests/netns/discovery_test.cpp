@@ -1,0 +1,346 @@
+#include "fake_host.h"
+#include "network.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <regex>
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+using Lines = std::vector<std::string>;
+
+namespace {
+
+const std::string kCam0 = "10.7.0.1 cam0 02:00:00:00:07:01";
+const std::string kCam1 = "10.8.0.1 cam1 02:00:00:00:08:01";
+
+/// A recorder on the network of the test, with a host of its own, and a prober beside it.
+class Discovery : public testing::Test {
+protected:
+    Discovery()
+    {
+        host.Load();
+        host.Run();
+        network.AsProber([this] {
+            group = std::make_unique<Socket>("eye0", "10.7.0.2", 3702);
+            group1 = std::make_unique<Socket>("eye1", "10.8.0.2", 3702);
+            prober = std::make_unique<Socket>("eye0", "10.7.0.2", 0);
+            prober1 = std::make_unique<Socket>("eye1", "10.8.0.2", 0);
+        });
+    }
+
+    void Send(const Lines& adapters, const std::string& port = "22609") const
+    {
+        host.Send(ServerDocument(adapters, port));
+    }
+
+    /// The log of what was started, without that of the messages.
+    Lines LogOf(const std::string& address) const
+    {
+        Lines lines;
+        for (const std::string& each : host.Log()) {
+            if (each.find(address) != std::string::npos)
+                lines.push_back(each);
+        }
+        return lines;
+    }
+
+    std::size_t Count(const std::string& text) const { return host.Times(text).size(); }
+
+    Network network;
+    FakeHost host;
+    std::unique_ptr<Socket> group;
+    std::unique_ptr<Socket> group1;
+    std::unique_ptr<Socket> prober;
+    std::unique_ptr<Socket> prober1;
+};
+
+std::string Text(const std::string& message, const std::string& element)
+{
+    std::smatch match;
+    std::regex_search(message, match, std::regex("<" + element + ">([^<]*)</" + element + ">"));
+    return match[1];
+}
+
+std::size_t OpenDescriptors()
+{
+    using std::filesystem::directory_iterator;
+    return static_cast<std::size_t>(
+        std::distance(directory_iterator("/proc/self/fd"), directory_iterator()));
+}
+
+TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
+{
+    const std::size_t descriptors = OpenDescriptors();
+    Send({"0.0.0.0 cam9 m", kCam0, kCam1}, "80");
+    const auto hello = group->Receive(2s);
+    const auto hello1 = group1->Receive(2s);
+    ASSERT_TRUE(hello && hello1);
+    EXPECT_EQ(hello->source, "10.7.0.1:3702");
+    EXPECT_EQ(Text(hello->text, "wsd:XAddrs"), "ktzkx://10.7.0.1:80");
+    EXPECT_EQ(Text(hello->text, "wsd:Scopes"), "mac:02:00:00:00:07:01");
+    EXPECT_EQ(Text(hello1->text, "wsd:XAddrs"), "ktzkx://10.8.0.1:80");
+    const std::string address = Text(hello->text, "wsa:Address");
+    EXPECT_EQ(address.size(), 36U);
+    EXPECT_EQ(Text(hello1->text, "wsa:Address"), address) << "one address for all adapters";
+
+    prober->Send(Probe("urn:uuid:other", "ktz:Other"));
+    for (const std::string id : {"urn:uuid:1", "urn:uuid:1"}) { // repeats are answered
+        prober->Send(Probe(id));
+        const auto answer = prober->Receive(2s);
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->source, "10.7.0.1:3702");
+        EXPECT_EQ(Text(answer->text, "wsa:RelatesTo"), "uuid:urn:uuid:1");
+        EXPECT_EQ(Text(answer->text, "wsa:Address"), address);
+        EXPECT_EQ(Text(answer->text, "wsd:XAddrs"), "ktzkx://10.7.0.1:80");
+    }
+    // A datagram that just fits the receive buffer is read to its last byte; the next is cut.
+    const std::string probe = Probe("urn:uuid:2");
+    prober1->Send(std::string(4096 - probe.size(), '\n') + probe, "10.8.0.1");
+    const auto answer1 = prober1->Receive(2s);
+    ASSERT_TRUE(answer1);
+    EXPECT_EQ(answer1->source, "10.8.0.1:3702");
+    prober1->Send(std::string(4097 - probe.size(), '\n') + probe, "10.8.0.1");
+    prober1->Send("", "10.8.0.1");
+    EXPECT_FALSE(prober1->Receive(200ms));
+    EXPECT_FALSE(prober->Receive(3s)) << "more than asked for";
+    EXPECT_EQ(Count("Multicast activity timer expired"), 0U) << "its own Hello is heard";
+
+    host.Stop();
+    const auto bye = group->ReceiveAll("<wsd:Bye>", 200ms);
+    ASSERT_EQ(bye.size(), 1U);
+    EXPECT_EQ(Text(bye[0].text, "wsa:Address"), address);
+    EXPECT_EQ(group1->ReceiveAll("<wsd:Bye>", 200ms).size(), 1U);
+
+    const std::string asker = "10.7.0.2:" + std::to_string(prober->Port());
+    EXPECT_EQ(LogOf("10.7.0."),
+              (Lines{"25 Restarting discovery on interface 10.7.0.1",
+                     "25 Joined multicast group 239.255.255.250 on 10.7.0.1",
+                     "25 Probe urn:uuid:1 for ktz:NetworkVideoRecorder from " + asker,
+                     "25 Send ProbeMatch to " + asker,
+                     "25 Probe urn:uuid:1 for ktz:NetworkVideoRecorder from " + asker,
+                     "25 Send ProbeMatch to " + asker,
+                     "25 Stopping all socket and timer operations on 10.7.0.1:3702"}));
+    EXPECT_EQ(Count("Sending Hello to 239.255.255.250:3702"), 2U);
+    EXPECT_EQ(Count("Sending Bye to 239.255.255.250:3702"), 2U);
+    EXPECT_EQ(Count("level=\"50\"") + Count("level=\"75\""), 0U);
+    EXPECT_EQ(host.Log().back(), "25 io service thread exiting");
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+}
+
+TEST_F(Discovery, WatchdogRejoinsTwiceWhenNothingIsHeard)
+{
+    network.Run("nft add table ip t; nft add chain ip t c '{ type filter hook input priority 0; }';"
+                "nft add rule ip t c iifname cam0 udp dport 3702 drop");
+    const auto start = steady_clock::now();
+    Send({kCam0});
+    EXPECT_EQ(group->ReceiveAll("<wsd:Hello>", 10500ms).size(), 3U);
+    const auto expiries =
+        host.Times("Multicast activity timer expired for 10.7.0.1. Re-join multicast group");
+    ASSERT_EQ(expiries.size(), 2U);
+    EXPECT_NEAR(std::chrono::duration<double>(expiries[0] - start).count(), 3, 0.5);
+    EXPECT_NEAR(std::chrono::duration<double>(expiries[1] - expiries[0]).count(), 3, 0.5);
+    EXPECT_EQ(Count("Failed to join"), 0U);
+}
+
+TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
+{
+    // The endpoint's own Hello does not come back; what the prober sends does arrive.
+    network.Run("nft add table ip t; nft add chain ip t c '{ type filter hook input priority 0; }';"
+                "nft add rule ip t c ip saddr 10.7.0.1 drop; nft add rule ip t c ip saddr 10.8.0.1 "
+                "drop");
+    Send({kCam0, kCam1});
+    ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
+    std::string other = Probe("urn:uuid:1", "x:Other");
+    prober1->Send(other);
+    prober->Send(other.replace(other.find("discovery/Probe"), 15, "discovery/Bye"));
+    EXPECT_TRUE(host.WaitFor("timer expired for 10.7.0.1", 1, 4s));
+    EXPECT_EQ(Count("timer expired for 10.8.0.1"), 0U);
+}
+
+TEST_F(Discovery, BacksOffFromAMissingDeviceAndATakenPortAndRecovers)
+{
+    // Without SO_REUSEADDR on both sides a port is taken.
+    network.Run("ip addr add 10.9.0.1/24 dev lo");
+    auto taken = std::make_unique<Socket>("cam0", "10.7.0.1", 3702);
+    const auto start = steady_clock::now();
+    Send({"10.9.0.1 cam9 m", kCam0});
+    EXPECT_TRUE(host.WaitFor("Retrying on interface 10.7.0.1"));
+    taken.reset();
+    EXPECT_TRUE(group->Receive(5s)) << "recovers at the first retry";
+    EXPECT_TRUE(host.WaitFor("Restarting discovery on interface 10.9.0.1", 2));
+    network.Run("ip link add cam9 type veth peer name eye9; ip link set cam9 up");
+    EXPECT_TRUE(host.WaitFor("Joined multicast group 239.255.255.250 on 10.9.0.1", 1, 8s));
+
+    const Lines backOff0{"25 Retrying on interface 10.7.0.1",
+                         "25 Stopping all socket and timer operations on 10.7.0.1:3702"};
+    EXPECT_EQ(LogOf("10.7.0.1"),
+              (Lines{"25 Restarting discovery on interface 10.7.0.1", backOff0[0], backOff0[1],
+                     "25 Restarting discovery on interface 10.7.0.1",
+                     "25 Joined multicast group 239.255.255.250 on 10.7.0.1"}));
+    EXPECT_EQ(Count("Failed to bind socket. Error (system:98): Address already in use"), 1U);
+    EXPECT_EQ(Count("Error binding to socket using SO_BINDTODEVICE: 19<"), 2U);
+    const auto restarts = host.Times("Restarting discovery on interface 10.9.0.1");
+    ASSERT_EQ(restarts.size(), 3U);
+    EXPECT_NEAR(std::chrono::duration<double>(restarts[1] - start).count(), 3, 0.5);
+    EXPECT_NEAR(std::chrono::duration<double>(restarts[2] - restarts[1]).count(), 6, 0.5);
+    network.Run("ip link del cam9");
+}
+
+TEST_F(Discovery, FailingSendsAreRetriedThriceThenRestartTheEndpoint)
+{
+    Send({kCam0});
+    ASSERT_TRUE(group->Receive(2s));
+    network.Run(
+        "nft add table ip t; nft add chain ip t c '{ type filter hook output priority 0; }';"
+        "nft add rule ip t c ip daddr 10.7.0.2 drop");
+    prober->Send(Probe("urn:uuid:1"));
+    ASSERT_TRUE(host.WaitFor("Restarting discovery on interface 10.7.0.1", 2));
+    Lines lines = host.Log();
+    lines.erase(lines.begin(), std::find_if(lines.begin(), lines.end(), [](const auto& each) {
+                                   return each.find("Send ProbeMatch") != std::string::npos;
+                               }) + 1);
+    lines.resize(10);
+    const std::string failed = "75 Send Error: Operation not permitted(1), sending to 10.7.0.2:" +
+                               std::to_string(prober->Port());
+    const std::string retry = "25 Retrying send to destination: 10.7.0.2";
+    EXPECT_EQ(lines,
+              (Lines{failed, retry, failed, retry, failed, retry, failed,
+                     "25 Retrying on interface 10.7.0.1",
+                     "25 Stopping all socket and timer operations on 10.7.0.1:3702", retry}));
+    network.Run("nft flush ruleset");
+    ASSERT_TRUE(host.WaitFor("Sending Hello", 2));
+    prober->Send(Probe("urn:uuid:2"));
+    const auto answer = prober->Receive(2s);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(Text(answer->text, "wsa:RelatesTo"), "uuid:urn:uuid:2");
+}
+
+TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
+{
+    struct Case {
+        const char* what;
+        Lines adapters;
+        const char* port;
+        std::size_t hellos; ///< on both adapters; none when nothing restarts
+    };
+    const std::string stopping = "Stopping discovery operations on all interfaces";
+    const Case cases[] = {
+        {"first", {kCam0, kCam1}, "80", 2},
+        {"same", {kCam0, kCam1}, "80", 0},
+        {"port", {kCam0, kCam1}, "81", 2},
+        {"no port", {kCam0, kCam1}, "", 0},
+        {"order", {kCam1, kCam0}, "81", 2},
+        {"mac", {kCam1, "10.7.0.1 cam0 m"}, "81", 2},
+        {"one less", {kCam0}, "81", 1},
+        {"none", {}, "81", 0},
+        {"address of no use", {"10.7.0 cam0 m", kCam1}, "81", 0},
+        {"back again", {kCam1}, "70000", 1},
+    };
+    std::size_t hellos = 0;
+    for (const Case& each : cases) {
+        const bool restarts =
+            std::string(each.what) != "same" && std::string(each.what) != "no port";
+        const std::size_t stops = Count(stopping) + (restarts ? 1 : 0);
+        hellos += each.hellos;
+        Send(each.adapters, each.port);
+        EXPECT_TRUE(host.WaitFor(stopping, stops)) << each.what;
+        EXPECT_TRUE(host.WaitFor("Sending Hello", hellos)) << each.what;
+        std::this_thread::sleep_for(100ms);
+        EXPECT_EQ(Count(stopping), stops) << each.what;
+        EXPECT_EQ(Count("Sending Hello"), hellos) << each.what;
+    }
+    EXPECT_EQ(Count("Discovery encountered error (system:22): "), 1U);
+    const auto heard = group1->ReceiveAll("<wsd:Hello>", 100ms);
+    ASSERT_FALSE(heard.empty());
+    EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
+}
+
+TEST_F(Discovery, StopDuringBackOffIsPromptAndRestartsNothing)
+{
+    Send({"10.9.0.1 cam9 m"});
+    ASSERT_TRUE(host.WaitFor("Retrying on interface"));
+    const auto start = steady_clock::now();
+    host.Stop();
+    EXPECT_LT(steady_clock::now() - start, 400ms);
+    EXPECT_EQ(Count("Restarting"), 1U);
+    EXPECT_EQ(Count("Sending Bye"), 1U);
+}
+
+// The host holds the I/O thread inside a record for longer than a stop waits for it.
+TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
+{
+    std::atomic<bool> holding{false};
+    host.onRecord = [&](const std::string& record) {
+        if (record.find("Probe urn:uuid:1") == std::string::npos)
+            return;
+        holding = true;
+        std::this_thread::sleep_for(1500ms);
+        holding = false;
+    };
+    Send({kCam0});
+    ASSERT_TRUE(group->Receive(2s));
+    prober->Send(Probe("urn:uuid:1"));
+    while (!holding)
+        std::this_thread::sleep_for(1ms);
+    host.Stop();
+    EXPECT_FALSE(holding) << "returned while a handler was still running";
+    EXPECT_EQ(Count("Sending Bye"), 1U);
+    EXPECT_TRUE(group->ReceiveAll("<wsd:Bye>", 200ms).empty());
+}
+
+// Documents from several threads, Probes and garbage from several sockets, then a stop in the
+// midst of it, again and again: no race, no hang, nothing left behind.
+TEST_F(Discovery, StormLeavesNothingBehind)
+{
+    const Lines sets[] = {{kCam0, kCam1}, {kCam1}, {kCam1, "10.9.0.1 cam9 m", kCam0}, {}, {kCam0}};
+    host.Stop();
+    host.Call("Unload");
+    const std::size_t descriptors = OpenDescriptors();
+    for (int round = 0; round < 3; ++round) {
+        host.Load();
+        host.Run();
+        std::atomic<bool> over{false};
+        std::vector<std::thread> threads;
+        for (int sender = 0; sender < 3; ++sender) {
+            threads.emplace_back([&, sender] {
+                for (int count = 0; count < 100; ++count) {
+                    Send(sets[(count + sender) % 5], std::to_string(80 + sender));
+                    std::this_thread::sleep_for(std::chrono::milliseconds(count % 13));
+                }
+            });
+        }
+        for (const Socket* socket : {prober.get(), prober1.get()}) {
+            threads.emplace_back([&over, socket] {
+                for (int count = 0; count < 20000 && !over; ++count) {
+                    socket->Send(count % 5 ? Probe("urn:uuid:1") : std::string(4096, '<'));
+                    std::this_thread::sleep_for(100us);
+                }
+            });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(700 + 97 * round));
+        const auto start = steady_clock::now();
+        host.Stop();
+        EXPECT_LT(steady_clock::now() - start, 5s);
+        over = true;
+        for (std::thread& each : threads)
+            each.join();
+        host.Call("Unload");
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+    }
+    EXPECT_GT(Count("Send ProbeMatch"), 0U);
+    host.Load();
+    host.Run();
+    Send({kCam0});
+    EXPECT_TRUE(host.WaitFor("Sending Hello"));
+    while (prober->Receive(100ms)) {
+    }
+    prober->Send(Probe("urn:uuid:last"));
+    EXPECT_TRUE(prober->Receive(2s));
+}
+
+} // namespace

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <fstream>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// One case of a table in tests/data; the table's first lines tell what its texts mean.
+struct DataCase {
+    std::string name;
+    std::string expected;
+    std::string text;
+};
+
+/// Names the case in the test's own name.
+inline void PrintTo(const DataCase& each, std::ostream* out)
+{
+    *out << each.name;
+}
+
+/// Reads a whole file of tests/data.
+inline std::string ReadData(const std::string& name)
+{
+    std::ifstream file(PELORIN_TEST_DATA "/" + name);
+    if (!file)
+        throw std::runtime_error("cannot read " + name);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Reads a table of cases: "== name", a line of what is expected, the text up to the next case.
+inline std::vector<DataCase> ReadCases(const std::string& name)
+{
+    const std::string table = "\n" + ReadData(name) + "== ";
+    const std::string mark = "\n== ";
+    std::vector<DataCase> cases;
+    for (std::size_t at = table.find(mark); at + mark.size() < table.size();) {
+        const std::size_t begin = at + mark.size();
+        const std::size_t expected = table.find('\n', begin) + 1;
+        const std::size_t text = table.find('\n', expected) + 1;
+        at = table.find(mark, text - 1);
+        cases.push_back({table.substr(begin, expected - 1 - begin),
+                         table.substr(expected, text - 1 - expected),
+                         table.substr(text, at + 1 - text)});
+    }
+    return cases;
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// A request or reply record as bare bytes, all 0xAA at first, so that a byte which is not the
+/// plug-in's to write shows when it was written.
+struct RawRecord {
+    RawRecord() { bytes.fill(0xAA); }
+
+    template <class Value>
+    RawRecord& Put(std::size_t offset, Value value)
+    {
+        std::memcpy(bytes.data() + offset, &value, sizeof(value));
+        return *this;
+    }
+    template <class Value>
+    Value Get(std::size_t offset) const
+    {
+        Value value;
+        std::memcpy(&value, bytes.data() + offset, sizeof(value));
+        return value;
+    }
+
+    alignas(8) std::array<std::uint8_t, 256> bytes;
+};
+
+/// One call of the host's callback.
+struct HostCall {
+    RawRecord request; ///< its first 224 bytes
+    RawRecord reply;   ///< its first 12 bytes, as they came
+    std::string data;  ///< as long as the request says
+    std::chrono::steady_clock::time_point time;
+};
+
+/// The library's other side, written from the byte offsets alone. One at a time: the callback
+/// carries no pointer to its owner.
+class FakeHost {
+public:
+    FakeHost();
+    ~FakeHost(); // NOLINT(bugprone-exception-escape) ///< stops what runs, unloads and closes the
+                 // library
+    FakeHost(const FakeHost&) = delete;
+    FakeHost& operator=(const FakeHost&) = delete;
+
+    /// Calls an entry point by name, from the calling thread.
+    std::uint64_t Call(const char* name, RawRecord& request, RawRecord& reply) const;
+    void Call(const char* name) const;
+    void Load() const;
+
+    /// IOCTL code 1 on a thread of its own; returns once that thread waits for documents.
+    void Run();
+    /// IOCTL code 2.
+    void Send(const std::string& document) const;
+    /// Close, again and again until IOCTL code 1 has returned.
+    void Stop();
+
+    std::vector<HostCall> Calls() const;
+    /// The log records, as "level text".
+    std::vector<std::string> Log() const;
+    /// The moments of the records that hold the text.
+    std::vector<std::chrono::steady_clock::time_point> Times(const std::string& text) const;
+    /// Waits until `count` log records hold the text; false after the time is up.
+    bool WaitFor(const std::string& text, std::size_t count = 1,
+                 std::chrono::milliseconds bound = std::chrono::seconds(5)) const;
+
+    /// Called with each record's text, on the plug-in's thread, before it is kept.
+    std::function<void(const std::string&)> onRecord;
+    /// What the host answers.
+    std::uint32_t status = 0;
+
+private:
+    static void Receive(const void* request, void* reply);
+
+    void* library;
+    std::thread lent;
+    mutable std::mutex mutex;
+    mutable std::condition_variable arrived;
+    std::vector<HostCall> calls;
+};
+
+/// A server and adapter document. Adapters are given as "ip handle mac".
+std::string ServerDocument(const std::vector<std::string>& adapters, const std::string& port);

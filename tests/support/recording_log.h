@@ -1,0 +1,16 @@
+#pragma once
+
+#include "i_core_log.h"
+
+#include <string>
+#include <vector>
+
+/// Keeps what is reported to it, as "level text". For one thread.
+struct RecordingLog : kx::log::ICoreLog {
+    void Log(std::int32_t level, const std::string& text) override
+    {
+        lines.push_back(std::to_string(level) + " " + text);
+    }
+
+    std::vector<std::string> lines;
+};

@@ -1,0 +1,165 @@
+#include "fake_host.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <fstream>
+
+namespace {
+
+/// What a record is expected to hold: the bytes that are written, all others still 0xAA.
+struct Expected {
+    RawRecord record;
+
+    template <class Value>
+    Expected& With(std::size_t offset, Value value)
+    {
+        record.Put(offset, value);
+        return *this;
+    }
+};
+
+constexpr std::uint32_t k0 = 0;
+
+TEST(Boundary, LoadDescribesThePlugInAndLeavesOtherBytes)
+{
+    const FakeHost host;
+    RawRecord request;
+    RawRecord reply;
+    EXPECT_EQ(host.Call("Load", request.Put(16, std::uint64_t{0}), reply), 0U);
+    Expected expected;
+    expected.With(8, std::uint64_t{0x4c0000}).With(32, std::uint64_t{0x3000010});
+    for (const std::size_t zero : {16U, 24U, 40U, 48U, 56U, 72U})
+        expected.With(zero, std::uint64_t{0});
+    expected.With(64, std::uint64_t{0x1000010});
+    expected.With(96, std::array<std::uint8_t, 6>{1, 0, 0, 1, 0, 0}).With(104, k0);
+    EXPECT_EQ(reply.bytes, expected.record.bytes);
+    EXPECT_EQ(request.bytes, RawRecord().Put(16, std::uint64_t{0}).bytes);
+}
+
+struct CallCase {
+    const char* name;
+    const char* entry;
+    RawRecord request;
+    RawRecord reply;
+};
+
+class Replies : public testing::TestWithParam<CallCase> {};
+
+TEST_P(Replies, TouchOnlyTheirFields)
+{
+    const FakeHost host;
+    if (std::string(GetParam().name).find("NotLoaded") == std::string::npos)
+        host.Load();
+    RawRecord request = GetParam().request;
+    RawRecord reply;
+    EXPECT_EQ(host.Call(GetParam().entry, request, reply), 0U);
+    EXPECT_EQ(reply.bytes, GetParam().reply.bytes);
+    EXPECT_EQ(request.bytes, GetParam().request.bytes);
+}
+
+RawRecord Transfer(std::uint8_t flag, std::uint64_t destination)
+{
+    return RawRecord().Put(12, flag).Put(32, destination);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, Replies,
+    testing::Values(
+        CallCase{"Open", "Open", {}, RawRecord().Put(8, k0).Put(12, k0)},
+        CallCase{"Close", "Close", {}, RawRecord().Put(8, k0)},
+        CallCase{"CloseNotLoaded", "Close", {}, RawRecord().Put(8, k0)},
+        CallCase{"Unload", "Unload", {}, RawRecord().Put(8, k0)},
+        CallCase{"UnloadNotLoaded", "Unload", {}, RawRecord().Put(8, k0)},
+        CallCase{"Seek", "Seek", {}, RawRecord().Put(8, k0)},
+        CallCase{"Ioctl0", "IOCTL", RawRecord().Put(8, k0), RawRecord().Put(12, k0)},
+        CallCase{"Ioctl3", "IOCTL", RawRecord().Put(8, std::uint32_t{3}), RawRecord().Put(12, k0)},
+        CallCase{"Ioctl2Null", "IOCTL",
+                 RawRecord().Put(8, std::uint32_t{2}).Put(24, k0).Put(32, std::uint64_t{0}),
+                 RawRecord().Put(12, k0)},
+        CallCase{
+            "Ioctl2HugeLength", "IOCTL",
+            RawRecord().Put(8, std::uint32_t{2}).Put(24, 0x80000000U).Put(32, std::uint64_t{8}),
+            RawRecord().Put(12, k0)},
+        CallCase{"Read0", "Read", Transfer(0, 0), RawRecord().Put(24, k0)},
+        CallCase{"Read1", "Read", Transfer(1, 0), RawRecord().Put(24, 0xFFFFFFFFU)},
+        CallCase{"Read255", "Read", Transfer(255, 0), RawRecord().Put(24, 0xFFFFFF01U)},
+        CallCase{"WriteFlagged", "Write", Transfer(2, 0), RawRecord().Put(24, k0)},
+        CallCase{"WriteToUs", "Write", Transfer(0, 0x4c0000), RawRecord().Put(24, k0)},
+        CallCase{"WriteToOthers", "Write", Transfer(0, 0x14c0000), {}}),
+    [](const auto& each) { return each.param.name; });
+
+TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
+{
+    FakeHost host;
+    host.status = 7;
+    host.Load();
+    host.Call("Open");
+    host.Call("Open");
+    const std::vector<HostCall> calls = host.Calls();
+    ASSERT_EQ(calls.size(), 2U);
+    EXPECT_EQ(calls[0].data, calls[1].data);
+    EXPECT_EQ(calls[0].data.back(), '\0');
+    EXPECT_EQ(calls[0].data.find('\0'), calls[0].data.size() - 1);
+
+    RawRecord request;
+    std::fill_n(request.bytes.begin(), 224, std::uint8_t{0});
+    request.Put(0, std::uint32_t{224}).Put(4, std::uint32_t{1});
+    request.Put(8, static_cast<std::uint32_t>(calls[0].data.size()));
+    request.Put(16, calls[0].request.Get<const void*>(16)).Put(24, std::uint64_t{0x4c0000});
+    request.Put(40, std::uint64_t{256}).Put(48, std::uint64_t{0x1000010});
+    EXPECT_EQ(calls[0].request.bytes, request.bytes);
+    const std::array<std::uint32_t, 3> reply{12, 1, 0};
+    EXPECT_EQ(calls[0].reply.bytes, RawRecord().Put(0, reply).bytes);
+}
+
+TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
+{
+    FakeHost host;
+    host.Load();
+    host.Call("Close");
+    host.Load(); // the stop is still asked for: the run shuts down at once
+    RawRecord request;
+    RawRecord reply;
+    host.Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
+    EXPECT_EQ(host.Log(),
+              (std::vector<std::string>{"25 Stopping discovery operations on all interfaces",
+                                        "25 io service thread exiting"}));
+    host.Call("Unload");
+    host.Load();
+    host.Run();
+    EXPECT_TRUE(host.Log().empty());
+    host.Send(ServerDocument({}, "22609"));
+    host.Send("<Qorm Delta=\"1\"/>");
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(host.Log().empty()) << "nothing changed";
+    host.Send(ServerDocument({}, "1"));
+    EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
+}
+
+TEST(Boundary, LibraryIsGoneAfterUnload)
+{
+    for (int round = 0; round < 100; ++round) {
+        {
+            FakeHost host;
+            host.Load();
+            host.Call("Open");
+            host.Run();
+        }
+        std::ifstream maps("/proc/self/maps");
+        const std::string text{std::istreambuf_iterator<char>(maps), {}};
+        ASSERT_EQ(text.find("pelorin.so"), std::string::npos) << "round " << round;
+    }
+}
+
+TEST(Boundary, OnlyTheEightEntryPointsAreExported)
+{
+    FILE* names = popen("nm -D --defined-only " PELORIN_LIBRARY " | cut -d' ' -f3 | sort", "r");
+    ASSERT_NE(names, nullptr);
+    std::string text(4096, '\0');
+    text.resize(fread(text.data(), 1, text.size(), names));
+    pclose(names);
+    EXPECT_EQ(text, "Close\nIOCTL\nLoad\nOpen\nRead\nSeek\nUnload\nWrite\n");
+}
+
+} // namespace

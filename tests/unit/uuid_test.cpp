@@ -1,0 +1,156 @@
+#include "uuid.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <fcntl.h>
+#include <regex>
+#include <set>
+#include <unistd.h>
+#include <vector>
+
+// The linker sends the identifiers' system calls here (--wrap). A script says what each of the next
+// calls does; past its end, and for everybody else, the system's own are called.
+extern "C" {
+int __real_open(const char* path, int flags, ...);
+ssize_t __real_read(int descriptor, void* data, size_t size);
+int __real_close(int descriptor);
+int __wrap_open(const char* path, int flags, ...);
+ssize_t __wrap_read(int descriptor, void* data, size_t size);
+int __wrap_close(int descriptor);
+}
+
+namespace {
+
+constexpr int kDevice = 7777;
+struct Step {
+    char call;      ///< 'o'pen, 'r'ead, 'c'lose
+    ssize_t result; ///< for a read: how many bytes it gives, counting up from 0
+    int error = 0;
+};
+std::deque<Step> script;
+std::vector<size_t> readSizes;
+std::uint8_t nextByte = 0;
+
+ssize_t Play(char call)
+{
+    const Step step = script.front();
+    EXPECT_EQ(step.call, call);
+    script.pop_front();
+    errno = step.error;
+    return step.result;
+}
+
+} // namespace
+
+int __wrap_open(const char* path, int flags, ...)
+{
+    if (script.empty() || std::strcmp(path, "/dev/urandom") != 0)
+        return __real_open(path, flags, 0644);
+    EXPECT_EQ(flags, O_RDONLY);
+    return static_cast<int>(Play('o'));
+}
+
+ssize_t __wrap_read(int descriptor, void* data, size_t size)
+{
+    if (descriptor != kDevice)
+        return __real_read(descriptor, data, size);
+    readSizes.push_back(size);
+    const ssize_t count = Play('r');
+    for (ssize_t index = 0; index < count; ++index)
+        static_cast<std::uint8_t*>(data)[index] = nextByte++;
+    return count;
+}
+
+int __wrap_close(int descriptor)
+{
+    return descriptor == kDevice ? static_cast<int>(Play('c')) : __real_close(descriptor);
+}
+
+namespace {
+
+std::string Scripted(const std::deque<Step>& steps)
+{
+    script = steps;
+    readSizes.clear();
+    nextByte = 0;
+    std::string text;
+    kx::NewUuidString(text);
+    EXPECT_TRUE(script.empty());
+    return text;
+}
+
+const std::string kCountingUuid = std::string("03020100-0504-0706-0809-0a0b0c0d0e0f") + '\0';
+
+TEST(Uuid, TextIsLowercaseHexWithTheNulInside)
+{
+    std::set<std::string> texts;
+    std::set<char> versions;
+    std::set<char> variants;
+    for (int round = 0; round < 500; ++round) {
+        std::string text = "something that was there before, longer than an identifier";
+        kx::NewUuidString(text);
+        ASSERT_EQ(text.size(), 37U);
+        ASSERT_TRUE(std::regex_match(text.c_str(),
+                                     std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")));
+        texts.insert(text);
+        versions.insert(text[14]);
+        variants.insert(text[19]);
+    }
+    EXPECT_EQ(texts.size(), 500U);
+    EXPECT_EQ(versions.size(), 16U) << "version bits are masked";
+    EXPECT_EQ(variants.size(), 16U) << "variant bits are masked";
+}
+
+TEST(Uuid, BufferBelow37BytesIsLeftAlone)
+{
+    const kx::GUID guid{};
+    char buffer[37];
+    std::memset(buffer, 'x', sizeof(buffer));
+    EXPECT_FALSE(kx::FormatGuidText(guid, buffer, 36));
+    script = {{'o', kDevice}}; // would be played if the device were opened
+    kx::CreateUuidText(buffer, 36);
+    EXPECT_EQ(script.size(), 1U);
+    script.clear();
+    EXPECT_EQ(std::string(buffer, 37), std::string(37, 'x'));
+    EXPECT_TRUE(kx::FormatGuidText(guid, buffer, 37));
+    EXPECT_STREQ(buffer, "00000000-0000-0000-0000-000000000000");
+}
+
+TEST(Uuid, ReadsOnAfterInterruptionsAndShortReads)
+{
+    const std::deque<Step> steps = {{'o', -1, EINTR}, {'o', kDevice}, {'r', 5}, {'r', -1, EINTR},
+                                    {'r', 10},        {'r', 1},       {'c', 0}};
+    EXPECT_EQ(Scripted(steps), kCountingUuid);
+    EXPECT_EQ(readSizes, (std::vector<size_t>{16, 11, 11, 1}));
+}
+
+TEST(Uuid, FailedCloseIsOnlyWarnedOf)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Scripted({{'o', kDevice}, {'r', 16}, {'c', -1, EIO}}), kCountingUuid);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                  "CoCreateGuid(): close: /dev/urandom: Input/output error\n"),
+              std::string::npos);
+}
+
+TEST(UuidDeathTest, BrokenDeviceEndsTheProcess)
+{
+    struct Case {
+        std::deque<Step> steps;
+        const char* message;
+    };
+    const Case cases[] = {
+        {{{'o', -1, ENOENT}}, "CoCreateGuid\\(\\): open: /dev/urandom: No such file or directory"},
+        {{{'o', kDevice}, {'r', 3}, {'r', -1, EIO}},
+         "CoCreateGuid\\(\\): read: /dev/urandom: Input/output error"},
+        {{{'o', kDevice}, {'r', 5}, {'r', 0}},
+         "CoCreateGuid\\(\\): read: /dev/urandom: EOF, got 5 of 16 bytes requested\n"},
+    };
+    for (const Case& each : cases)
+        EXPECT_EXIT(Scripted(each.steps), testing::ExitedWithCode(74), each.message);
+}
+
+} // namespace
