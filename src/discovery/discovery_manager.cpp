@@ -1,5 +1,6 @@
 #include "discovery_manager.h"
 
+#include "discovery_group.h"
 #include "report.h"
 #include "uuid.h"
 

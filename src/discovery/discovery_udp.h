@@ -19,10 +19,6 @@
 
 namespace kx {
 
-/// The port and the IPv4 group of ad hoc discovery, WS-Discovery (April 2005) 2.4.
-inline constexpr std::uint16_t kDiscoveryPort = 3702;
-inline constexpr char kMulticastGroup[] = "239.255.255.250";
-
 /// How often a thread looks again at what another one is to finish.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
 

@@ -116,7 +116,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
     EXPECT_EQ(Text(bye[0].text, "wsa:Address"), address);
     EXPECT_EQ(group1->ReceiveAll("<wsd:Bye>", 200ms).size(), 1U);
 
-    const std::string asker = "10.7.0.2:" + std::to_string(prober->Port());
+    const std::string asker = prober->Name();
     EXPECT_EQ(LogOf("10.7.0."),
               (Lines{"25 Restarting discovery on interface 10.7.0.1",
                      "25 Joined multicast group 239.255.255.250 on 10.7.0.1",
@@ -134,8 +134,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
 
 TEST_F(Discovery, WatchdogRejoinsTwiceWhenNothingIsHeard)
 {
-    network.Run("nft add table ip t; nft add chain ip t c '{ type filter hook input priority 0; }';"
-                "nft add rule ip t c iifname cam0 udp dport 3702 drop");
+    Network::Drop("input", "iifname cam0 udp dport 3702");
     const auto start = steady_clock::now();
     Send({kCam0});
     EXPECT_EQ(group->ReceiveAll("<wsd:Hello>", 10500ms).size(), 3U);
@@ -150,9 +149,7 @@ TEST_F(Discovery, WatchdogRejoinsTwiceWhenNothingIsHeard)
 TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 {
     // The endpoint's own Hello does not come back; what the prober sends does arrive.
-    network.Run("nft add table ip t; nft add chain ip t c '{ type filter hook input priority 0; }';"
-                "nft add rule ip t c ip saddr 10.7.0.1 drop; nft add rule ip t c ip saddr 10.8.0.1 "
-                "drop");
+    Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
     Send({kCam0, kCam1});
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");
@@ -165,7 +162,7 @@ TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 TEST_F(Discovery, BacksOffFromAMissingDeviceAndATakenPortAndRecovers)
 {
     // Without SO_REUSEADDR on both sides a port is taken.
-    network.Run("ip addr add 10.9.0.1/24 dev lo");
+    Network::Run("ip addr add 10.9.0.1/24 dev lo");
     auto taken = std::make_unique<Socket>("cam0", "10.7.0.1", 3702);
     const auto start = steady_clock::now();
     Send({"10.9.0.1 cam9 m", kCam0});
@@ -173,7 +170,7 @@ TEST_F(Discovery, BacksOffFromAMissingDeviceAndATakenPortAndRecovers)
     taken.reset();
     EXPECT_TRUE(group->Receive(5s)) << "recovers at the first retry";
     EXPECT_TRUE(host.WaitFor("Restarting discovery on interface 10.9.0.1", 2));
-    network.Run("ip link add cam9 type veth peer name eye9; ip link set cam9 up");
+    Network::Run("ip link add cam9 type veth peer name eye9; ip link set cam9 up");
     EXPECT_TRUE(host.WaitFor("Joined multicast group 239.255.255.250 on 10.9.0.1", 1, 8s));
 
     const Lines backOff0{"25 Retrying on interface 10.7.0.1",
@@ -188,16 +185,13 @@ TEST_F(Discovery, BacksOffFromAMissingDeviceAndATakenPortAndRecovers)
     ASSERT_EQ(restarts.size(), 3U);
     EXPECT_NEAR(std::chrono::duration<double>(restarts[1] - start).count(), 3, 0.5);
     EXPECT_NEAR(std::chrono::duration<double>(restarts[2] - restarts[1]).count(), 6, 0.5);
-    network.Run("ip link del cam9");
 }
 
 TEST_F(Discovery, FailingSendsAreRetriedThriceThenRestartTheEndpoint)
 {
     Send({kCam0});
     ASSERT_TRUE(group->Receive(2s));
-    network.Run(
-        "nft add table ip t; nft add chain ip t c '{ type filter hook output priority 0; }';"
-        "nft add rule ip t c ip daddr 10.7.0.2 drop");
+    Network::Drop("output", "ip daddr 10.7.0.2");
     prober->Send(Probe("urn:uuid:1"));
     ASSERT_TRUE(host.WaitFor("Restarting discovery on interface 10.7.0.1", 2));
     Lines lines = host.Log();
@@ -205,14 +199,14 @@ TEST_F(Discovery, FailingSendsAreRetriedThriceThenRestartTheEndpoint)
                                    return each.find("Send ProbeMatch") != std::string::npos;
                                }) + 1);
     lines.resize(10);
-    const std::string failed = "75 Send Error: Operation not permitted(1), sending to 10.7.0.2:" +
-                               std::to_string(prober->Port());
+    const std::string failed =
+        "75 Send Error: Operation not permitted(1), sending to " + prober->Name();
     const std::string retry = "25 Retrying send to destination: 10.7.0.2";
     EXPECT_EQ(lines,
               (Lines{failed, retry, failed, retry, failed, retry, failed,
                      "25 Retrying on interface 10.7.0.1",
                      "25 Stopping all socket and timer operations on 10.7.0.1:3702", retry}));
-    network.Run("nft flush ruleset");
+    Network::Run("nft flush ruleset");
     ASSERT_TRUE(host.WaitFor("Sending Hello", 2));
     prober->Send(Probe("urn:uuid:2"));
     const auto answer = prober->Receive(2s);
@@ -314,7 +308,7 @@ TEST_F(Discovery, StormLeavesNothingBehind)
                 }
             });
         }
-        for (const Socket* socket : {prober.get(), prober1.get()}) {
+        for (Socket* socket : {prober.get(), prober1.get()}) {
             threads.emplace_back([&over, socket] {
                 for (int count = 0; count < 20000 && !over; ++count) {
                     socket->Send(count % 5 ? Probe("urn:uuid:1") : std::string(4096, '<'));

@@ -1,43 +1,34 @@
 #include "network.h"
 
-#include <arpa/inet.h>
+#include "discovery_group.h"
+#include "text.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/ip/multicast.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <net/if.h>
 #include <poll.h>
 #include <sched.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
+
+using boost::asio::ip::make_address_v4;
+using boost::asio::ip::udp;
+using kx::Compose;
 
 namespace {
 
 constexpr char kInside[] = "PELORIN_OWN_NETWORK";
-constexpr char kGroup[] = "239.255.255.250";
-constexpr std::uint16_t kPort = 3702;
 
-void Check(bool done, const std::string& what)
+void Check(bool done, const char* what)
 {
     if (!done)
         throw std::system_error(errno, std::generic_category(), what);
-}
-
-sockaddr_in Address(const std::string& address, std::uint16_t port)
-{
-    sockaddr_in result{};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(port);
-    Check(inet_pton(AF_INET, address.c_str(), &result.sin_addr) == 1, address);
-    return result;
-}
-
-const sockaddr* Generic(const sockaddr_in& address)
-{
-    return reinterpret_cast<const sockaddr*>(&address);
 }
 
 } // namespace
@@ -67,29 +58,30 @@ Network::Network()
         Check(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    const std::string there = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(prober);
     Run("ip link set lo up");
-    for (const std::string cable : {"0", "1"}) {
-        const std::string net = cable == "0" ? "7" : "8";
-        Run("ip link add cam" + cable + " address 02:00:00:00:0" + net +
-            ":01 type veth peer name eye" + cable + " netns " + there);
-        Run("ip addr add 10." + net + ".0.1/24 dev cam" + cable + "; ip link set cam" + cable +
-            " up");
-        RunAsProber("ip addr add 10." + net + ".0.2/24 dev eye" + cable + "; ip link set eye" +
-                    cable + " up");
+    for (int cable = 0; cable < 2; ++cable) {
+        const int net = 7 + cable;
+        Run(Compose("ip link add cam", cable, " address 02:00:00:00:0", net,
+                    ":01 type veth peer name eye", cable, " netns /proc/", getpid(), "/fd/", prober,
+                    "; ip addr add 10.", net, ".0.1/24 dev cam", cable, "; ip link set cam", cable,
+                    " up"));
+        AsProber([&] {
+            Run(Compose("ip addr add 10.", net, ".0.2/24 dev eye", cable, "; ip link set eye",
+                        cable, " up"));
+        });
     }
 }
 
-Network::~Network()
-{
-    std::system("ip link del cam0; ip link del cam1; nft flush ruleset");
-    close(prober);
-}
-
-void Network::Run(const std::string& command) const
+void Network::Run(const std::string& command)
 {
     if (std::system(("set -e; " + command).c_str()) != 0)
         throw std::runtime_error("failed: " + command);
+}
+
+void Network::Drop(const std::string& hook, const std::string& match)
+{
+    Run("nft add table ip t; nft add chain ip t c '{ type filter hook " + hook +
+        " priority 0; }'; nft add rule ip t c " + match + " drop");
 }
 
 void Network::AsProber(const std::function<void()>& work) const
@@ -100,75 +92,55 @@ void Network::AsProber(const std::function<void()>& work) const
     }).join();
 }
 
-void Network::RunAsProber(const std::string& command) const
-{
-    AsProber([&] { Run(command); });
-}
-
 Socket::Socket(const std::string& device, const std::string& address, std::uint16_t port)
-    : descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    : socket(service, udp::v4())
 {
-    const ip_mreqn group{Address(kGroup, 0).sin_addr, Address(address, 0).sin_addr, 0};
-    const sockaddr_in own = Address(port == kPort ? "0.0.0.0" : address, port);
-    Check(setsockopt(descriptor, SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
+    Check(setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
                      static_cast<socklen_t>(device.size())) == 0,
-          device);
-    Check(bind(descriptor, Generic(own), sizeof(own)) == 0, "bind");
-    if (port == kPort)
-        Check(setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof(group)) == 0,
-              "join");
+          device.c_str());
+    const bool member = port == kx::kDiscoveryPort;
+    socket.bind({make_address_v4(member ? "0.0.0.0" : address), port});
+    if (member) {
+        socket.set_option(boost::asio::ip::multicast::join_group(
+            make_address_v4(kx::kMulticastGroup), make_address_v4(address)));
+    }
 }
 
-Socket::~Socket()
+void Socket::Send(const std::string& text, const std::string& address)
 {
-    close(descriptor);
+    boost::system::error_code ignored; // while an adapter goes, a Probe may fail
+    socket.send_to(boost::asio::buffer(text), {make_address_v4(address), kx::kDiscoveryPort}, 0,
+                   ignored);
 }
 
-void Socket::Send(const std::string& text, const std::string& address) const
+std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
-    const sockaddr_in destination = Address(address, kPort);
-    sendto(descriptor, text.data(), text.size(), 0, Generic(destination), sizeof(destination));
-}
-
-std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound) const
-{
-    pollfd readable{descriptor, POLLIN, 0};
+    pollfd readable{socket.native_handle(), POLLIN, 0};
     if (poll(&readable, 1, static_cast<int>(bound.count())) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');
-    sockaddr_in source{};
-    socklen_t size = sizeof(source);
-    const ssize_t length = recvfrom(descriptor, text.data(), text.size(), 0,
-                                    reinterpret_cast<sockaddr*>(&source), &size);
-    Check(length >= 0, "recvfrom");
-    text.resize(static_cast<std::size_t>(length));
-    char address[INET_ADDRSTRLEN];
-    inet_ntop(AF_INET, &source.sin_addr, address, sizeof(address));
-    return Datagram{text, std::string(address) + ":" + std::to_string(ntohs(source.sin_port))};
+    udp::endpoint source;
+    text.resize(socket.receive_from(boost::asio::buffer(text), source));
+    return Datagram{text, Compose(source)};
 }
 
-std::vector<Datagram> Socket::ReceiveAll(const std::string& text,
-                                         std::chrono::milliseconds bound) const
+std::vector<Datagram> Socket::ReceiveAll(const std::string& text, std::chrono::milliseconds bound)
 {
     using std::chrono::steady_clock;
     std::vector<Datagram> found;
     const auto end = steady_clock::now() + bound;
     while (steady_clock::now() < end) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now());
-        const std::optional<Datagram> datagram = Receive(left);
+        const auto datagram = Receive(
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()));
         if (datagram && datagram->text.find(text) != std::string::npos)
             found.push_back(*datagram);
     }
     return found;
 }
 
-std::uint16_t Socket::Port() const
+std::string Socket::Name() const
 {
-    sockaddr_in own{};
-    socklen_t size = sizeof(own);
-    getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &size);
-    return ntohs(own.sin_port);
+    return Compose(socket.local_endpoint());
 }
 
 std::string Probe(const std::string& messageId, const std::string& types)
@@ -177,8 +149,8 @@ std::string Probe(const std::string& messageId, const std::string& types)
            " xmlns:a='http://schemas.xmlsoap.org/ws/2004/08/addressing'"
            " xmlns:d='http://schemas.xmlsoap.org/ws/2005/04/discovery'"
            " xmlns:ktz='http://schemas.ktzkx.example/discovery'><s:Header>"
-           "<a:Action>http://schemas.xmlsoap.org/ws/2005/04/discovery/Probe</"
-           "a:Action><a:MessageID>" +
+           "<a:Action>http://schemas.xmlsoap.org/ws/2005/04/discovery/Probe</a:Action>"
+           "<a:MessageID>" +
            messageId + "</a:MessageID></s:Header><s:Body><d:Probe><d:Types>" + types +
            "</d:Types></d:Probe></s:Body></s:Envelope>";
 }

@@ -1,4 +1,4 @@
-#include "discovery_manager.h"
+#include "discovery_group.h"
 #include "discovery_udp.h"
 #include "recording_log.h"
 
@@ -33,8 +33,10 @@ std::string boundDevice;
 
 int __wrap_socket(int domain, int type, int protocol)
 {
+    if (failing.name != kSocketItself)
+        return __real_socket(domain, type, protocol);
     errno = failing.error;
-    return failing.name == kSocketItself ? -1 : __real_socket(domain, type, protocol);
+    return -1;
 }
 
 int __wrap_setsockopt(int descriptor, int level, int name, const void* value, socklen_t size)
@@ -43,10 +45,12 @@ int __wrap_setsockopt(int descriptor, int level, int name, const void* value, so
         EXPECT_EQ(size, 40U);
         boundDevice = static_cast<const ifreq*>(value)->ifr_name;
     }
+    if (failing.name != name || failing.level != level)
+        return name == SO_BINDTODEVICE && level == SOL_SOCKET
+                   ? 0 // there is no device of the test's name
+                   : __real_setsockopt(descriptor, level, name, value, size);
     errno = failing.error;
-    return failing.name == name && failing.level == level
-               ? -1
-               : __real_setsockopt(descriptor, level, name, value, size);
+    return -1;
 }
 
 using boost::system::error_code;
@@ -54,45 +58,47 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Opens the endpoint's handlers and state to the tests below.
+/// Opens the endpoint's handlers and state to the tests below. A handler uncounts the operation it
+/// completes, so one is counted before.
 struct DiscoveryUdpPeer {
-    static void OnRetryTimer(CDiscoveryUdp& endpoint, const error_code& error)
+    explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
+
+    void OnRetryTimer(const error_code& error)
     {
-        ++endpoint.pendingOps; // the handler uncounts an operation that was not started here
+        ++endpoint.pendingOps;
         endpoint.OnRetryTimer(error);
     }
-    static void OnReceive(CDiscoveryUdp& endpoint, const error_code& error)
+    void OnReceive(const error_code& error)
     {
         ++endpoint.pendingOps;
         ++endpoint.pendingReceives;
         endpoint.OnReceive(error, 0);
     }
-    static void OnSendComplete(CDiscoveryUdp& endpoint, const error_code& error)
+    void OnSendComplete(const error_code& error)
     {
         ++endpoint.pendingOps;
         endpoint.closing = false;
         endpoint.OnSendComplete(boost::make_shared<std::string>("text"), error);
     }
-    static std::chrono::seconds RetryDelay(const CDiscoveryUdp& endpoint)
-    {
-        return std::chrono::seconds(endpoint.retryDelaySeconds);
-    }
-    static std::int32_t SendRetryCount(const CDiscoveryUdp& endpoint)
-    {
-        return endpoint.sendRetryCount;
-    }
+    std::int32_t RetryDelay() const { return endpoint.retryDelaySeconds; }
+    std::int32_t SendRetryCount() const { return endpoint.sendRetryCount; }
+
+    CDiscoveryUdp& endpoint;
 };
 
 } // namespace kx
 
 namespace {
 
-using kx::DiscoveryUdpPeer;
-
 const error_code kFailed(5, boost::system::generic_category());
 
-/// An endpoint whose handlers the test calls itself; nothing runs its I/O service by itself, and
-/// its socket is closed.
+error_code Misc(int value)
+{
+    return {value, boost::asio::error::get_misc_category()};
+}
+
+/// An endpoint on loopback whose handlers the test calls itself, its socket closed until Restart.
+/// Without a codec it listens and says nothing.
 class Endpoint : public testing::Test {
 protected:
     Endpoint() { endpoint.log = &log; }
@@ -114,146 +120,84 @@ protected:
     RecordingLog log;
     boost::asio::io_context service;
     kx::CDiscoveryUdp endpoint{
-        service, {"127.0.0.1", "l%%o", "m", ""}, {}, 1, kx::kMulticastGroup, kx::kDiscoveryPort};
-    const std::string restarting = "25 Restarting discovery on interface 127.0.0.1";
-    const Lines backOff{"25 Retrying on interface 127.0.0.1",
-                        "25 Stopping all socket and timer operations on 127.0.0.1:3702"};
+        service, {"127.0.0.1", "%%lo", "m", ""}, {}, 1, kx::kMulticastGroup, kx::kDiscoveryPort};
+    kx::DiscoveryUdpPeer peer{endpoint};
+    const std::string retrying = "25 Retrying on interface 127.0.0.1";
+    const std::string stopping = "25 Stopping all socket and timer operations on 127.0.0.1:3702";
 };
 
-TEST_F(Endpoint, RetryDelayDoublesUpTo384)
+TEST_F(Endpoint, RetryDelayDoublesUpTo384UnlessTheWaitWasCancelled)
 {
-    const int delays[] = {6, 12, 24, 48, 96, 192, 384, 384};
-    for (const int delay : delays) {
-        DiscoveryUdpPeer::OnRetryTimer(endpoint, kFailed);
-        EXPECT_EQ(DiscoveryUdpPeer::RetryDelay(endpoint), std::chrono::seconds(delay));
-        EXPECT_EQ(TakeLines(), backOff);
+    for (const error_code& each : {error_code(boost::asio::error::operation_aborted), Misc(1236),
+                                   error_code(1236, boost::system::generic_category())})
+        peer.OnRetryTimer(each);
+    EXPECT_EQ(TakeLines(), Lines{});
+    EXPECT_FALSE(endpoint.Busy());
+    for (const std::int32_t delay : {3, 6, 12, 24, 48, 96, 192, 384, 384}) {
+        EXPECT_EQ(peer.RetryDelay(), delay);
+        peer.OnRetryTimer(kFailed);
+        EXPECT_EQ(TakeLines(), (Lines{retrying, stopping}));
     }
 }
 
-TEST_F(Endpoint, CancelledRetryDoesNothing)
+TEST_F(Endpoint, TooLargeIsIgnoredAndAReceiveErrorRestarts)
 {
-    const error_code cancelled[] = {boost::asio::error::operation_aborted,
-                                    error_code(1236, boost::system::generic_category()),
-                                    error_code(1236, boost::asio::error::get_misc_category())};
-    for (const error_code& each : cancelled)
-        DiscoveryUdpPeer::OnRetryTimer(endpoint, each);
-    EXPECT_EQ(TakeLines(), Lines{});
-    EXPECT_EQ(DiscoveryUdpPeer::RetryDelay(endpoint), std::chrono::seconds(3));
-    EXPECT_FALSE(endpoint.Busy());
-}
-
-TEST_F(Endpoint, TooLargeIsIgnoredAndAnErrorRestartsOnce)
-{
-    DiscoveryUdpPeer::OnReceive(endpoint, error_code(234, boost::asio::error::get_misc_category()));
+    peer.OnReceive(Misc(234));
     EXPECT_EQ(TakeLines(),
               Lines{"25 Buffer is too small for the message from 0.0.0.0:0. Ignoring message"});
-    DiscoveryUdpPeer::OnReceive(endpoint, kFailed);
-    EXPECT_EQ(TakeLines(),
-              (Lines{"75 Receive Error: Input/output error (5)", backOff[0], backOff[1]}));
-    DiscoveryUdpPeer::OnReceive(endpoint, kFailed);
+    peer.OnReceive(kFailed);
+    EXPECT_EQ(TakeLines(), (Lines{"75 Receive Error: Input/output error (5)", retrying, stopping}));
+    peer.OnReceive(kFailed);
     EXPECT_EQ(TakeLines(), Lines{}) << "the endpoint is closing";
 }
 
-TEST_F(Endpoint, SendCompletionAfterClosingIsSilent)
+TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
 {
-    endpoint.StopOperations(false);
-    TakeLines();
-    RunReady();
-    EXPECT_FALSE(endpoint.Busy());
-    EXPECT_EQ(TakeLines(), Lines{});
-    // On a closed socket a failed send restarts the endpoint at once, before its retry line.
-    DiscoveryUdpPeer::OnSendComplete(endpoint, kFailed);
-    EXPECT_EQ(TakeLines(),
-              (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0", backOff[0],
-                     backOff[1], "25 Retrying send to destination: 0.0.0.0"}));
-    EXPECT_EQ(DiscoveryUdpPeer::SendRetryCount(endpoint), 1);
+    peer.OnSendComplete(kFailed);
+    EXPECT_EQ(TakeLines(), (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0",
+                                  retrying, stopping, "25 Retrying send to destination: 0.0.0.0"}));
+    EXPECT_EQ(peer.SendRetryCount(), 1);
     RunReady(); // the resend and the resumed receive find the socket closed
     EXPECT_EQ(TakeLines(), Lines{});
-    DiscoveryUdpPeer::OnSendComplete(endpoint, {});
-    EXPECT_EQ(DiscoveryUdpPeer::SendRetryCount(endpoint), 0);
+    peer.OnSendComplete({});
+    EXPECT_EQ(peer.SendRetryCount(), 0);
 }
 
-TEST_F(Endpoint, DeviceNameIsAFormatAndItsFailureBacksOff)
-{
-    endpoint.Restart();
-    EXPECT_EQ(boundDevice, "l%o");
-    EXPECT_EQ(TakeLines(),
-              (Lines{restarting, "75 Error binding to socket using SO_BINDTODEVICE: 19", backOff[0],
-                     backOff[1]}));
-    EXPECT_TRUE(endpoint.Busy()) << "the retry waits";
-}
-
-// Without a codec an endpoint listens and says nothing, so this touches loopback alone.
 TEST_F(Endpoint, EachFailingStepIsReportedAndBacksOffOrGoesOn)
 {
-    const std::string joined = "25 Joined multicast group 239.255.255.250 on 127.0.0.1";
     const std::string denied = "system:13): Permission denied";
     struct Case {
         int level;
         int name;
         std::string line;
-        bool essential;
     };
     const Case cases[] = {
-        {0, 0, "", false},
         {0, kSocketItself,
-         "75 Failed to open listening socket on 127.0.0.1. Error: Permission denied (system:13)",
-         true},
+         "75 Failed to open listening socket on 127.0.0.1. Error: Permission denied (system:13)"},
+        {SOL_SOCKET, SO_BINDTODEVICE, "75 Error binding to socket using SO_BINDTODEVICE: 13"},
         {SOL_SOCKET, SO_REUSEADDR,
-         "75 Failed to set socket option SO_REUSEADDR. Error: Permission denied", true},
-        {IPPROTO_IP, IP_MULTICAST_TTL, "50 Failed to set IP_MULTICAST_TTL=32. Error (" + denied,
-         false},
-        {SOL_SOCKET, SO_RCVBUF, "50 Failed to set SO_RCVBUF=1MB. Error (" + denied, false},
-        {IPPROTO_IP, IP_ADD_MEMBERSHIP, "75 Failed to set IP_ADD_MEMBERSHIP. Error (" + denied,
-         true},
+         "75 Failed to set socket option SO_REUSEADDR. Error: Permission denied"},
+        {IPPROTO_IP, IP_MULTICAST_TTL, "50 Failed to set IP_MULTICAST_TTL=32. Error (" + denied},
+        {SOL_SOCKET, SO_RCVBUF, "50 Failed to set SO_RCVBUF=1MB. Error (" + denied},
+        {IPPROTO_IP, IP_ADD_MEMBERSHIP, "75 Failed to set IP_ADD_MEMBERSHIP. Error (" + denied},
     };
     for (const Case& each : cases) {
-        kx::CDiscoveryUdp loopback(service, {"127.0.0.1", "lo", "m", ""}, {}, 1,
-                                   kx::kMulticastGroup, kx::kDiscoveryPort);
-        loopback.log = &log;
         failing = {each.level, each.name, EACCES};
-        loopback.Restart();
+        endpoint.Restart();
         failing = {};
-        Lines expected{restarting};
-        if (!each.line.empty())
-            expected.push_back(each.line);
-        if (each.essential)
-            expected.insert(expected.end(), backOff.begin(), backOff.end());
+        Lines expected{"25 Restarting discovery on interface 127.0.0.1", each.line};
+        if (each.line[0] == '7')
+            expected.insert(expected.end(), {retrying, stopping});
         else
-            expected.push_back(joined);
+            expected.emplace_back("25 Joined multicast group 239.255.255.250 on 127.0.0.1");
         EXPECT_EQ(TakeLines(), expected);
-        loopback.StopOperations(false);
+        EXPECT_TRUE(endpoint.Busy());
+        endpoint.StopOperations(false);
         RunReady();
-        EXPECT_FALSE(loopback.Busy());
+        EXPECT_FALSE(endpoint.Busy());
         TakeLines();
     }
-}
-
-TEST_F(Endpoint, StopDuringBackOffEndsTheWait)
-{
-    endpoint.Restart();
-    TakeLines();
-    endpoint.StopOperations(true); // nobody runs the service: the bound runs out
-    EXPECT_EQ(TakeLines(), Lines{backOff[1]});
-    RunReady();
-    EXPECT_FALSE(endpoint.Busy());
-    EXPECT_EQ(TakeLines(), Lines{});
-}
-
-TEST(Manager, StopsAtAnAdapterWhoseAddressIsNoAddress)
-{
-    RecordingLog log;
-    kx::CDiscoveryManager manager;
-    manager.log = &log;
-    // Without a codec's types and with devices that do not exist nothing reaches a network.
-    manager.Start(1, {{"0.0.0.0", "lo", "m", "x"},
-                      {"10.0.0.300", "lo", "m", "x"},
-                      {"127.0.0.1", "lo", "m", "x"}});
-    ASSERT_EQ(log.lines.size(), 1U);
-    // Later editions of the library append the code to the exception's text.
-    EXPECT_EQ(log.lines[0].rfind("75 Discovery encountered error (system:22): Invalid argument", 0),
-              0U)
-        << log.lines[0];
+    EXPECT_EQ(boundDevice, "%lo") << "the device name is a format";
 }
 
 } // namespace

@@ -110,19 +110,4 @@ TEST_P(ParseProbe, DecidesAndHandsBackWhatItGotTo)
 INSTANTIATE_TEST_SUITE_P(Cases, ParseProbe, testing::ValuesIn(ReadCases("probes.txt")),
                          [](const auto& each) { return each.param.name; });
 
-TEST(Namespaces, NullAndEmptyPrefixGiveNone)
-{
-    std::string prefix = "old";
-    kx::NamespacePrefixFor(nullptr, "/x", prefix);
-    EXPECT_EQ(prefix, "");
-    tinyxml2::XMLDocument document;
-    document.Parse("<r xmlns:='http://h/x' xmlns:p='http://h/x'/>");
-    prefix = "old";
-    kx::NamespacePrefixFor(document.RootElement(), nullptr, prefix);
-    EXPECT_EQ(prefix, "");
-    kx::NamespacePrefixFor(document.RootElement(), "/x", prefix);
-    EXPECT_EQ(prefix, "") << "the first that fits counts, though its prefix is empty";
-    EXPECT_FALSE(kx::AnyTypeListed({}, "X", ""));
-}
-
 } // namespace

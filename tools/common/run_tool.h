@@ -1,0 +1,39 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kx::tools {
+
+/// Exit status of misuse and of everything that keeps a tool from doing its work.
+inline constexpr int kExitError = 2;
+
+/// The frame of a tool's main: reads the command line, then works.
+///
+/// @param name        the tool's name, with which its complaints begin
+/// @param addOptions  adds the tool's options, bound to variables that outlive this call
+/// @param work        does the work once the options are read; gives the exit status
+/// @return the exit status: that of `work`, 0 after --help, or kExitError with one line on standard
+///         error when the command line is no good or `work` threw
+int RunTool(int argc, char** argv, const char* name, const char* description,
+            const std::function<void(CLI::App&)>& addOptions, const std::function<int()>& work);
+
+/// Writes "name: text" as one line to standard error.
+void Complain(const std::string& name, const std::string& text);
+
+/// Adds the option --adapter, which may be given several times; `names` holds its default.
+void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
+
+/// Accepts a positive time in seconds, fractions included, that the steady clock can hold.
+///
+/// Not CLI::PositiveNumber, which lets "nan" and 1e300 pass.
+CLI::Validator PositiveSeconds();
+
+/// The time that an option checked by PositiveSeconds gave.
+std::chrono::steady_clock::duration ToDuration(double seconds);
+
+} // namespace kx::tools

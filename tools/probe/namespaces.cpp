@@ -1,0 +1,74 @@
+#include "namespaces.h"
+
+#include <cstring>
+#include <sstream>
+
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+using tinyxml2::XMLText;
+
+namespace kx::tools {
+namespace {
+
+/// The namespace bound to a prefix, or by default to none, at an element; null when undeclared.
+const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
+{
+    const std::string declaration = prefix.empty() ? "xmlns" : "xmlns:" + prefix;
+    while (element) {
+        if (const char* uri = element->Attribute(declaration.c_str()))
+            return uri;
+        const XMLNode* parent = element->Parent();
+        element = parent ? parent->ToElement() : nullptr;
+    }
+    return nullptr;
+}
+
+/// The first of an element and its following siblings with the namespace and local name.
+const XMLElement* FirstFrom(const XMLElement* element, const char* uri, const char* localName)
+{
+    while (element && !IsElement(element, uri, localName))
+        element = element->NextSiblingElement();
+    return element;
+}
+
+} // namespace
+
+bool IsElement(const XMLElement* element, const char* uri, const char* localName)
+{
+    if (!element)
+        return false;
+    const std::string name = element->Name();
+    const auto colon = name.find(':');
+    const bool prefixed = colon != std::string::npos;
+    if (name.substr(prefixed ? colon + 1 : 0) != localName)
+        return false;
+    const char* bound = NamespaceOf(element, prefixed ? name.substr(0, colon) : "");
+    return bound && std::strcmp(bound, uri) == 0;
+}
+
+const XMLElement* FindChild(const XMLElement* parent, const char* uri, const char* localName)
+{
+    return parent ? FirstFrom(parent->FirstChildElement(), uri, localName) : nullptr;
+}
+
+const XMLElement* FindNext(const XMLElement* element, const char* uri, const char* localName)
+{
+    return element ? FirstFrom(element->NextSiblingElement(), uri, localName) : nullptr;
+}
+
+std::string CollapsedText(const XMLElement* element)
+{
+    std::string text;
+    for (const XMLNode* each = element ? element->FirstChild() : nullptr; each;
+         each = each->NextSibling()) {
+        if (const XMLText* piece = each->ToText())
+            text += piece->Value();
+    }
+    std::istringstream words(text);
+    std::string collapsed;
+    for (std::string word; words >> word;)
+        collapsed += (collapsed.empty() ? "" : " ") + word;
+    return collapsed;
+}
+
+} // namespace kx::tools
