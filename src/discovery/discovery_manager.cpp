@@ -31,15 +31,15 @@ constexpr char kNoAddress[] = "0.0.0.0";
 ///
 /// It need not wait until the thread is in: the service runs handlers in the order in which they
 /// were posted, so nothing that is started after the making can complete before the end.
-class IoGate {
+class CIoGate {
 public:
-    explicit IoGate(boost::asio::io_context& ioService)
+    explicit CIoGate(boost::asio::io_context& ioService)
     {
         boost::asio::post(ioService, [opened = gate.get_future().share()] { opened.wait(); });
     }
-    IoGate(const IoGate&) = delete;
-    IoGate& operator=(const IoGate&) = delete;
-    ~IoGate() { gate.set_value(); }
+    CIoGate(const CIoGate&) = delete;
+    CIoGate& operator=(const CIoGate&) = delete;
+    ~CIoGate() { gate.set_value(); }
 
 private:
     std::promise<void> gate;
@@ -70,7 +70,7 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 {
     // An endpoint's first operations are started here while the I/O thread could already complete
     // them. Both would touch its fields; hence the gate, open again on every way out.
-    const IoGate gate(*ioService);
+    const CIoGate gate(*ioService);
     try {
         for (const AdapterRecord& adapter : adapters) {
             if (adapter.ipAddress == kNoAddress)

@@ -23,7 +23,8 @@ namespace kx {
 /// Threads: the manager's thread calls everything but RunIoService, which is the I/O thread.
 class CDiscoveryManager {
 public:
-    /// Errors: the thread library's resource error; a broken random device ends the process.
+    /// Errors: boost::system::system_error when the I/O service cannot be made; a broken random
+    /// device ends the process.
     CDiscoveryManager();
     CDiscoveryManager(const CDiscoveryManager&) = delete;
     CDiscoveryManager& operator=(const CDiscoveryManager&) = delete;

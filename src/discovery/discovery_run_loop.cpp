@@ -18,15 +18,15 @@ constexpr char kAddressScheme[] = "ktzkx://";
 
 /// The I/O thread of a run. Its end shuts the manager down first, on every way out of the run: the
 /// thread must not outlive the manager.
-class IoThread {
+class CIoThread {
 public:
-    explicit IoThread(CDiscoveryManager& served)
+    explicit CIoThread(CDiscoveryManager& served)
         : manager(served), thread([&served] { served.RunIoService(); })
     {
     }
-    IoThread(const IoThread&) = delete;
-    IoThread& operator=(const IoThread&) = delete;
-    ~IoThread() // NOLINT(bugprone-exception-escape): without memory the process has to end here
+    CIoThread(const CIoThread&) = delete;
+    CIoThread& operator=(const CIoThread&) = delete;
+    ~CIoThread() // NOLINT(bugprone-exception-escape): without memory the process has to end here
     {
         manager.Shutdown();
         thread.join();
@@ -73,7 +73,7 @@ void RunDiscoveryLoop(PluginContext& context)
     manager.log = &log::g_coreLog;
     manager.soap.types.emplace_back(kDeviceType);
     {
-        const IoThread ioThread(manager);
+        const CIoThread ioThread(manager);
         while (!context.stopRequested) {
             if (!WaitForChange(context, port, adapters))
                 continue;

@@ -10,8 +10,8 @@ namespace kx {
 /// Deliberate: a change that was published before the loop's first wait is acted on only at the
 /// next broadcast, and so is a stop that falls between its look at the flag and its wait.
 ///
-/// Errors: boost::thread_resource_error when the I/O thread cannot be made; `running` then stays
-/// set.
+/// Errors: boost::system::system_error when the I/O service cannot be made,
+/// boost::thread_resource_error when its thread cannot; `running` then stays set.
 /// Threads: a host thread, which becomes the manager's thread. The context may be freed as soon as
 /// `running` is clear.
 void RunDiscoveryLoop(PluginContext& context);

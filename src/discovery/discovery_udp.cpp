@@ -144,7 +144,7 @@ bool CDiscoveryUdp::BindToDevice()
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
     // Deliberate: the device name is the format itself, so a "%" in it is formatted, not copied.
-    // The name is the server's own, and servers rely on "%%" standing for one "%".
+    // The text is the server's own, which writes "%%" for one "%".
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <

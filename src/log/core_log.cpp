@@ -1,6 +1,5 @@
 #include "core_log.h"
 
-#include "print_document.h"
 #include "send_to_host.h"
 
 #include <tinyxml2.h>
@@ -33,7 +32,7 @@ __attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const c
     record->SetAttribute("level", level);
     record->SetText(message);
     document.InsertEndChild(record);
-    SendToHost(kLogCommand, PrintDocument(document));
+    SendDocument(kLogCommand, document);
 }
 
 } // namespace

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kUnloadPollInterval{10};
 
-/// Made by the first Load, freed by Unload; the host calls those two alone.
+/// Made by the first Load, freed by Unload, during which no other entry point is entered.
 kx::PluginContext* context = nullptr;
 
 } // namespace

@@ -5,11 +5,12 @@
 /// The library's eight entry points. All return 0; statuses travel in the replies.
 ///
 /// The host's order: Load; Open; IOCTL code 1 on a thread lent for as long as the plug-in is
-/// active; IOCTL code 2 from any other thread whenever the server's port or adapters change; Close,
-/// again and again until IOCTL code 1 has returned; Unload last, alone.
+/// active; IOCTL code 2 from any other thread whenever the server's port or adapters change; Close;
+/// Unload last, with no other entry point entered any more. A host that must be sure of its stop
+/// repeats Close until IOCTL code 1 has returned.
 ///
-/// Request and reply are the host's memory, valid during the call; a reply's bytes that are not
-/// named in its record stay as they were.
+/// Request and reply are the host's memory, valid during the call; of a reply no more than the
+/// fields named in its record is written.
 #pragma GCC visibility push(default)
 extern "C" {
 
@@ -29,7 +30,7 @@ std::uint64_t Open(const void* request, kx::OpenReply* reply);
 /// Asks the run loop to stop and returns at once.
 ///
 /// Deliberate: takes no lock, so a request that falls between the loop's look at the flag and its
-/// wait is seen only at the next broadcast. Hence the host's repeated calls.
+/// wait is seen only at the next broadcast, which another Close brings.
 std::uint64_t Close(const void* request, kx::StatusReply* reply);
 
 /// Negates the flag; no data is read.
@@ -47,8 +48,9 @@ std::uint64_t Seek(const void* request, kx::StatusReply* reply);
 /// document; other codes do nothing.
 ///
 /// Requires Load for codes 1 and 2: the context is used as it is.
-/// Errors: boost::thread_resource_error through code 1 when the I/O thread cannot be made; the
-/// context then counts as running for ever.
+/// Errors, through code 1 alone: boost::system::system_error when the I/O service cannot be made,
+/// boost::thread_resource_error when its thread cannot; the context then counts as running for
+/// ever, and Unload would wait as long.
 std::uint64_t IOCTL(const kx::IoctlRequest* request, kx::IoctlReply* reply);
 }
 #pragma GCC visibility pop

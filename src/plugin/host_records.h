@@ -4,8 +4,8 @@
 #include <cstdint>
 
 /// The host boundary: every record that crosses it, field by field, and the numbers in them. The
-/// layout is the host's. A field that only the host understands is named by its offset; fields
-/// called unused are neither read nor written.
+/// layout is the host's. A field that only the host understands is named by its offset. Fields
+/// called unused are neither read nor written in what the host hands in, and zero in a HostRequest.
 namespace kx {
 
 /// The plug-in's identity toward the host.

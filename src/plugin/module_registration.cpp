@@ -1,7 +1,6 @@
 #include "module_registration.h"
 
 #include "host_document.h"
-#include "print_document.h"
 #include "send_to_host.h"
 #include "text.h"
 
@@ -34,7 +33,7 @@ void SendModuleRegistration()
     module->SetAttribute("Version", ModuleVersion().c_str());
     modules->InsertEndChild(module);
 
-    SendToHost(kRegisterCommand, PrintDocument(document));
+    SendDocument(kRegisterCommand, document);
 }
 
 } // namespace kx

@@ -15,13 +15,13 @@ void SetHostCallback(HostCallback callback)
     hostCallback = callback;
 }
 
-std::uint32_t SendToHost(std::uint64_t command, const std::string& text)
+std::uint32_t SendToHost(std::uint64_t command, const char* data, std::uint32_t length)
 {
     HostRequest request{};
     request.size = sizeof(request);
     request.fixed4 = 1;
-    request.dataLength = static_cast<std::uint32_t>(text.size() + 1);
-    request.data = text.c_str();
+    request.dataLength = length;
+    request.data = data;
     request.sender = kModuleId;
     request.command = command;
     request.fixed48 = 0x1000010;
@@ -32,6 +32,14 @@ std::uint32_t SendToHost(std::uint64_t command, const std::string& text)
 
     hostCallback.load()(&request, &reply);
     return reply.status;
+}
+
+void SendDocument(std::uint64_t command, const tinyxml2::XMLDocument& document)
+{
+    tinyxml2::XMLPrinter printer;
+    document.Accept(&printer);
+    // CStrSize counts the NUL.
+    SendToHost(command, printer.CStr(), static_cast<std::uint32_t>(printer.CStrSize()));
 }
 
 } // namespace kx

@@ -21,8 +21,11 @@ void BuildAnnouncement(const EndpointDescription& description, unsigned kind, st
         OpenMessage(document, hello ? kHelloAction : kByeAction, nullptr, kDiscoveryUrn);
     XMLElement* announcement = AppendElement(*body, hello ? "wsd:Hello" : "wsd:Bye");
     if (hello) {
-        XMLElement* scopes = description.mac.empty() ? MakeScopes(document, description.scopes)
-                                                     : MakeMacScope(document, description.mac);
+        XMLElement* scopes = nullptr;
+        if (!description.mac.empty())
+            scopes = MakeMacScope(document, description.mac);
+        else if (!description.scopes.empty())
+            scopes = MakeScopes(document, description.scopes);
         AppendTarget(*announcement, description, scopes);
     } else {
         announcement->InsertEndChild(MakeEndpointReference(document, description.address));

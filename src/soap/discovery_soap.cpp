@@ -24,7 +24,7 @@ void CDiscoverySoap::ProbeMatches(const std::string& probeMessageId,
                                   const EndpointDescription& description, std::string& out) const
 {
     // Deliberate: "uuid:" stands before the whole identifier, which normally begins with
-    // "urn:uuid:" itself. Clients in the field match on the doubled form.
+    // "urn:uuid:" itself. Whoever matches on this doubled form would lose us with any other.
     const std::string relatesTo = "uuid:" + probeMessageId;
 
     XMLDocument document;

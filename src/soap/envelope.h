@@ -14,7 +14,7 @@ namespace kx {
 
 /// Opens a document: declaration and s:Envelope with its four namespace declarations, attached.
 ///
-/// Deliberate: the declaration names XML version 1.1; clients in the field know us by it.
+/// Deliberate: the declaration names XML version 1.1, unlike the documents for the host.
 tinyxml2::XMLElement* MakeEnvelope(tinyxml2::XMLDocument& document);
 
 /// wsa:EndpointReference holding wsa:Address (WS-Addressing (August 2004) 2.2).
@@ -43,8 +43,8 @@ tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
 /// @param relatesTo  text of wsa:RelatesTo; null leaves the element out
 /// @return the empty s:Body, attached
 ///
-/// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7 would have one): the server
-/// keeps no instance identifier that would grow over its restarts.
+/// Deliberate: no AppSequence header, which WS-Discovery (April 2005) has for application
+/// sequencing: a run keeps no instance identifier or message number.
 /// Errors: a broken random device ends the process, see NewUuidString.
 tinyxml2::XMLElement* OpenMessage(tinyxml2::XMLDocument& document, const char* action,
                                   const char* relatesTo, const char* to);

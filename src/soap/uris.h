@@ -1,9 +1,7 @@
 #pragma once
 
-#include <cstddef>
-
-/// The one table of URIs: SOAP 1.2, WS-Addressing (August 2004) 1.1 and 3.3,
-/// WS-Discovery (April 2005) 1.4 and 4, and the vendor's own.
+/// The one table of URIs: those of SOAP 1.2, WS-Addressing (August 2004) and WS-Discovery
+/// (April 2005), and the vendor's own.
 namespace kx {
 
 inline constexpr char kSoapEnvelopeUri[] = "http://www.w3.org/2003/05/soap-envelope";

@@ -49,8 +49,8 @@ void ReadFully(int device, GUID& guid)
 
 std::int32_t CoCreateGuid(GUID* guid)
 {
-    // Deliberate: a broken random device ends the process. Identifiers that are not random would
-    // make recorders indistinguishable on the network, which nobody would notice for months.
+    // Deliberate: a broken random device ends the process. With identifiers that are not random,
+    // recorders could not be told apart on the network.
     const int device = OpenRandomDevice();
     ReadFully(device, *guid);
     if (close(device) != 0)

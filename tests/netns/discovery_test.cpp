@@ -130,6 +130,14 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
     EXPECT_EQ(Count("level=\"50\"") + Count("level=\"75\""), 0U);
     EXPECT_EQ(host.Log().back(), "25 io service thread exiting");
     EXPECT_EQ(OpenDescriptors(), descriptors);
+
+    host.Call("Unload");
+    host.Load();
+    host.Run();
+    Send({kCam0});
+    const auto again = group->Receive(2s);
+    ASSERT_TRUE(again);
+    EXPECT_NE(Text(again->text, "wsa:Address"), address) << "a new run, a new address";
 }
 
 TEST_F(Discovery, WatchdogRejoinsTwiceWhenNothingIsHeard)
@@ -230,6 +238,8 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
         {"no port", {kCam0, kCam1}, "", 0},
         {"order", {kCam1, kCam0}, "81", 2},
         {"mac", {kCam1, "10.7.0.1 cam0 m"}, "81", 2},
+        {"handle", {kCam1, "10.7.0.1 cam1 m"}, "81", 2},
+        {"address", {kCam1, "10.8.0.1 cam1 m"}, "81", 2},
         {"one less", {kCam0}, "81", 1},
         {"none", {}, "81", 0},
         {"address of no use", {"10.7.0 cam0 m", kCam1}, "81", 0},

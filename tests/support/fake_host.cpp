@@ -66,13 +66,18 @@ void FakeHost::Load() const
     Call("Load", request, reply);
 }
 
-void FakeHost::Run()
+void FakeHost::Lend()
 {
     lent = std::thread([this] {
         RawRecord request;
         RawRecord reply;
         Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
     });
+}
+
+void FakeHost::Run()
+{
+    Lend();
     // Nothing tells when the loop waits. A document that changes and changes back is taken in only
     // then: the first record, that of stopping an empty set, shows that it was.
     for (int port = 1; Log().empty(); ++port) {

@@ -56,7 +56,9 @@ public:
     void Call(const char* name) const;
     void Load() const;
 
-    /// IOCTL code 1 on a thread of its own; returns once that thread waits for documents.
+    /// IOCTL code 1 on a thread of its own.
+    void Lend();
+    /// The same; returns once that thread waits for documents.
     void Run();
     /// IOCTL code 2.
     void Send(const std::string& document) const;

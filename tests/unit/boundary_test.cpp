@@ -66,14 +66,17 @@ INSTANTIATE_TEST_SUITE_P(
         CallCase{"Read255", "Read", Transfer(255, 0), RawRecord().Put(24, 0xFFFFFF01U)},
         CallCase{"WriteFlagged", "Write", Transfer(2, 0), RawRecord().Put(24, k0)},
         CallCase{"WriteToUs", "Write", Transfer(0, 0x4c0000), RawRecord().Put(24, k0)},
-        CallCase{"WriteToOthers", "Write", Transfer(0, 0x14c0000), {}}),
+        CallCase{"WriteToOthers", "Write", Transfer(0, 0x1004c0000), {}}),
     [](const auto& each) { return each.param.name; });
 
 TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
 {
     FakeHost host;
     host.status = 7;
-    host.Load();
+    RawRecord request;
+    RawRecord descriptor;
+    host.Call("Load", request.Put(16, std::uint64_t{0}), descriptor);
+    host.Load(); // the latest callback counts
     host.Call("Open");
     host.Call("Open");
     const std::vector<HostCall> calls = host.Calls();
@@ -82,7 +85,6 @@ TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
     EXPECT_EQ(calls[0].data.back(), '\0');
     EXPECT_EQ(calls[0].data.find('\0'), calls[0].data.size() - 1);
 
-    RawRecord request;
     std::fill_n(request.bytes.begin(), 224, std::uint8_t{0});
     request.Put(0, std::uint32_t{224}).Put(4, std::uint32_t{1});
     request.Put(8, static_cast<std::uint32_t>(calls[0].data.size()));
@@ -115,6 +117,33 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     EXPECT_TRUE(host.Log().empty()) << "nothing changed";
     host.Send(ServerDocument({}, "1"));
     EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
+}
+
+TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
+{
+    FakeHost host;
+    host.Load();
+    host.Send(ServerDocument({"10.0.0.300 lo m"}, "80"));
+    host.Load(); // keeps the document
+    host.Lend();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    host.Send(ServerDocument({}, "80")); // as the run found it
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(host.Log(), std::vector<std::string>{});
+}
+
+TEST(Boundary, UnloadWaitsForTheRun)
+{
+    FakeHost host;
+    host.Load();
+    host.Run();
+    host.onRecord = [](const std::string&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    };
+    host.Call("Close");
+    host.Call("Unload");
+    ASSERT_FALSE(host.Log().empty());
+    EXPECT_EQ(host.Log().back(), "25 io service thread exiting");
 }
 
 TEST(Boundary, LibraryIsGoneAfterUnload)
