@@ -29,8 +29,8 @@ constexpr char kNoAddress[] = "0.0.0.0";
 
 /// Holds the I/O thread inside a handler from its making to its end.
 ///
-/// It need not wait until the thread is in: the service runs handlers in the order in which they
-/// were posted, so nothing that is started after the making can complete before the end.
+/// It need not wait until the thread is in: one thread runs the service, in the order in which work
+/// became ready, so nothing that is started after the making can complete before the end.
 class CIoGate {
 public:
     explicit CIoGate(boost::asio::io_context& ioService)
@@ -68,13 +68,14 @@ CDiscoveryManager::CDiscoveryManager()
 void CDiscoveryManager::Start(std::int32_t multicastEnabled,
                               const std::vector<AdapterRecord>& adapters)
 {
-    // An endpoint's first operations are started here while the I/O thread could already complete
-    // them. Both would touch its fields; hence the gate, open again on every way out.
-    const CIoGate gate(*ioService);
     try {
         for (const AdapterRecord& adapter : adapters) {
             if (adapter.ipAddress == kNoAddress)
                 continue;
+            // The endpoint's first operations are started here while the I/O thread could already
+            // complete them, and both would touch its fields. One gate an endpoint: those that are
+            // set up already go on answering.
+            const CIoGate gate(*ioService);
             EndpointDescription description;
             description.address = endpointAddress;
             description.xaddrs = adapter.xAddr;

@@ -37,8 +37,9 @@ public:
     /// those after it are not started.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
-    /// Stops and releases every endpoint, each with a Bye. Returns when the I/O thread is through
-    /// with them, which has no bound: it may be held inside a log record. Takes 10 ms at least.
+    /// Stops and releases every endpoint, each with a Bye. Returns when nothing is outstanding on
+    /// them, which has no bound: the I/O thread may be held inside a log record. Takes 10 ms at
+    /// least. The endpoints themselves end on the I/O thread, shortly after.
     void StopAll();
 
     /// Stops everything and lets the I/O thread end.
@@ -54,7 +55,7 @@ private:
     using Work = boost::asio::executor_work_guard<IoService::executor_type>;
 
     boost::shared_ptr<IoService> ioService;
-    /// Keeps RunIoService from running out of work. Touched on the I/O thread alone.
+    /// Keeps RunIoService from running out of work. Made and dropped on the I/O thread.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;
     /// The advertised address: one UUID for all adapters of a run.

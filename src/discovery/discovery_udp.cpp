@@ -36,9 +36,6 @@ constexpr std::int32_t kRetryDoublingBound = 299;
 /// Counts as a cancelled wait, whatever the error's category.
 constexpr int kAbortedValue = 1236;
 
-/// How long a final stop waits for an endpoint's Bye and teardown together.
-constexpr auto kStopBound = 49 * kPollInterval;
-
 } // namespace
 
 bool WasCancelled(const error_code& error)
@@ -144,7 +141,7 @@ bool CDiscoveryUdp::BindToDevice()
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
     // Deliberate: the device name is the format itself, so a "%" in it is formatted, not copied.
-    // The text is the server's own, which writes "%%" for one "%".
+    // The text comes from the server alone, never from the network.
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <
@@ -171,8 +168,8 @@ void CDiscoveryUdp::ScheduleRetry()
     retryTimer.expires_after(std::chrono::seconds(retryDelaySeconds));
     if (stopping)
         return;
-    ++pendingOps;
     retryTimer.async_wait([this](const error_code& error) { OnRetryTimer(error); });
+    ++pendingOps;
 }
 
 // waiting --cancelled or stopping--> idle
@@ -220,8 +217,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     });
     tornDown->get_future().wait_for(kStopBound);
 
-    // The I/O thread may be held inside a log record or a blocked Bye. Its socket stays open until
-    // it is free to close it itself; the Bye must not go out that late.
+    // The I/O thread may be held inside a log record or a blocked Bye. It closes the socket when it
+    // gets to it, but a Bye that has not gone by now counts as failed.
     byeDone = true;
 }
 

@@ -21,6 +21,8 @@ namespace kx {
 
 /// How often a thread looks again at what another one is to finish.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
+/// How long a Bye may take, and how long a stop waits for an endpoint's Bye and teardown together.
+inline constexpr auto kStopBound = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
 /// keeps its socket alive. Held by shared pointer, never copied.
@@ -31,15 +33,19 @@ inline constexpr std::chrono::milliseconds kPollInterval{10};
 ///     any --StopOperations(true)--> stopped for good
 ///
 /// Threads: the I/O thread runs every completion handler and everything else that touches the
-/// socket or the timers. The manager's thread constructs, runs the first Restart while the I/O
-/// thread is held at a gate (see CDiscoveryManager::Start), and stops; only atomic fields are
-/// touched by both. A stop sets its flags and then has the I/O thread tear down. As that thread
-/// runs one handler at a time, the teardown follows every handler that looked at the flags just
-/// before: whatever such a handler opened or armed is closed and cancelled too, and no descriptor
-/// is closed under a system call that uses it.
+/// socket or the timers, with one exception: the manager's thread constructs and runs the first
+/// Restart, for which the I/O thread is held at a gate (see CDiscoveryManager::Start). The
+/// manager's thread also stops; only atomic fields are touched by both at a time. A stop sets its
+/// flags and then has the I/O thread tear down. As that thread runs one handler at a time, the
+/// teardown follows every handler that looked at the flags just before: whatever such a handler
+/// opened or armed is closed and cancelled too, and no descriptor is closed under a system call
+/// that uses it.
 ///
-/// Counting: every asynchronous start is counted and uncounted first thing when it completes. The
-/// manager frees an endpoint only when nothing is outstanding.
+/// Counting: every asynchronous start is counted, and uncounted first thing when it completes; the
+/// manager frees an endpoint only when nothing is outstanding. A start is counted once it was made,
+/// so one that throws for want of memory is not waited for. That is early enough, since no handler
+/// runs before this one, or the gate, has ended. Only the final teardown is counted beforehand and
+/// uncounted last, so that it keeps the endpoint busy all through.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -56,7 +62,7 @@ public:
     CDiscoveryUdp(const CDiscoveryUdp&) = delete;
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
-    /// Closes what is open; sends nothing and logs nothing. Threads: I/O.
+    /// Closes what is open; sends nothing and logs nothing. Threads: I/O, or any once that ended.
     ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
 
     /// Opens the socket on the adapter's device, joins the group and sets the endpoint going
@@ -65,9 +71,11 @@ public:
     /// Threads: manager inside Start; I/O afterwards.
     void Restart();
 
-    /// Withdraws the recorder: at most one Bye, sent synchronously, failures ignored.
+    /// Withdraws the recorder: at most one Bye, sent synchronously, failures ignored. From here on
+    /// the endpoint sends nothing else.
     ///
-    /// Threads: I/O. Waits until the datagram is accepted or the stop gives it up.
+    /// Threads: I/O. Waits until the datagram is accepted, for kStopBound at most and no longer
+    /// than the stop waits.
     void SendBye();
 
     /// Cancels all waits and closes the socket.
@@ -86,7 +94,7 @@ public:
 private:
     friend struct DiscoveryUdpPeer; ///< tests call handlers with any error, without waiting
 
-    /// Longest datagram that is looked at; what is longer arrives cut and does not parse.
+    /// Longest datagram that is looked at; of a longer one, so much of its beginning.
     static constexpr std::size_t kReceiveBufferSize = 4096;
 
     /// Kept by a send and by all its retries.
@@ -120,7 +128,7 @@ private:
     std::atomic<bool> closing{false};
     /// Stopped for good: no handler arms a timer or restarts any more.
     std::atomic<bool> stopping{false};
-    /// The Bye was sent, failed, was skipped or is given up; none is sent after this.
+    /// The Bye was sent, failed, was skipped or is given up; no attempt begins after this.
     std::atomic<bool> byeDone{false};
     std::atomic<std::int32_t> pendingReceives{0};
     /// Operations of every kind: receives, sends, timer waits, the final teardown.

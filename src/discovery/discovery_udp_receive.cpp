@@ -22,11 +22,11 @@ constexpr int kReceiveTooSmall = 234;
 
 void CDiscoveryUdp::StartReceive()
 {
-    ++pendingReceives;
-    ++pendingOps;
     socket.async_receive_from(
         boost::asio::buffer(receiveBuffer.data(), kReceiveBufferSize), senderEndpoint,
         [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
+    ++pendingReceives;
+    ++pendingOps;
 }
 
 // receiving --stopping or closing--> idle

@@ -35,6 +35,12 @@ void CDiscoveryUdp::SendHello()
 
 void CDiscoveryUdp::SendBye()
 {
+    // The Bye is the last word: what would complete behind it must not announce or answer any more,
+    // and what still waits to be sent must not overtake it.
+    stopping = true;
+    error_code error;
+    socket.cancel(error);
+
     if (!soap) {
         byeDone = true;
         return;
@@ -43,36 +49,35 @@ void CDiscoveryUdp::SendBye()
     soap->Bye(description, bye);
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
-    if (!socket.is_open()) {
-        byeDone = true;
-        return;
-    }
-    // A socket that would block is waited for in short slices: only so can the stop give up this
-    // Bye by setting byeDone, without touching a descriptor that is in use here.
-    error_code error;
+
+    // A send that would block is tried again in short intervals instead of waiting inside the call:
+    // only so can it be given up, here or by the stop, without closing a descriptor under it. A
+    // closed socket fails here already.
     socket.non_blocking(true, error);
-    while (!byeDone) {
+    const auto end = std::chrono::steady_clock::now() + kStopBound;
+    while (!error && !byeDone && std::chrono::steady_clock::now() < end) {
         socket.send_to(boost::asio::buffer(bye), groupEndpoint, 0, error);
         if (error != boost::asio::error::would_block)
             break;
         pollfd writable{socket.native_handle(), POLLOUT, 0};
         poll(&writable, 1, static_cast<int>(kPollInterval.count()));
+        error.clear();
     }
     byeDone = true;
 }
 
 void CDiscoveryUdp::SendMessage(const Message& message)
 {
-    ++pendingOps;
     socket.async_send_to(boost::asio::buffer(*message), sendDestination,
                          [this, message](const error_code& error, std::size_t /*sent*/) {
                              OnSendComplete(message, error);
                          });
+    ++pendingOps;
 }
 
 // sending --stopping or closing--> idle
-//         --failed---------------> sending the same again, from the fourth in a row on with a
-//                                  restart of the endpoint under way
+//         --failed---------------> sending the same again; from the fourth failure in a row on, or
+//                                  at once when the socket is closed, with a restart under way
 //         --sent-----------------> idle
 // In the last two cases receiving goes on if it was held for this send.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)

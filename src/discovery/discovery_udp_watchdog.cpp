@@ -22,8 +22,8 @@ constexpr std::int32_t kRejoinLimit = 2;
 void CDiscoveryUdp::ArmActivityTimer()
 {
     activityTimer.expires_after(kWatchdogPeriod);
-    ++pendingOps;
     activityTimer.async_wait([this](const error_code& error) { OnActivityTimer(error); });
+    ++pendingOps;
 }
 
 void CDiscoveryUdp::NoteActivity()

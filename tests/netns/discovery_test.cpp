@@ -297,6 +297,42 @@ TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
     EXPECT_TRUE(group->ReceiveAll("<wsd:Bye>", 200ms).empty());
 }
 
+// The host holds the manager's thread between an endpoint's Bye and its teardown.
+TEST_F(Discovery, NothingIsSentBehindTheBye)
+{
+    host.onRecord = [](const std::string& record) {
+        if (record.find("Stopping all socket and timer operations on 10.7.0.1") !=
+            std::string::npos)
+            std::this_thread::sleep_for(500ms);
+    };
+    Send({kCam0, kCam1});
+    ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
+    std::thread stopper([this] { host.Stop(); });
+    EXPECT_EQ(group1->ReceiveAll("<wsd:Bye>", 200ms).size(), 1U);
+    prober1->Send(Probe("urn:uuid:1"));
+    EXPECT_FALSE(prober1->Receive(200ms));
+    stopper.join();
+}
+
+// A device that takes no more data blocks the Bye, which must not hold up the stop for long.
+TEST_F(Discovery, StopWhileTheByeIsBlockedIsBounded)
+{
+    Send({kCam1, kCam0});
+    ASSERT_TRUE(group->Receive(2s));
+    Network::Run("tc qdisc add dev cam0 root tbf rate 64bit burst 2000 limit 100000000");
+    for (int count = 0; count < 400; ++count) {
+        prober->Send(Probe("urn:uuid:1"));
+        std::this_thread::sleep_for(100us);
+    }
+    EXPECT_TRUE(host.WaitFor("Send ProbeMatch", 50));
+    const auto start = steady_clock::now();
+    host.Stop();
+    const auto taken = steady_clock::now() - start;
+    EXPECT_GT(taken, 400ms) << "the Bye was not blocked";
+    EXPECT_LT(taken, 900ms);
+    EXPECT_EQ(Count("Sending Bye"), 2U);
+}
+
 // Documents from several threads, Probes and garbage from several sockets, then a stop in the
 // midst of it, again and again: no race, no hang, nothing left behind.
 TEST_F(Discovery, StormLeavesNothingBehind)

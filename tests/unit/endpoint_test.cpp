@@ -1,4 +1,5 @@
 #include "discovery_group.h"
+#include "discovery_manager.h"
 #include "discovery_udp.h"
 #include "recording_log.h"
 
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <future>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -198,6 +200,18 @@ TEST_F(Endpoint, EachFailingStepIsReportedAndBacksOffOrGoesOn)
         TakeLines();
     }
     EXPECT_EQ(boundDevice, "%lo") << "the device name is a format";
+}
+
+TEST(Manager, ShutDownBeforeItsThreadStartsStillEndsTheThread)
+{
+    RecordingLog log;
+    kx::CDiscoveryManager manager;
+    manager.log = &log;
+    manager.Shutdown();
+    const auto thread = std::async(std::launch::async, [&] { manager.RunIoService(); });
+    ASSERT_EQ(thread.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(log.lines, (Lines{"25 Stopping discovery operations on all interfaces",
+                                "25 io service thread exiting"}));
 }
 
 } // namespace
