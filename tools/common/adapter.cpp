@@ -2,60 +2,62 @@
 
 #include "text.h"
 
+#include <netlink/cache.h>
+#include <netlink/route/addr.h>
+#include <netlink/route/link.h>
+
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cerrno>
-#include <cstdio>
-#include <ifaddrs.h>
 #include <memory>
 #include <net/ethernet.h>
-#include <netinet/in.h>
-#include <netpacket/packet.h>
+#include <net/if.h>
 #include <stdexcept>
-#include <system_error>
 
 namespace kx::tools {
 namespace {
 
 constexpr char kNoMacAddress[] = "00:00:00:00:00:00";
 
-struct FreeInterfaces {
-    void operator()(ifaddrs* list) const { freeifaddrs(list); }
+struct FreeNetlink {
+    void operator()(nl_sock* socket) const { nl_socket_free(socket); }
+    void operator()(nl_cache* cache) const { nl_cache_free(cache); }
 };
+using NetlinkSocket = std::unique_ptr<nl_sock, FreeNetlink>;
+using NetlinkCache = std::unique_ptr<nl_cache, FreeNetlink>;
 
-template <class Adapters>
-auto FindByName(Adapters& adapters, const std::string& name)
+void Check(int error)
+{
+    if (error < 0)
+        throw std::runtime_error(Compose("cannot read the network adapters: ", nl_geterror(error)));
+}
+
+auto FindByName(const std::vector<Adapter>& adapters, const std::string& name)
 {
     return std::find_if(adapters.begin(), adapters.end(),
                         [&](const Adapter& each) { return each.name == name; });
 }
 
-/// The device of an entry: an address may carry a label, "eth0:1", and no device has a colon.
-std::string DeviceName(const ifaddrs& entry)
+/// Text of a device's address. What is not six bytes long, as with tunnels, is no MAC address.
+std::string MacText(nl_addr* address)
 {
-    const std::string name = entry.ifa_name;
-    return name.substr(0, name.find(':'));
-}
-
-std::string AddressText(const sockaddr* address)
-{
-    char text[INET_ADDRSTRLEN] = "";
-    inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(address)->sin_addr, text,
-              sizeof(text));
-    return text;
-}
-
-/// Text of a packet(7) address. What is not six bytes long, as with tunnels, is no MAC address.
-std::string MacText(const sockaddr* address)
-{
-    const auto& link = *reinterpret_cast<const sockaddr_ll*>(address);
-    if (link.sll_halen != ETH_ALEN)
-        return kNoMacAddress;
-    const unsigned char* byte = link.sll_addr;
     char text[sizeof(kNoMacAddress)];
-    std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", byte[0], byte[1], byte[2],
-                  byte[3], byte[4], byte[5]);
-    return text;
+    return address && nl_addr_get_len(address) == ETH_ALEN
+               ? nl_addr2str(address, text, sizeof(text))
+               : kNoMacAddress;
+}
+
+/// The first IPv4 address of a device. The kernel lists the primary one first.
+std::string FirstAddress(nl_cache* addresses, int index)
+{
+    for (nl_object* each = nl_cache_get_first(addresses); each; each = nl_cache_get_next(each)) {
+        auto* entry = reinterpret_cast<rtnl_addr*>(each);
+        if (rtnl_addr_get_ifindex(entry) != index || rtnl_addr_get_family(entry) != AF_INET)
+            continue;
+        char text[INET_ADDRSTRLEN] = "";
+        inet_ntop(AF_INET, nl_addr_get_binary_addr(rtnl_addr_get_local(entry)), text, sizeof(text));
+        return text;
+    }
+    return "";
 }
 
 std::string ListAdapters(const std::vector<Adapter>& adapters)
@@ -72,45 +74,57 @@ std::string ListAdapters(const std::vector<Adapter>& adapters)
 
 std::vector<Adapter> ReadAdapters()
 {
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0) {
-        throw std::system_error(errno, std::generic_category(), "cannot read the network adapters");
-    }
-    const std::unique_ptr<ifaddrs, FreeInterfaces> owner(list);
+    const NetlinkSocket socket(nl_socket_alloc());
+    if (!socket)
+        throw std::bad_alloc();
+    Check(nl_connect(socket.get(), NETLINK_ROUTE));
+    nl_cache* cache = nullptr;
+    Check(rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &cache));
+    const NetlinkCache links(cache);
+    Check(rtnl_addr_alloc_cache(socket.get(), &cache));
+    const NetlinkCache addresses(cache);
 
     std::vector<Adapter> adapters;
-    for (const ifaddrs* each = list; each; each = each->ifa_next) {
-        if (!each->ifa_addr)
-            continue;
-        const std::string name = DeviceName(*each);
-        auto adapter = FindByName(adapters, name);
-        if (adapter == adapters.end())
-            adapter = adapters.insert(adapter, Adapter{name, "", kNoMacAddress});
-
-        if (each->ifa_addr->sa_family == AF_PACKET)
-            adapter->macAddress = MacText(each->ifa_addr);
-        else if (each->ifa_addr->sa_family == AF_INET && adapter->ipAddress.empty())
-            adapter->ipAddress = AddressText(each->ifa_addr);
+    for (nl_object* each = nl_cache_get_first(links.get()); each; each = nl_cache_get_next(each)) {
+        auto* link = reinterpret_cast<rtnl_link*>(each);
+        const int index = rtnl_link_get_ifindex(link);
+        const std::string address = FirstAddress(addresses.get(), index);
+        const unsigned flags = rtnl_link_get_flags(link);
+        // Running is the kernel's word for a carrier, and for a device that cannot know.
+        const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
+        adapters.push_back({rtnl_link_get_name(link), index, address,
+                            MacText(rtnl_link_get_addr(link)), connected,
+                            (flags & IFF_LOOPBACK) != 0});
     }
+    std::sort(adapters.begin(), adapters.end(),
+              [](const Adapter& left, const Adapter& right) { return left.index < right.index; });
     return adapters;
+}
+
+std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
+                                  const std::vector<std::string>& names)
+{
+    std::vector<Adapter> found;
+    for (const std::string& name : names) {
+        const auto adapter = FindByName(adapters, name);
+        if (adapter != adapters.end() && FindByName(found, name) == found.end())
+            found.push_back(*adapter);
+    }
+    return found;
 }
 
 std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
                                     const std::vector<std::string>& names)
 {
-    std::vector<Adapter> selected;
     for (const std::string& name : names) {
-        if (FindByName(selected, name) != selected.end())
-            continue;
         const auto found = FindByName(adapters, name);
         if (found == adapters.end() || found->ipAddress.empty()) {
             throw std::runtime_error(Compose(
                 found == adapters.end() ? "there is no adapter " : "no IPv4 address on adapter ",
                 name, "; name another with --adapter: ", ListAdapters(adapters)));
         }
-        selected.push_back(*found);
     }
-    return selected;
+    return FindAdapters(adapters, names);
 }
 
 } // namespace kx::tools

@@ -1,58 +1,153 @@
 #include "host_log.h"
 
+#include "i_core_log.h"
+#include "plugin_record.h"
 #include "printable.h"
 #include "text.h"
 
+#include <nlohmann/json.hpp>
+
 #include <atomic>
 #include <chrono>
-#include <ctime>
 #include <iomanip>
 #include <iostream>
 #include <mutex>
+
+using Json = nlohmann::ordered_json;
 
 namespace kx::tools {
 namespace {
 
 constexpr int kLabelWidth = 7;
+constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
 
+// Escape sequences as of console_codes(4).
+constexpr char kRed[] = "\033[31m";
+constexpr char kYellow[] = "\033[33m";
+constexpr char kMagenta[] = "\033[35m";
+constexpr char kCyan[] = "\033[36m";
+constexpr char kDefaultColor[] = "\033[0m";
+
+LogForm logForm = LogForm::kPlain;
 std::mutex printing;
-std::atomic<unsigned> logRecordCount{0};
+std::atomic<unsigned> stopRecordCount{0};
 
-std::string TimeOfDay()
+/// A step of the host's own.
+struct HostStep {
+    std::string text;
+};
+
+/// An entry as a line of text.
+struct Line {
+    std::string label;
+    std::string text;
+    const char* color;
+};
+
+Line ToLine(const HostStep& step)
 {
-    using std::chrono::system_clock;
-    const auto now = system_clock::now();
-    const std::time_t seconds = system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
-        1000;
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    return Compose(std::put_time(&local, "%H:%M:%S."), std::setfill('0'), std::setw(3),
-                   milliseconds);
+    return {"host", step.text, kCyan};
+}
+
+Line ToLine(const LogRecord& record)
+{
+    switch (record.level) {
+    case log::kLogLocal:
+        return {"local", record.text, kDefaultColor};
+    case log::kLogInfo:
+        return {"info", record.text, kDefaultColor};
+    case log::kLogWarning:
+        return {"warning", record.text, kYellow};
+    case log::kLogError:
+        return {"error", record.text, kRed};
+    default:
+        return {Compose("level ", record.level), record.text, kDefaultColor};
+    }
+}
+
+Line ToLine(const Registration& module)
+{
+    return {"module", Compose(module.name, " ", module.version, ", module ", module.identifier),
+            kCyan};
+}
+
+Line ToLine(const RawRecord& raw)
+{
+    return {"raw", Compose("command ", raw.command, ": ", raw.data), kMagenta};
+}
+
+Json ToJson(const HostStep& step)
+{
+    return {{"kind", "host"}, {"text", step.text}};
+}
+
+Json ToJson(const LogRecord& record)
+{
+    return {{"kind", "log"}, {"level", record.level}, {"text", record.text}};
+}
+
+Json ToJson(const Registration& module)
+{
+    return {{"kind", "registration"},
+            {"name", module.name},
+            {"id", module.identifier},
+            {"version", module.version}};
+}
+
+Json ToJson(const RawRecord& raw)
+{
+    return {{"kind", "raw"}, {"command", raw.command}, {"data", raw.data}};
+}
+
+template <class Entry>
+std::string Format(const Entry& entry)
+{
+    const auto now = std::chrono::system_clock::now();
+    if (logForm == LogForm::kJson) {
+        Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
+        json.update(ToJson(entry));
+        // What is no UTF-8 must not get lost for it.
+        return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+    const Line line = ToLine(entry);
+    const bool colored = logForm == LogForm::kColored;
+    return Compose(TimeText(now, localtime_r, "%H:%M:%S"), " ", colored ? line.color : "",
+                   std::left, std::setw(kLabelWidth), line.label, " ", Printable(line.text),
+                   colored ? kDefaultColor : "");
+}
+
+template <class Entry>
+void Print(const Entry& entry)
+{
+    const std::lock_guard<std::mutex> lock(printing);
+    // The time is taken under the lock: lines never go back in time.
+    std::cout << Format(entry) + "\n" << std::flush;
 }
 
 } // namespace
 
-void Print(const LogEntry& entry)
+void SetLogForm(LogForm form)
 {
-    const std::lock_guard<std::mutex> lock(printing);
-    // The time is taken under the lock: lines never go back in time.
-    std::cout << Compose(TimeOfDay(), " ", std::left, std::setw(kLabelWidth), entry.label, " ",
-                         Printable(entry.text), "\n")
-              << std::flush;
+    logForm = form;
+}
+
+void Say(const std::string& text)
+{
+    Print(HostStep{text});
 }
 
 void OnPluginRequest(const HostRequest* request, HostReply* /*reply*/)
 {
-    if (request->command == kLogCommand)
-        ++logRecordCount;
-    Print(ReadPluginRecord(*request));
+    const PluginRecord record = ReadPluginRecord(*request);
+    std::visit([](const auto& each) { Print(each); }, record);
+    const auto* logged = std::get_if<LogRecord>(&record);
+    if (logged && logged->text == kStopText)
+        ++stopRecordCount;
 }
 
-unsigned LogRecordCount()
+unsigned StopRecordCount()
 {
-    return logRecordCount;
+    return stopRecordCount;
 }
 
 } // namespace kx::tools

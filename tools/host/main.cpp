@@ -1,47 +1,109 @@
+#include "document_source.h"
+#include "host_log.h"
 #include "plugin_library.h"
 #include "run_plugin.h"
 #include "run_tool.h"
-#include "server_settings.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <unistd.h>
 
 namespace kx::tools {
 namespace {
 
 constexpr int kLastPort = 65535;
+constexpr char kDescription[] =
+    "Runs the discovery plug-in and prints what it reports. SIGHUP reads the adapters or the\n"
+    "document again and hands them over once more; SIGINT and SIGTERM end the host.";
 
 struct HostOptions {
     std::vector<std::string> adapterNames{"lo"};
+    bool all = false;
+    bool follow = false;
     int port = 22609;
+    std::optional<std::string> documentFile;
     std::optional<double> limitSeconds;
     std::optional<std::string> pluginFile;
+    bool json = false;
 };
 
 void AddOptions(CLI::App& app, HostOptions& options)
 {
     AddAdapterOption(app, options.adapterNames,
                      "Adapter that the recorder is on; may be given several times");
-    app.add_option("--port", options.port, "Port that the recorder serves on")
-        ->check(CLI::Range(1, kLastPort).description(""))
-        ->type_name("PORT")
-        ->capture_default_str();
+    CLI::Option* adapter = app.get_option("--adapter");
+    CLI::Option* all =
+        app.add_flag("--all", options.all, "All adapters but loopback")->excludes(adapter);
+    CLI::Option* follow =
+        app.add_flag("--follow", options.follow,
+                     "Hand over the adapters whenever they, their links or addresses change; "
+                     "one of them may yet have to appear");
+    CLI::Option* port = app.add_option("--port", options.port, "Port that the recorder serves on")
+                            ->check(CLI::Range(1, kLastPort).description(""))
+                            ->type_name("PORT")
+                            ->capture_default_str();
+    app.add_option("--document", options.documentFile,
+                   "Hand over this document, whatever it holds; - for standard input, once")
+        ->excludes(adapter, all, follow, port)
+        ->type_name("FILE");
     app.add_option("--for", options.limitSeconds, "Time to run; otherwise until SIGINT or SIGTERM")
         ->check(PositiveSeconds())
         ->type_name("SECONDS");
-    app.add_option("--plugin", options.pluginFile, "Plug-in; otherwise pelorin.so beside this file")
+    app.add_option("--plugin", options.pluginFile,
+                   "Plug-in; otherwise pelorin.so beside this file, or the installed one")
         ->type_name("FILE");
+    app.add_flag("--json", options.json, "Print JSON, one object a line");
+}
+
+std::vector<Adapter> ReadListedAdapters(const HostOptions& options)
+{
+    std::vector<Adapter> adapters = ReadAdapters();
+    if (!options.all) {
+        return options.follow ? FindAdapters(adapters, options.adapterNames)
+                              : SelectAdapters(adapters, options.adapterNames);
+    }
+    const auto left = [&](const Adapter& each) {
+        return each.loopback || (each.ipAddress.empty() && !options.follow);
+    };
+    adapters.erase(std::remove_if(adapters.begin(), adapters.end(), left), adapters.end());
+    if (adapters.empty() && !options.follow) {
+        throw std::runtime_error("no adapter but loopback has an IPv4 address; "
+                                 "wait for one with --follow, or name loopback with --adapter");
+    }
+    return adapters;
+}
+
+std::unique_ptr<DocumentSource> MakeSource(const HostOptions& options)
+{
+    if (options.documentFile)
+        return std::make_unique<FileSource>(*options.documentFile);
+    return std::make_unique<AdapterSource>(
+        options.port, [&options] { return ReadListedAdapters(options); }, options.follow);
+}
+
+LogForm ChooseLogForm(bool json)
+{
+    if (json)
+        return LogForm::kJson;
+    const char* noColor = std::getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) && !(noColor && *noColor) ? LogForm::kColored : LogForm::kPlain;
 }
 
 int Host(const HostOptions& options)
 {
-    const std::vector<Adapter> adapters = SelectAdapters(ReadAdapters(), options.adapterNames);
-    const std::string document = MakeServerDocument(options.port, adapters);
+    SetLogForm(ChooseLogForm(options.json));
+    const std::unique_ptr<DocumentSource> source = MakeSource(options);
+    source->Read();
     std::optional<std::chrono::steady_clock::duration> limit;
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
-    const StopSignals stopSignals;
+    const SignalQueue signals;
     const PluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)
                                                   : OwnPluginFile());
-    RunPlugin(plugin, document, stopSignals, limit);
+    RunPlugin(plugin, *source, signals, limit);
     return 0;
 }
 
@@ -53,6 +115,6 @@ int main(int argc, char** argv)
     using namespace kx::tools;
     HostOptions options;
     return RunTool(
-        argc, argv, "pelorin-host", "Runs the discovery plug-in and prints what it reports.",
-        [&](CLI::App& app) { AddOptions(app, options); }, [&] { return Host(options); });
+        argc, argv, "pelorin-host", kDescription, [&](CLI::App& app) { AddOptions(app, options); },
+        [&] { return Host(options); });
 }

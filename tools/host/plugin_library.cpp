@@ -63,7 +63,11 @@ PluginLibrary::PluginLibrary(const std::filesystem::path& file)
 
 std::filesystem::path OwnPluginFile()
 {
-    return std::filesystem::read_symlink(kOwnExecutable).replace_filename(kPluginFileName);
+    const auto folder = std::filesystem::read_symlink(kOwnExecutable).parent_path();
+    const auto beside = folder / kPluginFileName;
+    const auto installed = folder / PELORIN_PLUGIN_FOLDER / kPluginFileName;
+    return std::filesystem::exists(beside) || !std::filesystem::exists(installed) ? beside
+                                                                                  : installed;
 }
 
 } // namespace kx::tools

@@ -31,7 +31,8 @@ public:
     const decltype(&IOCTL) ioctl;
 };
 
-/// The plug-in that is built along with this program: pelorin.so in the folder of the executable.
+/// The plug-in that goes with this program: pelorin.so in the folder of the executable, where it is
+/// built, or else where it is installed.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not there.
 std::filesystem::path OwnPluginFile();

@@ -1,10 +1,10 @@
 #include "plugin_record.h"
 
 #include "host_document.h"
-#include "i_core_log.h"
-#include "text.h"
 
 #include <tinyxml2.h>
+
+#include <optional>
 
 using tinyxml2::XMLDocument;
 using tinyxml2::XMLElement;
@@ -12,34 +12,17 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-std::string LevelLabel(int level)
-{
-    switch (level) {
-    case log::kLogLocal:
-        return "local";
-    case log::kLogInfo:
-        return "info";
-    case log::kLogWarning:
-        return "warning";
-    case log::kLogError:
-        return "error";
-    default:
-        return Compose("level ", level);
-    }
-}
-
-bool ReadLogRecord(const XMLDocument& document, LogEntry& entry)
+std::optional<PluginRecord> ReadLogRecord(const XMLDocument& document)
 {
     const XMLElement* record = document.FirstChildElement("log_msg");
     int level = 0;
     if (!record || record->QueryIntAttribute("level", &level) != tinyxml2::XML_SUCCESS)
-        return false;
+        return std::nullopt;
     const char* text = record->GetText();
-    entry = {LevelLabel(level), text ? text : ""};
-    return true;
+    return LogRecord{level, text ? text : ""};
 }
 
-bool ReadRegistration(const XMLDocument& document, LogEntry& entry)
+std::optional<PluginRecord> ReadRegistration(const XMLDocument& document)
 {
     const auto* module = tinyxml2::XMLConstHandle(document)
                              .FirstChildElement(kRootElement)
@@ -47,30 +30,31 @@ bool ReadRegistration(const XMLDocument& document, LogEntry& entry)
                              .FirstChildElement("Module")
                              .ToElement();
     if (!module)
-        return false;
+        return std::nullopt;
     const char* name = module->Attribute("Name");
-    const char* version = module->Attribute("Version");
     const char* identifier = module->Attribute("ID");
-    if (!name || !version || !identifier)
-        return false;
-    entry = {"module", Compose(name, " ", version, ", module ", identifier)};
-    return true;
+    const char* version = module->Attribute("Version");
+    if (!name || !identifier || !version)
+        return std::nullopt;
+    return Registration{name, identifier, version};
 }
 
 } // namespace
 
-LogEntry ReadPluginRecord(const HostRequest& request)
+PluginRecord ReadPluginRecord(const HostRequest& request)
 {
     std::string data(static_cast<const char*>(request.data), request.dataLength);
     if (!data.empty() && data.back() == '\0')
         data.pop_back();
     XMLDocument document;
-    LogEntry entry;
-    if (document.Parse(data.data(), data.size()) == tinyxml2::XML_SUCCESS &&
-        ((request.command == kLogCommand && ReadLogRecord(document, entry)) ||
-         (request.command == kRegisterCommand && ReadRegistration(document, entry))))
-        return entry;
-    return {"raw", Compose("command ", request.command, ": ", data)};
+    std::optional<PluginRecord> record;
+    if (document.Parse(data.data(), data.size()) == tinyxml2::XML_SUCCESS) {
+        if (request.command == kLogCommand)
+            record = ReadLogRecord(document);
+        else if (request.command == kRegisterCommand)
+            record = ReadRegistration(document);
+    }
+    return record ? *record : RawRecord{request.command, data};
 }
 
 } // namespace kx::tools

@@ -4,32 +4,76 @@
 #include "text.h"
 
 #include <algorithm>
+#include <csignal>
 #include <future>
+#include <iterator>
+#include <poll.h>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
+using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 namespace kx::tools {
 namespace {
 
-constexpr std::chrono::milliseconds kResendInterval{100};
-constexpr std::chrono::milliseconds kCloseInterval{10};
+constexpr milliseconds kTurnInterval{100};
+constexpr milliseconds kGatherTime{75};
+constexpr milliseconds kCloseInterval{10};
+/// How long the plug-in may take to act on a document. It need not act at all: what brings nothing
+/// new is passed over in silence.
+constexpr std::chrono::seconds kActBound{1};
 
-void Say(const std::string& text)
-{
-    Print({"host", text});
-}
+/// Hands documents to the plug-in, each several times.
+///
+/// The plug-in does not see a document that comes while it is not waiting for one, until the next
+/// comes. Sending it more often than that does no harm, since only a change counts.
+class Delivery {
+public:
+    explicit Delivery(const PluginLibrary& served) : plugin(served) {}
 
-void SendDocument(const PluginLibrary& plugin, const std::string& document)
-{
-    IoctlRequest request{};
-    request.code = kApplyServerDocument;
-    request.dataLength = static_cast<std::int32_t>(document.size());
-    request.data = document.data();
-    IoctlReply reply{};
-    plugin.ioctl(&request, &reply);
-}
+    /// Whether the document in hand may give way to another.
+    bool Free() const { return settled || !document.takesAway; }
+
+    void Start(ServerDocument next)
+    {
+        document = std::move(next);
+        Say("Handing over " + document.summary);
+        stopsBefore = StopRecordCount();
+        actBy = steady_clock::now() + kActBound;
+        settled = false;
+    }
+
+    /// To be called at every turn: sends the document in hand unless the plug-in has had its chance
+    /// with it. One that never acted on any may not have begun to wait: it has its chance for ever.
+    void Turn()
+    {
+        if (settled && StopRecordCount() > 0)
+            return;
+        // Looked at before the sending, so it is sent once more after the plug-in acted: that may
+        // have been on the document before.
+        settled = StopRecordCount() != stopsBefore || steady_clock::now() >= actBy;
+        Send();
+    }
+
+private:
+    void Send() const
+    {
+        IoctlRequest request{};
+        request.code = kApplyServerDocument;
+        request.dataLength = static_cast<std::int32_t>(document.text.size());
+        request.data = document.text.data();
+        IoctlReply reply{};
+        plugin.ioctl(&request, &reply);
+    }
+
+    const PluginLibrary& plugin;
+    ServerDocument document{};
+    unsigned stopsBefore = 0;
+    steady_clock::time_point actBy;
+    bool settled = false;
+};
 
 /// IOCTL code 1: returns when the plug-in was closed.
 void LendThread(const PluginLibrary& plugin)
@@ -40,33 +84,70 @@ void LendThread(const PluginLibrary& plugin)
     plugin.ioctl(&request, &reply);
 }
 
-bool Ended(const std::future<void>& run, std::chrono::milliseconds wait)
+bool Ended(const std::future<void>& run, milliseconds wait)
 {
     return run.wait_for(wait) == std::future_status::ready;
 }
 
+/// Lets the source read; what is in its way is said, and the plug-in keeps what it has.
+template <class Read>
+void Attempt(const Read& read)
+{
+    try {
+        read();
+    } catch (const std::exception& error) {
+        Say(error.what());
+    }
+}
+
+/// Takes the signals that came; true when one of them asks for the end.
+bool TakeSignals(const SignalQueue& signals, DocumentSource& source)
+{
+    while (const int signal = signals.Take()) {
+        if (signal != SIGHUP)
+            return true;
+        Attempt([&] { source.Read(); });
+    }
+    return false;
+}
+
 /// Serves the running plug-in until it is time to close it.
 ///
-/// A document that comes before the plug-in's run waits for one is not seen until the next. So it
-/// is sent until the plug-in shows by its first log record that it has acted on it; sending it more
-/// often than that does no harm, since only a change counts.
-void ServeUntilStop(const PluginLibrary& plugin, const std::string& document,
-                    const std::future<void>& run, const StopSignals& stopSignals,
+/// Changes of the source are gathered for a while from the first on: they tend to come in bursts,
+/// and every document that brings one has the plug-in start all over.
+void ServeUntilStop(const PluginLibrary& plugin, DocumentSource& source,
+                    const std::future<void>& run, const SignalQueue& signals,
                     steady_clock::time_point deadline)
 {
-    const unsigned countBefore = LogRecordCount();
-    for (auto now = steady_clock::now(); now < deadline; now = steady_clock::now()) {
-        if (LogRecordCount() == countBefore)
-            SendDocument(plugin, document);
-        if (stopSignals.WaitFor(std::min<steady_clock::duration>(deadline - now, kResendInterval)))
-            return;
-        if (Ended(run, std::chrono::milliseconds::zero()))
+    Delivery delivery(plugin);
+    auto gathered = steady_clock::time_point::max();
+    for (auto now = steady_clock::now(); now < deadline && !Ended(run, milliseconds::zero());
+         now = steady_clock::now()) {
+        if (now >= gathered) {
+            gathered = steady_clock::time_point::max();
+            Attempt([&] { source.ReadChanges(); });
+        }
+        if (delivery.Free()) {
+            if (auto document = source.Next())
+                delivery.Start(std::move(*document));
+        }
+        delivery.Turn();
+
+        const bool gathering = gathered != steady_clock::time_point::max();
+        pollfd watched[] = {{signals.Descriptor(), POLLIN, 0},
+                            {gathering ? -1 : source.Descriptor(), POLLIN, 0}};
+        const auto next = std::min({deadline, gathered, now + kTurnInterval});
+        poll(watched, std::size(watched),
+             static_cast<int>(std::chrono::ceil<milliseconds>(next - now).count()));
+        if (watched[1].revents)
+            gathered = steady_clock::now() + kGatherTime;
+        if (TakeSignals(signals, source))
             return;
     }
 }
 
-void LiveThrough(const PluginLibrary& plugin, const std::string& document,
-                 const StopSignals& stopSignals, std::optional<steady_clock::duration> limit)
+void LiveThrough(const PluginLibrary& plugin, DocumentSource& source, const SignalQueue& signals,
+                 std::optional<steady_clock::duration> limit)
 {
     const LoadRequest loadRequest{{}, OnPluginRequest};
     LoadReply loadReply{};
@@ -80,9 +161,9 @@ void LiveThrough(const PluginLibrary& plugin, const std::string& document,
     std::packaged_task<void()> lending([&] { LendThread(plugin); });
     std::future<void> run = lending.get_future();
     std::thread lent(std::move(lending));
-    ServeUntilStop(plugin, document, run, stopSignals,
+    ServeUntilStop(plugin, source, run, signals,
                    limit ? steady_clock::now() + *limit : steady_clock::time_point::max());
-    const bool endedEarly = Ended(run, std::chrono::milliseconds::zero());
+    const bool endedEarly = Ended(run, milliseconds::zero());
 
     // A Close that falls between the run's look at its stop flag and its wait is not seen until the
     // next; hence again and again.
@@ -102,11 +183,11 @@ void LiveThrough(const PluginLibrary& plugin, const std::string& document,
 
 } // namespace
 
-void RunPlugin(const PluginLibrary& plugin, const std::string& document,
-               const StopSignals& stopSignals, std::optional<steady_clock::duration> limit)
+void RunPlugin(const PluginLibrary& plugin, DocumentSource& source, const SignalQueue& signals,
+               std::optional<steady_clock::duration> limit)
 {
     try {
-        LiveThrough(plugin, document, stopSignals, limit);
+        LiveThrough(plugin, source, signals, limit);
     } catch (const std::exception& error) {
         // As a text of our own: the code of an exception that the plug-in threw goes with its
         // library, which is closed before anybody further out could ask the exception what it is.

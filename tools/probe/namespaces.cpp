@@ -1,6 +1,6 @@
 #include "namespaces.h"
 
-#include <cstring>
+#include <iterator>
 #include <sstream>
 
 using tinyxml2::XMLElement;
@@ -35,15 +35,7 @@ const XMLElement* FirstFrom(const XMLElement* element, const char* uri, const ch
 
 bool IsElement(const XMLElement* element, const char* uri, const char* localName)
 {
-    if (!element)
-        return false;
-    const std::string name = element->Name();
-    const auto colon = name.find(':');
-    const bool prefixed = colon != std::string::npos;
-    if (name.substr(prefixed ? colon + 1 : 0) != localName)
-        return false;
-    const char* bound = NamespaceOf(element, prefixed ? name.substr(0, colon) : "");
-    return bound && std::strcmp(bound, uri) == 0;
+    return element && ExpandedName(element, element->Name()) == ExpandedName(uri, localName);
 }
 
 const XMLElement* FindChild(const XMLElement* parent, const char* uri, const char* localName)
@@ -56,7 +48,20 @@ const XMLElement* FindNext(const XMLElement* element, const char* uri, const cha
     return element ? FirstFrom(element->NextSiblingElement(), uri, localName) : nullptr;
 }
 
-std::string CollapsedText(const XMLElement* element)
+std::string ExpandedName(const std::string& uri, const std::string& localName)
+{
+    return "{" + uri + "}" + localName;
+}
+
+std::string ExpandedName(const XMLElement* element, const std::string& name)
+{
+    const auto colon = name.find(':');
+    const bool prefixed = colon != std::string::npos;
+    const char* uri = NamespaceOf(element, prefixed ? name.substr(0, colon) : "");
+    return uri ? ExpandedName(uri, name.substr(prefixed ? colon + 1 : 0)) : name;
+}
+
+std::vector<std::string> Words(const XMLElement* element)
 {
     std::string text;
     for (const XMLNode* each = element ? element->FirstChild() : nullptr; each;
@@ -65,10 +70,7 @@ std::string CollapsedText(const XMLElement* element)
             text += piece->Value();
     }
     std::istringstream words(text);
-    std::string collapsed;
-    for (std::string word; words >> word;)
-        collapsed += (collapsed.empty() ? "" : " ") + word;
-    return collapsed;
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 } // namespace kx::tools

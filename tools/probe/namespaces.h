@@ -3,6 +3,7 @@
 #include <tinyxml2.h>
 
 #include <string>
+#include <vector>
 
 /// Namespaces in XML over a library that knows none: an element is what its prefix is bound to by
 /// the nearest declaration around it, whatever the prefix; without one, by the default namespace.
@@ -20,9 +21,14 @@ const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const 
 /// Whether an element has the namespace and local name.
 bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char* localName);
 
-/// The element's text with blanks collapsed: none at its ends, single ones inside. All that is read
-/// here is URIs and lists of them, in which line breaks and indentation mean nothing. Comments
-/// inside are skipped.
-std::string CollapsedText(const tinyxml2::XMLElement* element);
+/// "{uri}name": a name that means the same in any message.
+std::string ExpandedName(const std::string& uri, const std::string& localName);
+
+/// The same for a name as it stands in or on an element; unchanged when its prefix is undeclared.
+std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
+
+/// The element's text, comments inside skipped, as the words that blanks part. All that is read
+/// here is URIs and lists of them, in which line breaks and indentation mean nothing.
+std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

@@ -10,12 +10,13 @@ struct ProbeMessage {
     std::string text;       ///< the whole message
 };
 
-/// Builds a Probe for one device type of the vendor's.
+/// Builds a Probe for one device type.
 ///
+/// @param uri   namespace of the type; one that is not the vendor's is declared with its own prefix
 /// @param type  its name, without prefix
 ///
 /// Errors: a broken random device ends the process, see NewUuidString.
 /// Threads: any.
-ProbeMessage MakeProbe(const std::string& type);
+ProbeMessage MakeProbe(const std::string& uri, const std::string& type);
 
 } // namespace kx::tools

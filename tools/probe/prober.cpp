@@ -1,84 +1,68 @@
 #include "prober.h"
 
-#include "discovery_group.h"
-#include "text.h"
-
-#include <boost/asio/buffer.hpp>
-#include <boost/asio/ip/multicast.hpp>
-#include <boost/system/system_error.hpp>
-
-#include <stdexcept>
 #include <utility>
 
-using boost::asio::ip::make_address_v4;
 using boost::asio::ip::udp;
-using boost::system::error_code;
-using boost::system::system_error;
+using std::chrono::steady_clock;
+using std::chrono::system_clock;
 
 namespace kx::tools {
-namespace {
 
-/// As far as the recorders' own announcements go.
-constexpr int kMulticastTtl = 32;
-
-/// A whole site answers within a moment.
-constexpr int kSocketBufferSize = 1024 * 1024;
-
-std::runtime_error AdapterError(const Adapter& adapter, const error_code& error)
+Prober::Prober(boost::asio::io_context& ioService, const Adapter& adapter, bool watch,
+               OnHeard handler)
+    : adapterName(adapter.name),
+      watching(watch),
+      onHeard(std::move(handler)),
+      probing(ioService, adapter,
+              [this](const auto& message, const auto& source) { OnAnswer(message, source); }),
+      group(ioService, adapter,
+            [this](const auto& message, const auto& source) { OnAnnouncement(message, source); }),
+      sendTimer(ioService)
 {
-    return std::runtime_error(Compose("cannot probe on adapter ", adapter.name, " (",
-                                      adapter.ipAddress, "): ", error.message()));
+    probing.OpenForProbing();
+    if (watching)
+        group.OpenForGroup();
 }
 
-} // namespace
-
-Prober::Prober(boost::asio::io_context& ioService, const Adapter& probedOn, OnAnswer handler)
-    : adapter(probedOn), onAnswer(std::move(handler)), socket(ioService)
+void Prober::Start(const ProbeMessage& message, const ProbeSchedule& schedule)
 {
-    try {
-        const auto address = make_address_v4(adapter.ipAddress);
-        socket.open(udp::v4());
-        socket.bind({address, 0});
-        socket.set_option(boost::asio::ip::multicast::outbound_interface(address));
-        socket.set_option(boost::asio::ip::multicast::hops(kMulticastTtl));
-        socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize));
-    } catch (const system_error& error) {
-        throw AdapterError(adapter, error.code());
-    }
+    probe = message;
+    remaining = schedule;
+    Send();
+    probing.StartReceive();
+    if (watching)
+        group.StartReceive();
 }
 
-void Prober::Start(const ProbeMessage& probe)
+void Prober::Send()
 {
-    identifier = probe.identifier;
-    sentAt = std::chrono::steady_clock::now();
-    error_code error;
-    socket.send_to(boost::asio::buffer(probe.text),
-                   {make_address_v4(kMulticastGroup), kDiscoveryPort}, 0, error);
-    if (error)
-        throw AdapterError(adapter, error);
-    StartReceive();
+    sentAt = steady_clock::now();
+    probing.SendToGroup(probe.text);
+    if (--remaining.times == 0)
+        return;
+    sendTimer.expires_after(remaining.interval);
+    // Nobody cancels the wait: it ends by its time.
+    sendTimer.async_wait([this](const boost::system::error_code& /*error*/) { Send(); });
 }
 
-void Prober::StartReceive()
+void Prober::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)
 {
-    socket.async_receive_from(
-        boost::asio::buffer(buffer), source,
-        [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
-}
-
-void Prober::OnReceive(const error_code& error, std::size_t length)
-{
-    if (error)
-        throw AdapterError(adapter, error);
-    const auto roundTrip = std::chrono::steady_clock::now() - sentAt;
-    const auto answer = ReadProbeMatches(buffer.data(), length);
-    if (!answer) {
+    const auto roundTrip = steady_clock::now() - sentAt;
+    if (!message) {
         ++malformed;
-    } else if (RelatesTo(*answer, identifier)) {
-        for (const ProbeMatch& match : answer->matches)
-            onAnswer({match, adapter.name, source, roundTrip});
+    } else if (message->kind == Message::Kind::kProbeMatches &&
+               RelatesTo(*message, probe.identifier)) {
+        for (const Device& device : message->devices)
+            onHeard(message->kind, {device, adapterName, source, system_clock::now(), roundTrip});
     }
-    StartReceive();
+}
+
+void Prober::OnAnnouncement(const std::optional<Message>& message, const udp::endpoint& source)
+{
+    if (!message || message->kind == Message::Kind::kProbeMatches)
+        return;
+    for (const Device& device : message->devices)
+        onHeard(message->kind, {device, adapterName, source, system_clock::now(), std::nullopt});
 }
 
 } // namespace kx::tools

@@ -1,62 +1,66 @@
 #pragma once
 
-#include "adapter.h"
-#include "probe_matches.h"
+#include "device_list.h"
+#include "message_socket.h"
 #include "probe_message.h"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/udp.hpp>
+#include <boost/asio/steady_timer.hpp>
 
-#include <array>
 #include <chrono>
 #include <functional>
 
 namespace kx::tools {
 
-/// One recorder's answer, as it came in.
-struct Answer {
-    ProbeMatch match;
-    std::string adapter;                   ///< device name of the adapter that was probed on
-    boost::asio::ip::udp::endpoint source; ///< where the answer came from
-    std::chrono::steady_clock::duration roundTrip;
+/// How often a Probe is sent and at what distance. It stays the same Probe, with the same
+/// identifier.
+struct ProbeSchedule {
+    int times;
+    std::chrono::steady_clock::duration interval;
 };
 
-/// Probes on one adapter: sends one Probe to the discovery group and takes in what comes back to
-/// its socket, for as long as the I/O service runs.
+/// Looks for devices on one adapter: sends a Probe to the discovery group and takes in what comes
+/// back to its socket; when watching, what devices announce to the group as well.
 ///
-/// Must stay where it is and outlive the service's run. Threads: the one that runs the service.
+/// Must stay where it is and, once started, outlive the service's run. Threads: the one that runs
+/// the service.
 class Prober {
 public:
-    /// Called for every match of every answer to our Probe, those that come again included.
-    using OnAnswer = std::function<void(const Answer&)>;
+    /// Called for every device in every answer to our Probe and, when watching, in every
+    /// announcement; those that come again included.
+    using OnHeard = std::function<void(Message::Kind, const Heard&)>;
 
-    /// Opens the socket, bound to the adapter's own address: that makes it the source of what is
-    /// sent, which a socket merely bound to the device would not have on loopback.
-    ///
-    /// Errors: std::runtime_error that names the adapter.
-    Prober(boost::asio::io_context& ioService, const Adapter& adapter, OnAnswer handler);
+    /// Errors: AdapterError.
+    Prober(boost::asio::io_context& ioService, const Adapter& adapter, bool watching,
+           OnHeard handler);
     Prober(const Prober&) = delete;
     Prober& operator=(const Prober&) = delete;
 
-    /// Sends the Probe and starts receiving.
+    /// Sends the Probe for the first time and starts receiving.
     ///
-    /// Errors: as the constructor.
-    void Start(const ProbeMessage& probe);
+    /// Errors: AdapterError; nothing is left pending then. It also comes from the service's run,
+    /// which may be run again, when the Probe cannot be sent again.
+    void Start(const ProbeMessage& probe, const ProbeSchedule& schedule);
 
     /// Datagrams so far that were no well-formed answer.
     int malformed = 0;
 
 private:
-    void StartReceive();
-    void OnReceive(const boost::system::error_code& error, std::size_t length);
+    void Send();
+    void OnAnswer(const std::optional<Message>& message,
+                  const boost::asio::ip::udp::endpoint& source);
+    void OnAnnouncement(const std::optional<Message>& message,
+                        const boost::asio::ip::udp::endpoint& source);
 
-    const Adapter adapter;
-    const OnAnswer onAnswer;
-    std::string identifier;
+    const std::string adapterName;
+    const bool watching;
+    const OnHeard onHeard;
+    MessageSocket probing;
+    MessageSocket group; ///< open when watching
+    boost::asio::steady_timer sendTimer;
+    ProbeMessage probe;
+    ProbeSchedule remaining{};
+    /// When the Probe was sent last: which of several an answer is to, it does not tell.
     std::chrono::steady_clock::time_point sentAt;
-    boost::asio::ip::udp::socket socket;
-    boost::asio::ip::udp::endpoint source;
-    std::array<char, 65536> buffer; // no UDP datagram is longer
 };
 
 } // namespace kx::tools

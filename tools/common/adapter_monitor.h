@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <set>
+
+struct nl_cache_mngr;
+
+namespace kx::tools {
+
+/// Tells when the machine's adapters or their addresses change, over rtnetlink(7). What they have
+/// become is for ReadAdapters to find out: it sees them in the kernel's order, and sees all of them
+/// also when so much was announced at once that the kernel dropped some of it.
+///
+/// Threads: one.
+class AdapterMonitor {
+public:
+    /// What changes from here on is announced.
+    ///
+    /// Errors: std::runtime_error.
+    AdapterMonitor();
+
+    /// Readable, as poll(2) has it, as soon as something was announced.
+    int Descriptor() const;
+
+    /// Takes in what was announced, without waiting.
+    ///
+    /// @return the indexes of the devices that were deleted
+    std::set<int> TakeDeleted();
+
+private:
+    struct FreeManager {
+        void operator()(nl_cache_mngr* manager) const;
+    };
+    std::set<int> deleted; // outlives the manager, which is told where it is
+    std::unique_ptr<nl_cache_mngr, FreeManager> manager;
+};
+
+} // namespace kx::tools

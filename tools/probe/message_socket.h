@@ -1,0 +1,70 @@
+#pragma once
+
+#include "adapter.h"
+#include "message_reader.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/udp.hpp>
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace kx::tools {
+
+/// An adapter that cannot be used; the text names it and says why.
+class AdapterError : public std::runtime_error {
+public:
+    /// @param what  what cannot be done, "cannot ... on adapter"
+    AdapterError(const std::string& what, const Adapter& adapter,
+                 const boost::system::error_code& error);
+};
+
+/// A UDP socket on one adapter, for as long as the I/O service runs.
+///
+/// Must stay where it is and, once receiving, outlive the service's run. Threads: the one that runs
+/// the service.
+class MessageSocket {
+public:
+    /// Called for each datagram; with no message when it is none that ReadMessage reads.
+    using OnMessage = std::function<void(const std::optional<Message>& message,
+                                         const boost::asio::ip::udp::endpoint& source)>;
+
+    MessageSocket(boost::asio::io_context& ioService, const Adapter& adapter, OnMessage handler);
+    MessageSocket(const MessageSocket&) = delete;
+    MessageSocket& operator=(const MessageSocket&) = delete;
+
+    /// Opens it for multicast from a port of its own, and what comes back to that. It is bound to
+    /// the adapter's own address: that makes it the source of what is sent, which a socket merely
+    /// bound to the device would not have on loopback.
+    ///
+    /// Errors: AdapterError.
+    void OpenForProbing();
+
+    /// Opens it for what others multicast to the discovery group, on this adapter alone.
+    ///
+    /// Errors: AdapterError.
+    void OpenForGroup();
+
+    /// Sends to the discovery group.
+    ///
+    /// Errors: AdapterError.
+    void SendToGroup(const std::string& text);
+
+    /// Receives from here on. Errors: AdapterError from the service's run, which may be run again;
+    /// nothing more is received then.
+    void StartReceive();
+
+private:
+    void OnReceive(const boost::system::error_code& error, std::size_t length);
+
+    const Adapter adapter;
+    const OnMessage onMessage;
+    boost::asio::ip::udp::socket socket;
+    boost::asio::ip::udp::endpoint source;
+    std::array<char, 65536> buffer; // no UDP datagram is longer
+};
+
+} // namespace kx::tools
