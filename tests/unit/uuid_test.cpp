@@ -18,6 +18,7 @@ int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
 int __real_close(int descriptor);
 int __wrap_open(const char* path, int flags, ...);
+int __wrap_open64(const char* path, int flags, ...);
 ssize_t __wrap_read(int descriptor, void* data, size_t size);
 int __wrap_close(int descriptor);
 }
@@ -51,6 +52,12 @@ int __wrap_open(const char* path, int flags, ...)
         return __real_open(path, flags, 0644);
     EXPECT_EQ(flags, O_RDONLY);
     return static_cast<int>(Play('o'));
+}
+
+// What open is called where _FILE_OFFSET_BITS is 64, as newer editions of tinyxml2 have it.
+int __wrap_open64(const char* path, int flags, ...)
+{
+    return __wrap_open(path, flags);
 }
 
 ssize_t __wrap_read(int descriptor, void* data, size_t size)
