@@ -37,6 +37,12 @@ auto FindByName(const std::vector<Adapter>& adapters, const std::string& name)
                         [&](const Adapter& each) { return each.name == name; });
 }
 
+template <class Predicate>
+void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
+{
+    adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
+}
+
 /// Text of a device's address. What is not six bytes long, as with tunnels, is no MAC address.
 std::string MacText(nl_addr* address)
 {
@@ -98,6 +104,24 @@ std::vector<Adapter> ReadAdapters()
     }
     std::sort(adapters.begin(), adapters.end(),
               [](const Adapter& left, const Adapter& right) { return left.index < right.index; });
+    return adapters;
+}
+
+std::vector<Adapter> ReadNetworkAdapters()
+{
+    std::vector<Adapter> adapters = ReadAdapters();
+    Drop(adapters, [](const Adapter& each) { return each.loopback; });
+    return adapters;
+}
+
+std::vector<Adapter> ReadUsableAdapters()
+{
+    std::vector<Adapter> adapters = ReadNetworkAdapters();
+    Drop(adapters, [](const Adapter& each) { return each.ipAddress.empty(); });
+    if (adapters.empty()) {
+        throw std::runtime_error(
+            "no adapter but loopback has an IPv4 address; name loopback with --adapter lo");
+    }
     return adapters;
 }
 

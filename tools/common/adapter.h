@@ -24,6 +24,16 @@ struct Adapter {
 /// Threads: any.
 std::vector<Adapter> ReadAdapters();
 
+/// All adapters but loopback, those without an IPv4 address too.
+///
+/// Errors: as ReadAdapters.
+std::vector<Adapter> ReadNetworkAdapters();
+
+/// ReadNetworkAdapters for those who need an IPv4 address.
+///
+/// Errors: as ReadAdapters; std::runtime_error when no adapter is left.
+std::vector<Adapter> ReadUsableAdapters();
+
 /// Picks the adapters that there are by name, in the order of the names; a name that is repeated
 /// counts once.
 std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,

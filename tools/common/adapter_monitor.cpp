@@ -28,12 +28,12 @@ void OnLinkChange(nl_cache* /*cache*/, nl_object* object, int action, void* dele
 
 } // namespace
 
-void AdapterMonitor::FreeManager::operator()(nl_cache_mngr* freed) const
+void CAdapterMonitor::FreeManager::operator()(nl_cache_mngr* freed) const
 {
     nl_cache_mngr_free(freed);
 }
 
-AdapterMonitor::AdapterMonitor()
+CAdapterMonitor::CAdapterMonitor()
 {
     nl_cache_mngr* made = nullptr;
     Check(nl_cache_mngr_alloc(nullptr, NETLINK_ROUTE, 0, &made));
@@ -43,12 +43,12 @@ AdapterMonitor::AdapterMonitor()
     Check(nl_cache_mngr_add(made, "route/addr", nullptr, nullptr, &ignored));
 }
 
-int AdapterMonitor::Descriptor() const
+int CAdapterMonitor::Descriptor() const
 {
     return nl_cache_mngr_get_fd(manager.get());
 }
 
-std::set<int> AdapterMonitor::TakeDeleted()
+std::set<int> CAdapterMonitor::TakeDeleted()
 {
     // Fails when the kernel had to drop announcements; ReadAdapters does not need them.
     nl_cache_mngr_data_ready(manager.get());

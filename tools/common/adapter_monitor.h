@@ -12,12 +12,12 @@ namespace kx::tools {
 /// also when so much was announced at once that the kernel dropped some of it.
 ///
 /// Threads: one.
-class AdapterMonitor {
+class CAdapterMonitor {
 public:
     /// What changes from here on is announced.
     ///
     /// Errors: std::runtime_error.
-    AdapterMonitor();
+    CAdapterMonitor();
 
     /// Readable, as poll(2) has it, as soon as something was announced.
     int Descriptor() const;

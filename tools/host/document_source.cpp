@@ -84,25 +84,25 @@ std::string ReadAll(const std::string& name)
 
 } // namespace
 
-AdapterSource::AdapterSource(int serverPort, ReadListed listed, bool follow)
+CAdapterSource::CAdapterSource(int serverPort, ReadListed listed, bool follow)
     : port(serverPort), readListed(std::move(listed))
 {
     if (follow)
         monitor.emplace();
 }
 
-void AdapterSource::Read()
+void CAdapterSource::Read()
 {
     ReadChanges();
     handedOverText.clear();
 }
 
-int AdapterSource::Descriptor() const
+int CAdapterSource::Descriptor() const
 {
     return monitor ? monitor->Descriptor() : -1;
 }
 
-void AdapterSource::ReadChanges()
+void CAdapterSource::ReadChanges()
 {
     // A device may come back even with its old index, as from another network namespace.
     const std::set<int> deleted = monitor ? monitor->TakeDeleted() : std::set<int>();
@@ -114,7 +114,7 @@ void AdapterSource::ReadChanges()
     pending = true;
 }
 
-std::optional<ServerDocument> AdapterSource::Next()
+std::optional<ServerDocument> CAdapterSource::Next()
 {
     if (!std::exchange(pending, false))
         return std::nullopt;
@@ -140,9 +140,9 @@ std::optional<ServerDocument> AdapterSource::Next()
     return ServerDocument{std::move(text), Summary(port, next), !gone.empty()};
 }
 
-FileSource::FileSource(std::string file) : name(std::move(file)) {}
+CFileSource::CFileSource(std::string file) : name(std::move(file)) {}
 
-void FileSource::Read()
+void CFileSource::Read()
 {
     if (std::exchange(inputRead, name == kStandardInput))
         throw std::runtime_error("standard input can be read only once");
@@ -152,7 +152,7 @@ void FileSource::Read()
     unsent = std::move(text);
 }
 
-std::optional<ServerDocument> FileSource::Next()
+std::optional<ServerDocument> CFileSource::Next()
 {
     if (!unsent)
         return std::nullopt;

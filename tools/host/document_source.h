@@ -23,12 +23,12 @@ struct ServerDocument {
 /// Where the documents for the plug-in come from.
 ///
 /// Threads: one.
-class DocumentSource {
+class IDocumentSource {
 public:
-    DocumentSource() = default;
-    DocumentSource(const DocumentSource&) = delete;
-    DocumentSource& operator=(const DocumentSource&) = delete;
-    virtual ~DocumentSource() = default;
+    IDocumentSource() = default;
+    IDocumentSource(const IDocumentSource&) = delete;
+    IDocumentSource& operator=(const IDocumentSource&) = delete;
+    virtual ~IDocumentSource() = default;
 
     /// Reads anew; what was read is handed over even if it is the same as before.
     ///
@@ -46,13 +46,13 @@ public:
 };
 
 /// Documents by which a server tells its port and its adapters. A device's name is the handle.
-class AdapterSource : public DocumentSource {
+class CAdapterSource : public IDocumentSource {
 public:
     /// Gives the adapters to list, as they are now.
     using ReadListed = std::function<std::vector<Adapter>()>;
 
     /// @param follow  whether changes are watched for
-    AdapterSource(int serverPort, ReadListed listed, bool follow);
+    CAdapterSource(int serverPort, ReadListed listed, bool follow);
 
     void Read() override;
     int Descriptor() const override;
@@ -65,18 +65,18 @@ public:
 private:
     const int port;
     const ReadListed readListed;
-    std::optional<AdapterMonitor> monitor; // before the first look: nothing is missed in between
-    std::vector<Adapter> target;           // to be handed over
+    std::optional<CAdapterMonitor> monitor; // before the first look: nothing is missed in between
+    std::vector<Adapter> target;            // to be handed over
     std::vector<Adapter> handedOver;
     std::string handedOverText;
     bool pending = false;
 };
 
 /// A document of the user's own, as it is.
-class FileSource : public DocumentSource {
+class CFileSource : public IDocumentSource {
 public:
     /// @param file  its name; "-": standard input, which can be read only once
-    explicit FileSource(std::string file);
+    explicit CFileSource(std::string file);
 
     void Read() override;
     std::optional<ServerDocument> Next() override;

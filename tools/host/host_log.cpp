@@ -107,7 +107,7 @@ std::string Format(const Entry& entry)
         Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
         json.update(ToJson(entry));
         // What is no UTF-8 must not get lost for it.
-        return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+        return json.dump(-1, ' ', true, Json::error_handler_t::replace);
     }
     const Line line = ToLine(entry);
     const bool colored = logForm == LogForm::kColored;

@@ -4,10 +4,8 @@
 #include "run_plugin.h"
 #include "run_tool.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <stdexcept>
 #include <unistd.h>
 
 namespace kx::tools {
@@ -59,27 +57,17 @@ void AddOptions(CLI::App& app, HostOptions& options)
 
 std::vector<Adapter> ReadListedAdapters(const HostOptions& options)
 {
-    std::vector<Adapter> adapters = ReadAdapters();
-    if (!options.all) {
-        return options.follow ? FindAdapters(adapters, options.adapterNames)
-                              : SelectAdapters(adapters, options.adapterNames);
-    }
-    const auto left = [&](const Adapter& each) {
-        return each.loopback || (each.ipAddress.empty() && !options.follow);
-    };
-    adapters.erase(std::remove_if(adapters.begin(), adapters.end(), left), adapters.end());
-    if (adapters.empty() && !options.follow) {
-        throw std::runtime_error("no adapter but loopback has an IPv4 address; "
-                                 "wait for one with --follow, or name loopback with --adapter");
-    }
-    return adapters;
+    if (options.all)
+        return options.follow ? ReadNetworkAdapters() : ReadUsableAdapters();
+    return options.follow ? FindAdapters(ReadAdapters(), options.adapterNames)
+                          : SelectAdapters(ReadAdapters(), options.adapterNames);
 }
 
-std::unique_ptr<DocumentSource> MakeSource(const HostOptions& options)
+std::unique_ptr<IDocumentSource> MakeSource(const HostOptions& options)
 {
     if (options.documentFile)
-        return std::make_unique<FileSource>(*options.documentFile);
-    return std::make_unique<AdapterSource>(
+        return std::make_unique<CFileSource>(*options.documentFile);
+    return std::make_unique<CAdapterSource>(
         options.port, [&options] { return ReadListedAdapters(options); }, options.follow);
 }
 
@@ -94,15 +82,15 @@ LogForm ChooseLogForm(bool json)
 int Host(const HostOptions& options)
 {
     SetLogForm(ChooseLogForm(options.json));
-    const std::unique_ptr<DocumentSource> source = MakeSource(options);
+    const std::unique_ptr<IDocumentSource> source = MakeSource(options);
     source->Read();
     std::optional<std::chrono::steady_clock::duration> limit;
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
-    const SignalQueue signals;
-    const PluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)
-                                                  : OwnPluginFile());
+    const CSignalQueue signals;
+    const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)
+                                                   : OwnPluginFile());
     RunPlugin(plugin, *source, signals, limit);
     return 0;
 }

@@ -43,12 +43,12 @@ Function FindEntry(void* library, const char* name)
 
 } // namespace
 
-void PluginLibrary::CloseLibrary::operator()(void* handle) const
+void CPluginLibrary::CloseLibrary::operator()(void* handle) const
 {
     dlclose(handle);
 }
 
-PluginLibrary::PluginLibrary(const std::filesystem::path& file)
+CPluginLibrary::CPluginLibrary(const std::filesystem::path& file)
     : library(OpenLibrary(file)),
       load(FindEntry<decltype(&Load)>(library.get(), "Load")),
       unload(FindEntry<decltype(&Unload)>(library.get(), "Unload")),

@@ -11,7 +11,7 @@ namespace kx::tools {
 /// as a server does; of the plug-in's headers it uses the types alone.
 ///
 /// The library goes when this goes: by then all its code must have returned.
-class PluginLibrary {
+class CPluginLibrary {
     struct CloseLibrary {
         void operator()(void* handle) const;
     };
@@ -22,7 +22,7 @@ public:
     ///
     /// Errors: std::runtime_error when the library cannot be loaded or lacks one of the eight entry
     /// points.
-    explicit PluginLibrary(const std::filesystem::path& file);
+    explicit CPluginLibrary(const std::filesystem::path& file);
 
     const decltype(&Load) load;
     const decltype(&Unload) unload;

@@ -29,9 +29,9 @@ constexpr std::chrono::seconds kActBound{1};
 ///
 /// The plug-in does not see a document that comes while it is not waiting for one, until the next
 /// comes. Sending it more often than that does no harm, since only a change counts.
-class Delivery {
+class CDelivery {
 public:
-    explicit Delivery(const PluginLibrary& served) : plugin(served) {}
+    explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
 
     /// Whether the document in hand may give way to another.
     bool Free() const { return settled || !document.takesAway; }
@@ -68,7 +68,7 @@ private:
         plugin.ioctl(&request, &reply);
     }
 
-    const PluginLibrary& plugin;
+    const CPluginLibrary& plugin;
     ServerDocument document{};
     unsigned stopsBefore = 0;
     steady_clock::time_point actBy;
@@ -76,7 +76,7 @@ private:
 };
 
 /// IOCTL code 1: returns when the plug-in was closed.
-void LendThread(const PluginLibrary& plugin)
+void LendThread(const CPluginLibrary& plugin)
 {
     IoctlRequest request{};
     request.code = kRunDiscovery;
@@ -101,7 +101,7 @@ void Attempt(const Read& read)
 }
 
 /// Takes the signals that came; true when one of them asks for the end.
-bool TakeSignals(const SignalQueue& signals, DocumentSource& source)
+bool TakeSignals(const CSignalQueue& signals, IDocumentSource& source)
 {
     while (const int signal = signals.Take()) {
         if (signal != SIGHUP)
@@ -115,11 +115,11 @@ bool TakeSignals(const SignalQueue& signals, DocumentSource& source)
 ///
 /// Changes of the source are gathered for a while from the first on: they tend to come in bursts,
 /// and every document that brings one has the plug-in start all over.
-void ServeUntilStop(const PluginLibrary& plugin, DocumentSource& source,
-                    const std::future<void>& run, const SignalQueue& signals,
+void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source,
+                    const std::future<void>& run, const CSignalQueue& signals,
                     steady_clock::time_point deadline)
 {
-    Delivery delivery(plugin);
+    CDelivery delivery(plugin);
     auto gathered = steady_clock::time_point::max();
     for (auto now = steady_clock::now(); now < deadline && !Ended(run, milliseconds::zero());
          now = steady_clock::now()) {
@@ -146,7 +146,7 @@ void ServeUntilStop(const PluginLibrary& plugin, DocumentSource& source,
     }
 }
 
-void LiveThrough(const PluginLibrary& plugin, DocumentSource& source, const SignalQueue& signals,
+void LiveThrough(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                  std::optional<steady_clock::duration> limit)
 {
     const LoadRequest loadRequest{{}, OnPluginRequest};
@@ -183,7 +183,7 @@ void LiveThrough(const PluginLibrary& plugin, DocumentSource& source, const Sign
 
 } // namespace
 
-void RunPlugin(const PluginLibrary& plugin, DocumentSource& source, const SignalQueue& signals,
+void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<steady_clock::duration> limit)
 {
     try {

@@ -20,7 +20,7 @@ namespace kx::tools {
 /// when its run ends before it is asked to. A plug-in whose run ended in an exception is not
 /// unloaded: it takes the run for alive and would wait for it for ever.
 /// Threads: the main thread, which waits for signals and changes; the plug-in is lent another.
-void RunPlugin(const PluginLibrary& plugin, DocumentSource& source, const SignalQueue& signals,
+void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);
 
 } // namespace kx::tools

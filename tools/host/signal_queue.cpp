@@ -9,7 +9,7 @@
 
 namespace kx::tools {
 
-SignalQueue::SignalQueue()
+CSignalQueue::CSignalQueue()
 {
     sigset_t signals;
     sigemptyset(&signals);
@@ -21,12 +21,12 @@ SignalQueue::SignalQueue()
         throw std::system_error(errno, std::generic_category(), "cannot wait for signals");
 }
 
-SignalQueue::~SignalQueue()
+CSignalQueue::~CSignalQueue()
 {
     close(descriptor);
 }
 
-int SignalQueue::Take() const
+int CSignalQueue::Take() const
 {
     signalfd_siginfo signal{};
     return read(descriptor, &signal, sizeof(signal)) == sizeof(signal)

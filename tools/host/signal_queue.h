@@ -4,15 +4,15 @@ namespace kx::tools {
 
 /// SIGINT, SIGTERM and SIGHUP as something to poll. Constructed before the first thread is made:
 /// every thread then inherits the blocked signals, and none of them is ever interrupted by one.
-class SignalQueue {
+class CSignalQueue {
 public:
     /// Blocks the signals in the calling thread, for good.
     ///
     /// Errors: std::system_error.
-    SignalQueue();
-    SignalQueue(const SignalQueue&) = delete;
-    SignalQueue& operator=(const SignalQueue&) = delete;
-    ~SignalQueue();
+    CSignalQueue();
+    CSignalQueue(const CSignalQueue&) = delete;
+    CSignalQueue& operator=(const CSignalQueue&) = delete;
+    ~CSignalQueue();
 
     /// Readable, as poll(2) has it, as soon as a signal came.
     int Descriptor() const { return descriptor; }

@@ -40,7 +40,7 @@ const char* NameOf(Event::Kind kind)
     return kNames[static_cast<std::size_t>(kind)];
 }
 
-DeviceList::DeviceList(std::string sought, bool watch)
+CDeviceList::CDeviceList(std::string sought, bool watch)
     : soughtType(std::move(sought)), watching(watch)
 {
 }
@@ -48,7 +48,7 @@ DeviceList::DeviceList(std::string sought, bool watch)
 // unknown --answer, or Hello of the type--> known: answer or appeared
 // known   --watching, other lists---------> known: changed
 //         --Bye---------------------------> unknown: gone
-std::optional<Event> DeviceList::Take(Message::Kind kind, const Heard& heard)
+std::optional<Event> CDeviceList::Take(Message::Kind kind, const Heard& heard)
 {
     const Path path{heard.device.address, heard.adapter,
                     watching ? boost::asio::ip::address() : heard.source.address()};
@@ -80,7 +80,7 @@ std::optional<Event> DeviceList::Take(Message::Kind kind, const Heard& heard)
     return event;
 }
 
-std::size_t DeviceList::DeviceCount() const
+std::size_t CDeviceList::DeviceCount() const
 {
     std::set<std::string> addresses;
     for (const auto& each : paths)
@@ -88,7 +88,7 @@ std::size_t DeviceList::DeviceCount() const
     return addresses.size();
 }
 
-bool DeviceList::HasOtherPath(const Path& path) const
+bool CDeviceList::HasOtherPath(const Path& path) const
 {
     const std::string& address = std::get<0>(path);
     for (auto each = paths.lower_bound({address, "", {}});

@@ -44,11 +44,11 @@ const char* NameOf(Event::Kind kind);
 /// host gets another address has changed.
 ///
 /// Threads: one.
-class DeviceList {
+class CDeviceList {
 public:
     /// @param soughtType  expanded name of the type that a Hello must list to make a device known.
     ///                    An answer need not: whoever answered was asked for it.
-    DeviceList(std::string soughtType, bool watching);
+    CDeviceList(std::string soughtType, bool watching);
 
     /// Takes in what was heard.
     ///

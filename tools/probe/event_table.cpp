@@ -41,7 +41,7 @@ void PrintChange(std::ostream& out, const char* name, const std::vector<std::str
 
 } // namespace
 
-EventTable::EventTable(std::ostream& stream, bool watch)
+CEventTable::CEventTable(std::ostream& stream, bool watch)
     : out(stream),
       watching(watch),
       headings{"ADDRESS", "XADDRS", "MAC", "ADAPTER", "SOURCE", "ROUND TRIP"},
@@ -53,7 +53,7 @@ EventTable::EventTable(std::ostream& stream, bool watch)
     }
 }
 
-void EventTable::Print(const Event& event)
+void CEventTable::Print(const Event& event)
 {
     const Heard& heard = event.heard;
     std::vector<std::string> row{(event.otherPath ? kOtherPathIndent : "") +
@@ -81,7 +81,7 @@ void EventTable::Print(const Event& event)
     out << std::flush;
 }
 
-void EventTable::PrintRow(const std::vector<std::string>& row)
+void CEventTable::PrintRow(const std::vector<std::string>& row)
 {
     out << std::left;
     for (std::size_t column = 0; column + 1 < row.size(); ++column)

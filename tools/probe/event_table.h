@@ -14,10 +14,10 @@ namespace kx::tools {
 /// A change is followed by a line for each list that changed.
 ///
 /// Threads: one.
-class EventTable {
+class CEventTable {
 public:
     /// @param watching  begin each line with the time and the event's name
-    EventTable(std::ostream& out, bool watching);
+    CEventTable(std::ostream& out, bool watching);
 
     void Print(const Event& event);
 

@@ -42,13 +42,13 @@ AdapterError::AdapterError(const std::string& what, const Adapter& adapter, cons
 {
 }
 
-MessageSocket::MessageSocket(boost::asio::io_context& ioService, const Adapter& usedAdapter,
-                             OnMessage handler)
+CMessageSocket::CMessageSocket(boost::asio::io_context& ioService, const Adapter& usedAdapter,
+                               OnMessage handler)
     : adapter(usedAdapter), onMessage(std::move(handler)), socket(ioService)
 {
 }
 
-void MessageSocket::OpenForProbing()
+void CMessageSocket::OpenForProbing()
 {
     try {
         const auto address = make_address_v4(adapter.ipAddress);
@@ -62,7 +62,7 @@ void MessageSocket::OpenForProbing()
     }
 }
 
-void MessageSocket::OpenForGroup()
+void CMessageSocket::OpenForGroup()
 {
     std::string failure = kCannotListen;
     try {
@@ -85,7 +85,7 @@ void MessageSocket::OpenForGroup()
     }
 }
 
-void MessageSocket::SendToGroup(const std::string& text)
+void CMessageSocket::SendToGroup(const std::string& text)
 {
     error_code error;
     socket.send_to(boost::asio::buffer(text), GroupEndpoint(), 0, error);
@@ -93,14 +93,14 @@ void MessageSocket::SendToGroup(const std::string& text)
         throw AdapterError(kCannotProbe, adapter, error);
 }
 
-void MessageSocket::StartReceive()
+void CMessageSocket::StartReceive()
 {
     socket.async_receive_from(
         boost::asio::buffer(buffer), source,
         [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
 }
 
-void MessageSocket::OnReceive(const error_code& error, std::size_t length)
+void CMessageSocket::OnReceive(const error_code& error, std::size_t length)
 {
     if (error)
         throw AdapterError("cannot receive on adapter", adapter, error);

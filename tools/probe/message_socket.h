@@ -26,15 +26,15 @@ public:
 ///
 /// Must stay where it is and, once receiving, outlive the service's run. Threads: the one that runs
 /// the service.
-class MessageSocket {
+class CMessageSocket {
 public:
     /// Called for each datagram; with no message when it is none that ReadMessage reads.
     using OnMessage = std::function<void(const std::optional<Message>& message,
                                          const boost::asio::ip::udp::endpoint& source)>;
 
-    MessageSocket(boost::asio::io_context& ioService, const Adapter& adapter, OnMessage handler);
-    MessageSocket(const MessageSocket&) = delete;
-    MessageSocket& operator=(const MessageSocket&) = delete;
+    CMessageSocket(boost::asio::io_context& ioService, const Adapter& adapter, OnMessage handler);
+    CMessageSocket(const CMessageSocket&) = delete;
+    CMessageSocket& operator=(const CMessageSocket&) = delete;
 
     /// Opens it for multicast from a port of its own, and what comes back to that. It is bound to
     /// the adapter's own address: that makes it the source of what is sent, which a socket merely

@@ -8,8 +8,8 @@ using std::chrono::system_clock;
 
 namespace kx::tools {
 
-Prober::Prober(boost::asio::io_context& ioService, const Adapter& adapter, bool watch,
-               OnHeard handler)
+CProber::CProber(boost::asio::io_context& ioService, const Adapter& adapter, bool watch,
+                 OnHeard handler)
     : adapterName(adapter.name),
       watching(watch),
       onHeard(std::move(handler)),
@@ -24,7 +24,7 @@ Prober::Prober(boost::asio::io_context& ioService, const Adapter& adapter, bool 
         group.OpenForGroup();
 }
 
-void Prober::Start(const ProbeMessage& message, const ProbeSchedule& schedule)
+void CProber::Start(const ProbeMessage& message, const ProbeSchedule& schedule)
 {
     probe = message;
     remaining = schedule;
@@ -34,7 +34,7 @@ void Prober::Start(const ProbeMessage& message, const ProbeSchedule& schedule)
         group.StartReceive();
 }
 
-void Prober::Send()
+void CProber::Send()
 {
     sentAt = steady_clock::now();
     probing.SendToGroup(probe.text);
@@ -45,7 +45,7 @@ void Prober::Send()
     sendTimer.async_wait([this](const boost::system::error_code& /*error*/) { Send(); });
 }
 
-void Prober::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)
+void CProber::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)
 {
     const auto roundTrip = steady_clock::now() - sentAt;
     if (!message) {
@@ -57,7 +57,7 @@ void Prober::OnAnswer(const std::optional<Message>& message, const udp::endpoint
     }
 }
 
-void Prober::OnAnnouncement(const std::optional<Message>& message, const udp::endpoint& source)
+void CProber::OnAnnouncement(const std::optional<Message>& message, const udp::endpoint& source)
 {
     if (!message || message->kind == Message::Kind::kProbeMatches)
         return;

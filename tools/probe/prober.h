@@ -23,17 +23,17 @@ struct ProbeSchedule {
 ///
 /// Must stay where it is and, once started, outlive the service's run. Threads: the one that runs
 /// the service.
-class Prober {
+class CProber {
 public:
     /// Called for every device in every answer to our Probe and, when watching, in every
     /// announcement; those that come again included.
     using OnHeard = std::function<void(Message::Kind, const Heard&)>;
 
     /// Errors: AdapterError.
-    Prober(boost::asio::io_context& ioService, const Adapter& adapter, bool watching,
-           OnHeard handler);
-    Prober(const Prober&) = delete;
-    Prober& operator=(const Prober&) = delete;
+    CProber(boost::asio::io_context& ioService, const Adapter& adapter, bool watching,
+            OnHeard handler);
+    CProber(const CProber&) = delete;
+    CProber& operator=(const CProber&) = delete;
 
     /// Sends the Probe for the first time and starts receiving.
     ///
@@ -54,8 +54,8 @@ private:
     const std::string adapterName;
     const bool watching;
     const OnHeard onHeard;
-    MessageSocket probing;
-    MessageSocket group; ///< open when watching
+    CMessageSocket probing;
+    CMessageSocket group; ///< open when watching
     boost::asio::steady_timer sendTimer;
     ProbeMessage probe;
     ProbeSchedule remaining{};

@@ -9,12 +9,12 @@ namespace kx::tools {
 /// cleared before anything else is printed.
 ///
 /// Threads: one.
-class Progress {
+class CProgress {
 public:
-    Progress() = default;
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    ~Progress() { Clear(); }
+    CProgress() = default;
+    CProgress(const CProgress&) = delete;
+    CProgress& operator=(const CProgress&) = delete;
+    ~CProgress() { Clear(); }
 
     void Show(const std::string& text)
     {

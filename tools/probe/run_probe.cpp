@@ -32,20 +32,14 @@ constexpr std::chrono::milliseconds kProgressInterval{100};
 
 std::vector<Adapter> ChooseAdapters(const ProbeOptions& options)
 {
-    std::vector<Adapter> adapters = ReadAdapters();
-    if (!options.all)
-        return SelectAdapters(adapters, options.adapterNames);
-    const auto left = [](const Adapter& each) { return each.loopback || each.ipAddress.empty(); };
-    adapters.erase(std::remove_if(adapters.begin(), adapters.end(), left), adapters.end());
-    if (adapters.empty())
-        throw std::runtime_error("no adapter but loopback has an IPv4 address");
-    return adapters;
+    return options.all ? ReadUsableAdapters()
+                       : SelectAdapters(ReadAdapters(), options.adapterNames);
 }
 
 /// One run of the tool: probers on the adapters, the list that they feed, and what shows it.
-class Lookup {
+class CLookup {
 public:
-    explicit Lookup(const ProbeOptions& lookupOptions)
+    explicit CLookup(const ProbeOptions& lookupOptions)
         : options(lookupOptions),
           devices(ExpandedName(options.namespaceUri, options.type), options.watch),
           table(std::cout, options.watch),
@@ -71,10 +65,10 @@ private:
 
     const ProbeOptions& options;
     boost::asio::io_context ioService;
-    DeviceList devices;
-    EventTable table;
-    Progress progress;
-    std::vector<std::unique_ptr<Prober>> probers;
+    CDeviceList devices;
+    CEventTable table;
+    CProgress progress;
+    std::vector<std::unique_ptr<CProber>> probers;
     boost::asio::signal_set signals;
     boost::asio::steady_timer progressTimer;
     std::optional<steady_clock::time_point> deadline;
@@ -82,7 +76,7 @@ private:
     bool anybody = false;
 };
 
-int Lookup::Run()
+int CLookup::Run()
 {
     const double timeoutSeconds = options.timeoutSeconds.value_or(kDefaultTimeoutSeconds);
     if (options.watch) {
@@ -127,7 +121,7 @@ int Lookup::Run()
     return 0;
 }
 
-void Lookup::StartProbers(double timeoutSeconds)
+void CLookup::StartProbers(double timeoutSeconds)
 {
     // All within the first half of the time, so that there is as much for the last answers.
     const ProbeSchedule schedule{
@@ -136,7 +130,7 @@ void Lookup::StartProbers(double timeoutSeconds)
                                          ToDuration(timeoutSeconds) / (2 * options.times))};
     for (const Adapter& adapter : ChooseAdapters(options)) {
         try {
-            auto prober = std::make_unique<Prober>(
+            auto prober = std::make_unique<CProber>(
                 ioService, adapter, options.watch,
                 [this](Message::Kind kind, const Heard& heard) { OnHeard(kind, heard); });
             prober->Start(MakeProbe(options.namespaceUri, options.type), schedule);
@@ -147,7 +141,7 @@ void Lookup::StartProbers(double timeoutSeconds)
     }
 }
 
-void Lookup::ShowProgress()
+void CLookup::ShowProgress()
 {
     std::string text = "listening ... ";
     if (deadline) {
@@ -159,7 +153,7 @@ void Lookup::ShowProgress()
     progressTimer.async_wait([this](const error_code& /*error*/) { ShowProgress(); });
 }
 
-void Lookup::OnHeard(Message::Kind kind, const Heard& heard)
+void CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
     const std::optional<Event> event = devices.Take(kind, heard);
     if (!event)
@@ -173,7 +167,7 @@ void Lookup::OnHeard(Message::Kind kind, const Heard& heard)
 }
 
 /// "2 found, by 3 paths"; when watching, those that have not gone.
-std::string Lookup::Found() const
+std::string CLookup::Found() const
 {
     const auto count = devices.DeviceCount();
     const auto paths = devices.PathCount();
@@ -185,7 +179,7 @@ std::string Lookup::Found() const
 
 int RunProbe(const ProbeOptions& options)
 {
-    return Lookup(options).Run();
+    return CLookup(options).Run();
 }
 
 } // namespace kx::tools
