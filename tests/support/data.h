@@ -1,7 +1,6 @@
 #pragma once
 
 #include <fstream>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -12,12 +11,6 @@ struct DataCase {
     std::string expected;
     std::string text;
 };
-
-/// Names the case in the test's own name.
-inline void PrintTo(const DataCase& each, std::ostream* out)
-{
-    *out << each.name;
-}
 
 /// Reads a whole file of tests/data.
 inline std::string ReadData(const std::string& name)

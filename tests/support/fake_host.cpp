@@ -1,10 +1,9 @@
 #include "fake_host.h"
 
 #include <algorithm>
-#include <atomic>
 #include <dlfcn.h>
 #include <future>
-#include <sstream>
+#include <regex>
 #include <stdexcept>
 
 using std::chrono::steady_clock;
@@ -13,16 +12,12 @@ namespace {
 
 FakeHost* current = nullptr;
 
-/// The text of a log record; the record as it is when it is something else.
+/// A log record as "level text"; a record that is something else as it is.
 std::string LogLine(const std::string& record)
 {
-    const std::size_t level = record.find("level=\"");
-    const std::size_t text = record.find("\">", level);
-    const std::size_t end = record.find("</log_msg>");
-    if (level == std::string::npos || text == std::string::npos || end == std::string::npos)
-        return record;
-    return record.substr(level + 7, text - level - 7) + " " +
-           record.substr(text + 2, end - text - 2);
+    std::smatch match;
+    const std::regex form("<log_msg level=\"(-?\\d+)\">([^<]*)</log_msg>");
+    return std::regex_search(record, match, form) ? match.str(1) + " " + match.str(2) : record;
 }
 
 } // namespace
@@ -84,8 +79,11 @@ void FakeHost::Run()
         Send(ServerDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    Send(ServerDocument({}, "22609"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    // Twice, since the first may find the loop still at work.
+    for (int time = 0; time < 2; ++time) {
+        Send(ServerDocument({}, "22609"));
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    }
     const std::lock_guard<std::mutex> lock(mutex);
     calls.clear();
 }
@@ -170,13 +168,9 @@ std::string ServerDocument(const std::vector<std::string>& adapters, const std::
 {
     std::string text = "<Qorm Delta=\"0\"><Servers><Server Port=\"" + port + "\"><Network>";
     for (const std::string& each : adapters) {
-        std::istringstream fields(each);
-        std::string ip;
-        std::string handle;
-        std::string mac;
-        fields >> ip >> handle >> mac;
-        text += "<Adapter MACAddress=\"" + mac + "\" Handle=\"" + handle + "\" IPAddress=\"" + ip +
-                "\" Connected=\"1\"/>";
+        text += std::regex_replace(each, std::regex("(\\S+) (\\S+) (\\S+)"),
+                                   "<Adapter IPAddress='$1' Handle='$2' MACAddress='$3' "
+                                   "Connected='1'/>");
     }
     return text + "</Network></Server></Servers></Qorm>";
 }

@@ -1,5 +1,6 @@
 #include "network.h"
 
+#include "data.h"
 #include "discovery_group.h"
 #include "text.h"
 
@@ -58,7 +59,9 @@ Network::Network()
         Check(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    Run("ip link set lo up");
+    // Of the test before, when one process runs several.
+    Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
+        "nft flush ruleset; ip link set lo up");
     for (int cable = 0; cable < 2; ++cable) {
         const int net = 7 + cable;
         Run(Compose("ip link add cam", cable, " address 02:00:00:00:0", net,
@@ -145,12 +148,7 @@ std::string Socket::Name() const
 
 std::string Probe(const std::string& messageId, const std::string& types)
 {
-    return "<s:Envelope xmlns:s='http://www.w3.org/2003/05/soap-envelope'"
-           " xmlns:a='http://schemas.xmlsoap.org/ws/2004/08/addressing'"
-           " xmlns:d='http://schemas.xmlsoap.org/ws/2005/04/discovery'"
-           " xmlns:ktz='http://schemas.ktzkx.example/discovery'><s:Header>"
-           "<a:Action>http://schemas.xmlsoap.org/ws/2005/04/discovery/Probe</a:Action>"
-           "<a:MessageID>" +
-           messageId + "</a:MessageID></s:Header><s:Body><d:Probe><d:Types>" + types +
-           "</d:Types></d:Probe></s:Body></s:Envelope>";
+    std::string probe = ReadData("probe.xml");
+    probe.replace(probe.find('*'), 1, messageId);
+    return probe.replace(probe.find('*'), 1, types);
 }

@@ -17,8 +17,6 @@
 extern "C" {
 int __real_socket(int domain, int type, int protocol);
 int __real_setsockopt(int descriptor, int level, int name, const void* value, socklen_t size);
-int __wrap_socket(int domain, int type, int protocol);
-int __wrap_setsockopt(int descriptor, int level, int name, const void* value, socklen_t size);
 }
 
 namespace {
@@ -33,7 +31,7 @@ std::string boundDevice;
 
 } // namespace
 
-int __wrap_socket(int domain, int type, int protocol)
+extern "C" int __wrap_socket(int domain, int type, int protocol)
 {
     if (failing.name != kSocketItself)
         return __real_socket(domain, type, protocol);
@@ -41,7 +39,8 @@ int __wrap_socket(int domain, int type, int protocol)
     return -1;
 }
 
-int __wrap_setsockopt(int descriptor, int level, int name, const void* value, socklen_t size)
+extern "C" int __wrap_setsockopt(int descriptor, int level, int name, const void* value,
+                                 socklen_t size)
 {
     if (level == SOL_SOCKET && name == SO_BINDTODEVICE) {
         EXPECT_EQ(size, 40U);

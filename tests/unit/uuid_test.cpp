@@ -17,10 +17,6 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
 int __real_close(int descriptor);
-int __wrap_open(const char* path, int flags, ...);
-int __wrap_open64(const char* path, int flags, ...);
-ssize_t __wrap_read(int descriptor, void* data, size_t size);
-int __wrap_close(int descriptor);
 }
 
 namespace {
@@ -46,7 +42,7 @@ ssize_t Play(char call)
 
 } // namespace
 
-int __wrap_open(const char* path, int flags, ...)
+extern "C" int __wrap_open(const char* path, int flags, ...)
 {
     if (script.empty() || std::strcmp(path, "/dev/urandom") != 0)
         return __real_open(path, flags, 0644);
@@ -55,12 +51,12 @@ int __wrap_open(const char* path, int flags, ...)
 }
 
 // What open is called where _FILE_OFFSET_BITS is 64, as newer editions of tinyxml2 have it.
-int __wrap_open64(const char* path, int flags, ...)
+extern "C" int __wrap_open64(const char* path, int flags, ...)
 {
     return __wrap_open(path, flags);
 }
 
-ssize_t __wrap_read(int descriptor, void* data, size_t size)
+extern "C" ssize_t __wrap_read(int descriptor, void* data, size_t size)
 {
     if (descriptor != kDevice)
         return __real_read(descriptor, data, size);
@@ -71,7 +67,7 @@ ssize_t __wrap_read(int descriptor, void* data, size_t size)
     return count;
 }
 
-int __wrap_close(int descriptor)
+extern "C" int __wrap_close(int descriptor)
 {
     return descriptor == kDevice ? static_cast<int>(Play('c')) : __real_close(descriptor);
 }
