@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <future>
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 
 using std::chrono::steady_clock;
@@ -168,9 +169,11 @@ std::string ServerDocument(const std::vector<std::string>& adapters, const std::
 {
     std::string text = "<Qorm Delta=\"0\"><Servers><Server Port=\"" + port + "\"><Network>";
     for (const std::string& each : adapters) {
-        text += std::regex_replace(each, std::regex("(\\S+) (\\S+) (\\S+)"),
-                                   "<Adapter IPAddress='$1' Handle='$2' MACAddress='$3' "
-                                   "Connected='1'/>");
+        std::istringstream fields(each);
+        std::string ip, handle, mac;
+        fields >> ip >> handle >> mac;
+        text += "<Adapter MACAddress='" + mac + "' Handle='" + handle + "' IPAddress='" + ip +
+                "' Connected='1'/>";
     }
     return text + "</Network></Server></Servers></Qorm>";
 }
