@@ -3,7 +3,7 @@ include(GNUInstallDirs)
 
 install(TARGETS pelorin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pelorin)
 install(FILES README.md package/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
-# In a folder of their own as here, so that the links of README.md hold.
+# In a folder of their own as here, so that README.md's links to them hold.
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL
   FILES_MATCHING PATTERN "*.md")
 

@@ -35,6 +35,8 @@ inline std::vector<DataCase> ReadCases(const std::string& name)
         cases.push_back({table.substr(begin, expected - 1 - begin),
                          table.substr(expected, text - 1 - expected),
                          table.substr(text, at + 1 - text)});
+        if (cases.back().text.find("== ") != std::string::npos)
+            throw std::runtime_error("a case begins within a line of " + cases.back().name);
     }
     return cases;
 }

@@ -4,8 +4,11 @@
 #include "run_plugin.h"
 #include "run_tool.h"
 
+#include <csignal>
 #include <cstdlib>
+#include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace kx::tools {
@@ -88,10 +91,14 @@ int Host(const HostOptions& options)
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
+    // A reader of the output that goes first must not keep the recorder from saying Bye.
+    std::signal(SIGPIPE, SIG_IGN);
     const CSignalQueue signals;
     const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)
                                                    : OwnPluginFile());
     RunPlugin(plugin, *source, signals, limit);
+    if (!std::cout)
+        throw std::runtime_error("cannot write to standard output");
     return 0;
 }
 

@@ -21,7 +21,6 @@ void* OpenLibrary(const std::filesystem::path& file)
     // Absolute, since a name without a slash would be looked for in the system's libraries.
     void* library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): dlerror(3) keeps its text per thread.
         throw LibraryError(Compose("cannot load the plug-in: ", dlerror()));
     }
     return library;

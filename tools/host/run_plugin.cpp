@@ -21,6 +21,9 @@ namespace {
 constexpr milliseconds kTurnInterval{100};
 constexpr milliseconds kGatherTime{75};
 constexpr milliseconds kCloseInterval{10};
+/// How often a document is sent again for as long as it holds: the plug-in may have been held up
+/// for longer than anybody would wait.
+constexpr std::chrono::seconds kRepeatInterval{2};
 /// How long the plug-in may take to act on a document. It need not act at all: what brings nothing
 /// new is passed over in silence.
 constexpr std::chrono::seconds kActBound{1};
@@ -45,15 +48,19 @@ public:
         settled = false;
     }
 
-    /// To be called at every turn: sends the document in hand unless the plug-in has had its chance
-    /// with it. One that never acted on any may not have begun to wait: it has its chance for ever.
+    /// To be called at every turn: sends the document in hand, often until the plug-in has had its
+    /// chance with it. One that never acted on any may not have begun to wait: it has its chance
+    /// for ever.
     void Turn()
     {
-        if (settled && StopRecordCount() > 0)
+        const auto now = steady_clock::now();
+        const bool seldom = settled && StopRecordCount() > 0;
+        if (seldom && now < sentAt + kRepeatInterval)
             return;
         // Looked at before the sending, so it is sent once more after the plug-in acted: that may
         // have been on the document before.
-        settled = StopRecordCount() != stopsBefore || steady_clock::now() >= actBy;
+        settled = settled || StopRecordCount() != stopsBefore || now >= actBy;
+        sentAt = now;
         Send();
     }
 
@@ -72,6 +79,7 @@ private:
     ServerDocument document{};
     unsigned stopsBefore = 0;
     steady_clock::time_point actBy;
+    steady_clock::time_point sentAt;
     bool settled = false;
 };
 

@@ -50,8 +50,11 @@ CDeviceList::CDeviceList(std::string sought, bool watch)
 //         --Bye---------------------------> unknown: gone
 std::optional<Event> CDeviceList::Take(Message::Kind kind, const Heard& heard)
 {
-    const Path path{heard.device.address, heard.adapter,
-                    watching ? boost::asio::ip::address() : heard.source.address()};
+    Path path{heard.device.address, heard.adapter, {}, {}};
+    if (!watching) {
+        std::get<2>(path) = heard.source.address();
+        std::get<3>(path) = heard.device.xaddrs;
+    }
     const auto found = paths.find(path);
     Event event{Event::Kind::kAppeared, heard, HasOtherPath(path), std::nullopt};
     if (found == paths.end()) {
@@ -91,7 +94,7 @@ std::size_t CDeviceList::DeviceCount() const
 bool CDeviceList::HasOtherPath(const Path& path) const
 {
     const std::string& address = std::get<0>(path);
-    for (auto each = paths.lower_bound({address, "", {}});
+    for (auto each = paths.lower_bound({address, "", {}, {}});
          each != paths.end() && std::get<0>(each->first) == address; ++each) {
         if (each->first != path)
             return true;

@@ -59,8 +59,10 @@ public:
     std::size_t DeviceCount() const;
 
 private:
-    /// Address of the device, adapter, host.
-    using Path = std::tuple<std::string, std::string, boost::asio::ip::address>;
+    /// Address of the device and adapter; when asking once also the source and where it serves: a
+    /// device with two addresses answers for both from one.
+    using Path =
+        std::tuple<std::string, std::string, boost::asio::ip::address, std::vector<std::string>>;
 
     bool HasOtherPath(const Path& path) const;
 
