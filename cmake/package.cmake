@@ -18,20 +18,18 @@ pelorin_compress(changelog ${PROJECT_SOURCE_DIR}/package/changelog)
 set(compressed ${PROJECT_BINARY_DIR}/changelog.gz)
 install(FILES ${compressed} DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-if(PELORIN_TOOLS)
-  install(TARGETS pelorin-host pelorin-probe)
-  find_program(SCDOC scdoc DOC "makes the manual pages; without it there are none")
-  if(SCDOC)
-    foreach(page IN ITEMS pelorin-host.1 pelorin-probe.1)
-      set(source ${PROJECT_SOURCE_DIR}/man/${page}.scd)
-      add_custom_command(OUTPUT ${page}
-        COMMAND ${SCDOC} < ${source} > ${page}
-        DEPENDS ${source} VERBATIM)
-      pelorin_compress(${page} ${PROJECT_BINARY_DIR}/${page})
-      list(APPEND compressed ${PROJECT_BINARY_DIR}/${page}.gz)
-      install(FILES ${PROJECT_BINARY_DIR}/${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-    endforeach()
-  endif()
+install(TARGETS pelorin-host pelorin-probe)
+find_program(SCDOC scdoc DOC "makes the manual pages; without it there are none")
+if(SCDOC)
+  foreach(page IN ITEMS pelorin-host.1 pelorin-probe.1)
+    set(source ${PROJECT_SOURCE_DIR}/man/${page}.scd)
+    add_custom_command(OUTPUT ${page}
+      COMMAND ${SCDOC} < ${source} > ${page}
+      DEPENDS ${source} VERBATIM)
+    pelorin_compress(${page} ${PROJECT_BINARY_DIR}/${page})
+    list(APPEND compressed ${PROJECT_BINARY_DIR}/${page}.gz)
+    install(FILES ${PROJECT_BINARY_DIR}/${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  endforeach()
 endif()
 add_custom_target(pelorin_documents ALL DEPENDS ${compressed})
 

@@ -38,8 +38,8 @@ void CDiscoveryUdp::SendBye()
     // The Bye is the last word: what would complete behind it must not announce or answer any more,
     // and what still waits to be sent must not overtake it.
     stopping = true;
-    error_code error;
-    socket.cancel(error);
+    error_code ignored;
+    socket.cancel(ignored);
 
     if (!soap) {
         byeDone = true;
@@ -53,6 +53,7 @@ void CDiscoveryUdp::SendBye()
     // A send that would block is tried again in short intervals instead of waiting inside the call:
     // only so can it be given up, here or by the stop, without closing a descriptor under it. A
     // closed socket fails here already.
+    error_code error;
     socket.non_blocking(true, error);
     const auto end = std::chrono::steady_clock::now() + kStopBound;
     while (!error && !byeDone && std::chrono::steady_clock::now() < end) {
