@@ -79,11 +79,12 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// answer is on its way at a time and what arrives meanwhile waits in the socket's buffer.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", senderEndpoint);
+    const std::string prober = Compose(senderEndpoint);
+    Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);
     sendDestination = senderEndpoint;
-    Report(log, kLogInfo, "Send ProbeMatch to ", sendDestination);
+    Report(log, kLogInfo, "Send ProbeMatch to ", prober);
     SendMessage(answer);
 }
 
