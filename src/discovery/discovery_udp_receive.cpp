@@ -59,7 +59,9 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
+    // With the membership known to work, what cannot match has nothing to tell.
     if (multicastEnabled && soap &&
+        (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1) {
         NoteActivity();
         AnswerProbe(messageId, typesText);
@@ -79,11 +81,14 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// answer is on its way at a time and what arrives meanwhile waits in the socket's buffer.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", senderEndpoint);
+    // Always IPv4, as the socket is, so this is the endpoint's own form.
+    const std::string prober =
+        Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
+    Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);
     sendDestination = senderEndpoint;
-    Report(log, kLogInfo, "Send ProbeMatch to ", sendDestination);
+    Report(log, kLogInfo, "Send ProbeMatch to ", prober);
     SendMessage(answer);
 }
 

@@ -2,7 +2,9 @@
 #include "text.h"
 #include "uris.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 using tinyxml2::XMLAttribute;
 using tinyxml2::XMLDocument;
@@ -66,6 +68,17 @@ bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typ
             return true;
     }
     return false;
+}
+
+bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
+{
+    const std::string_view text(data, length);
+    // A reference such as &#78; may stand for any letter of a name. But for references, an
+    // element's text stands in the datagram as it is read from it.
+    return text.find('&') != std::string_view::npos ||
+           std::any_of(types.begin(), types.end(), [text](const std::string& type) {
+               return text.find(type) != std::string_view::npos;
+           });
 }
 
 // Deliberate, all of it: scopes and reply-to are not read, only types decide; a Probe without types

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <regex>
 
 using namespace std::string_literals;
@@ -105,6 +106,18 @@ TEST_P(ParseProbe, DecidesAndHandsBackWhatItGotTo)
     const int result = soap.ParseProbe(data.data(), data.size(), messageId, types, action);
     EXPECT_EQ(std::to_string(result) + "|" + action + "|" + messageId + "|" + types,
               GetParam().expected);
+    EXPECT_TRUE(result == 0 || soap.MayMatch(data.data(), data.size()));
+}
+
+TEST(MayMatch, PassesOverWhatHasNeitherATypeNorAReference)
+{
+    kx::CDiscoverySoap soap;
+    soap.types = {"NetworkVideoRecorder"};
+    const std::string foreign = "<Types>dn:NetworkVideoTransmitter NetworkVideoRecorder</Types>";
+    EXPECT_TRUE(soap.MayMatch(foreign.data(), foreign.size()));
+    EXPECT_FALSE(soap.MayMatch(foreign.data(), foreign.size() - std::strlen("r</Types>")));
+    EXPECT_TRUE(soap.MayMatch("&", 1));
+    EXPECT_FALSE(soap.MayMatch("", 0));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ParseProbe, testing::ValuesIn(ReadCases("probes.txt")),
