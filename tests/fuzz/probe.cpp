@@ -21,6 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(types == untouched || messageId != untouched, "types come after an identifier");
     Require(result == 0 || types.find(soap.types[0]) != std::string::npos,
             "what matches names the type");
+    Require(result == 0 || soap.MayMatch(reinterpret_cast<const char*>(data), size),
+            "the quick look lets through what matches");
     for (const std::string& each : {messageId, types, action})
         Require(each == untouched || each.size() < size, "a text is shorter than its message");
     return 0;
