@@ -93,19 +93,30 @@ void CMessageSocket::SendToGroup(const std::string& text)
         throw AdapterError(kCannotProbe, adapter, error);
 }
 
-void CMessageSocket::StartReceive()
+void CMessageSocket::StartReceive(std::shared_ptr<void> owner)
 {
     socket.async_receive_from(
         boost::asio::buffer(buffer), source,
-        [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
+        [this, kept = std::move(owner)](const error_code& error, std::size_t length) {
+            OnReceive(error, length, kept);
+        });
 }
 
-void CMessageSocket::OnReceive(const error_code& error, std::size_t length)
+void CMessageSocket::Close()
 {
+    error_code ignored;
+    socket.close(ignored);
+}
+
+void CMessageSocket::OnReceive(const error_code& error, std::size_t length,
+                               std::shared_ptr<void> owner)
+{
+    if (!socket.is_open()) // closed while this was on its way
+        return;
     if (error)
         throw AdapterError("cannot receive on adapter", adapter, error);
     onMessage(ReadMessage(buffer.data(), length), source);
-    StartReceive();
+    StartReceive(std::move(owner));
 }
 
 } // namespace kx::tools

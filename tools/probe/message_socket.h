@@ -8,6 +8,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -22,10 +23,9 @@ public:
                  const boost::system::error_code& error);
 };
 
-/// A UDP socket on one adapter, for as long as the I/O service runs.
+/// A UDP socket on one adapter, until it is closed or the I/O service's run is over.
 ///
-/// Must stay where it is and, once receiving, outlive the service's run. Threads: the one that runs
-/// the service.
+/// Threads: the one that runs the service.
 class CMessageSocket {
 public:
     /// Called for each datagram; with no message when it is none that ReadMessage reads.
@@ -55,10 +55,16 @@ public:
 
     /// Receives from here on. Errors: AdapterError from the service's run, which may be run again;
     /// nothing more is received then.
-    void StartReceive();
+    ///
+    /// @param owner  what this socket is part of; kept alive while the socket waits
+    void StartReceive(std::shared_ptr<void> owner);
+
+    /// Receives no more.
+    void Close();
 
 private:
-    void OnReceive(const boost::system::error_code& error, std::size_t length);
+    void OnReceive(const boost::system::error_code& error, std::size_t length,
+                   std::shared_ptr<void> owner);
 
     const Adapter adapter;
     const OnMessage onMessage;
