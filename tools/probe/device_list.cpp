@@ -122,16 +122,15 @@ std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
-            answering.insert({{path.last.adapter, address},
-                              {path.last.adapter, MacOf(path.last.device)}});
+            answering.insert(
+                {{path.last.adapter, address}, {path.last.adapter, MacOf(path.last.device)}});
     }
     std::vector<Paths::iterator> silent;
     for (auto each = paths.begin(); each != paths.end(); ++each) {
         const Heard& last = each->second.last;
         const std::string mac = MacOf(last.device);
-        if (!each->second.heard &&
-            (answering.count({last.adapter, each->first}) > 0 ||
-             (!mac.empty() && answering.count({last.adapter, mac}) > 0)))
+        if (!each->second.heard && (answering.count({last.adapter, each->first}) > 0 ||
+                                    (!mac.empty() && answering.count({last.adapter, mac}) > 0)))
             silent.push_back(each);
     }
     return silent;

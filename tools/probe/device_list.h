@@ -65,8 +65,8 @@ public:
     void StartRound();
 
     /// Whether anybody is silent who could answer: the device did so before, or its successor does,
-    /// with its MAC address and on its adapter. Of one that never did, as behind a firewall, silence
-    /// tells nothing.
+    /// with its MAC address and on its adapter. Of one that never did, as behind a firewall,
+    /// silence tells nothing.
     bool AnySilent();
 
     /// Forgets the paths that are silent. Gives a kLost of now for each.

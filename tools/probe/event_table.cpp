@@ -68,7 +68,8 @@ void CEventTable::Print(const Event& event)
                    {TimeText(heard.time, localtime_r, "%H:%M:%S"), NameOf(event.kind)});
 
     for (std::size_t column = 0; column < row.size(); ++column)
-        widths[column] = std::max(widths[column], std::min(ColumnCount(row[column]), kWidestColumn));
+        widths[column] =
+            std::max(widths[column], std::min(ColumnCount(row[column]), kWidestColumn));
     if (!headed)
         PrintRow(headings);
     headed = true;

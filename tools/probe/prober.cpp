@@ -57,11 +57,10 @@ void CProber::Send()
     if (remaining.times == 0)
         return;
     sendTimer.expires_after(remaining.interval);
-    sendTimer.async_wait(
-        [this, self = shared_from_this()](const boost::system::error_code& error) {
-            if (!error)
-                Send();
-        });
+    sendTimer.async_wait([this, self = shared_from_this()](const boost::system::error_code& error) {
+        if (!error)
+            Send();
+    });
 }
 
 void CProber::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)

@@ -43,8 +43,8 @@ CProbers::~CProbers()
 
 void CProbers::Open()
 {
-    for (const Adapter& each : options.all ? ReadUsableAdapters()
-                                           : SelectAdapters(ReadAdapters(), options.adapterNames))
+    for (const Adapter& each :
+         options.all ? ReadUsableAdapters() : SelectAdapters(ReadAdapters(), options.adapterNames))
         Open(each);
 }
 

@@ -43,7 +43,10 @@ public:
               [this](Message::Kind kind, const Heard& heard) { OnHeard(kind, heard); },
               [this](const std::string& text) { Tell(text); }),
           rounds(
-              ioService, devices, [this] { probers.Ask({1, {}}); },
+              ioService, devices,
+              [this] {
+                  probers.Ask({1, {}});
+              },
               [this](const Event& event) { Show(event); }),
           signals(ioService),
           progressTimer(ioService)
