@@ -1,13 +1,15 @@
 #include "data.h"
 #include "message_reader.h"
+#include "words.h"
 
 #include <gtest/gtest.h>
 
+using kx::tools::Join;
 using kx::tools::Message;
 
 namespace {
 
-/// "RelatesTo ours or other's|kind|address first XAddrs mac|...", or "none".
+/// "RelatesTo ours or other's|kind|address,XAddrs,mac,types|...", or "none".
 std::string Show(const std::optional<Message>& message)
 {
     if (!message)
@@ -15,10 +17,9 @@ std::string Show(const std::optional<Message>& message)
     std::string text =
         RelatesTo(*message, "urn:uuid:0a1b2c3d-0000-4000-8000-00000000000f") ? "ours" : "other's";
     text += "|" + std::to_string(static_cast<int>(message->kind));
-    for (const auto& each : message->devices) {
-        text += "|" + each.address + " " + (each.xaddrs.empty() ? "-" : each.xaddrs[0]) + " " +
-                MacOf(each);
-    }
+    for (const auto& each : message->devices)
+        text += "|" + each.address + "," + Join(each.xaddrs) + "," + MacOf(each) + "," +
+                Join(each.types);
     return text;
 }
 
