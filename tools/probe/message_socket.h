@@ -18,9 +18,10 @@ namespace kx::tools {
 /// An adapter that cannot be used; the text names it and says why.
 class AdapterError : public std::runtime_error {
 public:
-    /// @param what  what cannot be done, "cannot ... on adapter"
+    /// @param what    what cannot be done, "cannot ... on adapter"
+    /// @param advice  what to do about it, with a semicolon in front
     AdapterError(const std::string& what, const Adapter& adapter,
-                 const boost::system::error_code& error);
+                 const boost::system::error_code& error, const std::string& advice = "");
 };
 
 /// A UDP socket on one adapter, until it is closed or the I/O service's run is over.

@@ -8,6 +8,7 @@
 #include "rounds.h"
 #include "run_tool.h"
 #include "text.h"
+#include "words.h"
 
 #include <boost/asio/signal_set.hpp>
 
@@ -118,7 +119,11 @@ int CLookup::Run()
     if (!std::cout)
         throw std::runtime_error("cannot write to standard output");
     if (!anybody && !interrupted) {
-        Complain(kProbeName, Compose("nobody answered within ", timeoutSeconds, " s"));
+        Complain(kProbeName,
+                 Compose("nobody answered within ", timeoutSeconds, " s on ",
+                         options.all ? "any adapter but loopback; --adapter lo asks there"
+                                     : Join(options.adapterNames) +
+                                           "; --all asks on all adapters but loopback"));
         return kExitNobody;
     }
     if (!options.json)
