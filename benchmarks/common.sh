@@ -1,0 +1,94 @@
+# What the benchmarks share; they source it after setting `results`, the folder of their samples.
+# shellcheck shell=bash
+
+readonly server_core=0 load_core=1
+running=()
+
+# Runs the calling script anew in a network of its own, as root of a user namespace where it is not
+# root already.
+EnterOwnNetwork()
+{
+    [[ -z ${PELORIN_OWN_NETWORK-} ]] || return 0
+    local user=()
+    [[ $(id -u) -eq 0 ]] || user=(--user --map-root-user)
+    PELORIN_OWN_NETWORK=1 exec unshare --net "${user[@]}" "$@"
+}
+
+EndAll()
+{
+    [[ ${#running[@]} -eq 0 ]] || kill "${running[@]}" 2>/dev/null || true
+    wait
+}
+
+# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: files one measured value.
+Sample()
+{
+    local IFS=,
+    echo "$*" >>"$results/samples.csv"
+}
+
+# Makes a network namespace, which lives as long as the process whose number is left in $namespace.
+MakeNamespace()
+{
+    unshare --net sleep infinity &
+    namespace=$!
+    running+=("$namespace")
+    until [[ $(readlink /proc/self/ns/net) != $(readlink "/proc/$namespace/ns/net") ]]; do
+        sleep 0.01
+    done
+}
+
+# In NAMESPACE COMMAND...
+In() { nsenter --net="/proc/$1/ns/net" "${@:2}"; }
+
+# StartServer NAMESPACE OUTPUT COMMAND...: on the servers' core; leaves its number in $server. One
+# process from the start to the server: what is measured and ended is the server itself.
+StartServer()
+{
+    nsenter --net="/proc/$1/ns/net" taskset --cpu-list "$server_core" "${@:3}" >"$2" &
+    server=$!
+    running+=("$server")
+}
+
+# AwaitLine FILE START: within a minute a line of the file begins so; prints what follows.
+AwaitLine()
+{
+    for ((tenth = 0; tenth < 600; ++tenth)); do
+        if grep -q "^$2" "$1"; then
+            sed -n "s/^$2 *//p" "$1"
+            return
+        fi
+        sleep 0.1
+    done
+    echo "$0: nothing begins with '$2' in $1" >&2
+    return 1
+}
+
+# Processor time of a process so far, in ns, by the scheduler's own accounting. The kernel counts
+# what it does for a process in softirqs as the process's own.
+CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
+
+# Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
+Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --json --to "$@"; }
+
+# ResidentMemory PROCESS: in KiB
+ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
+
+# CountCalls PROCESS FILE COMMAND...: counts the system calls of all threads of a process while the
+# command runs, as "calls name" lines.
+CountCalls()
+{
+    local process=$1 file=$2 tracer
+    shift 2
+    strace --follow-forks --summary-only --output="$file.strace" --attach="$process" 2>"$file.log" &
+    tracer=$!
+    until grep -q attached "$file.log"; do
+        kill -0 "$tracer" || return 1
+        sleep 0.1
+    done
+    sleep 0.5
+    "$@"
+    kill -INT "$tracer"
+    wait "$tracer" || true
+    awk '$1 ~ /^[0-9.]+$/ && $NF != "total" { print $4, $NF }' "$file.strace" >"$file"
+}
