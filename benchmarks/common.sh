@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 readonly server_core=0 load_core=1
-running=()
+declare -A running # by process number
 
 # Runs the calling script anew in a network of its own, as root of a user namespace where it is not
 # root already.
@@ -16,7 +16,7 @@ EnterOwnNetwork()
 
 EndAll()
 {
-    [[ ${#running[@]} -eq 0 ]] || kill "${running[@]}" 2>/dev/null || true
+    [[ ${#running[@]} -eq 0 ]] || kill "${!running[@]}" 2>/dev/null || true
     wait
 }
 
@@ -32,7 +32,7 @@ MakeNamespace()
 {
     unshare --net sleep infinity &
     namespace=$!
-    running+=("$namespace")
+    running[$namespace]=1
     until [[ $(readlink /proc/self/ns/net) != $(readlink "/proc/$namespace/ns/net") ]]; do
         sleep 0.01
     done
@@ -41,13 +41,23 @@ MakeNamespace()
 # In NAMESPACE COMMAND...
 In() { nsenter --net="/proc/$1/ns/net" "${@:2}"; }
 
+# AwaitAdapters COUNT: until so many cables of the namespace are known to carry, which the kernel
+# finds out somewhat later.
+AwaitAdapters()
+{
+    until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
+        sleep 0.05
+    done
+}
+
 # StartServer NAMESPACE OUTPUT COMMAND...: on the servers' core; leaves its number in $server. One
 # process from the start to the server: what is measured and ended is the server itself.
 StartServer()
 {
+    : >"$2" # at once, for those who look into it
     nsenter --net="/proc/$1/ns/net" taskset --cpu-list "$server_core" "${@:3}" >"$2" &
     server=$!
-    running+=("$server")
+    running[$server]=1
 }
 
 # AwaitLine FILE START: within a minute a line of the file begins so; prints what follows.

@@ -10,11 +10,10 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <future>
 #include <iostream>
-#include <stdexcept>
 #include <string_view>
 #include <thread>
 
@@ -41,6 +40,13 @@ void TakeRecord(const kx::HostRequest* request, kx::HostReply* /*reply*/)
         ++stops;
     if (record.find("Sending Hello") != std::string_view::npos && --missingHellos == 0)
         lastHello.set_value(steady_clock::now());
+}
+
+/// At once, without an orderly end: the plug-in may hold the threads lent to it.
+[[noreturn]] void Fail(const char* text)
+{
+    std::cerr << kx::Compose("plugin_host: ", text, "\n");
+    std::_Exit(1);
 }
 
 double Milliseconds(steady_clock::duration time)
@@ -99,7 +105,7 @@ void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& a
     Send(plugin, document);
     auto hello = lastHello.get_future();
     if (hello.wait_for(60s) != std::future_status::ready)
-        throw std::runtime_error("no Hello from every adapter within a minute");
+        Fail("no Hello from every adapter within a minute");
     std::cout << kx::Compose("started ", Milliseconds(hello.get() - sent), "\n") << std::flush;
 
     int signal = 0;
@@ -127,9 +133,7 @@ int main()
         Live(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()), kx::tools::ReadUsableAdapters(),
              end);
     } catch (const std::exception& error) {
-        // At once: the plug-in's run holds the thread lent to it.
-        std::cerr << kx::Compose("plugin_host: ", error.what(), "\n");
-        std::_Exit(1);
+        Fail(error.what());
     }
     return 0;
 }
