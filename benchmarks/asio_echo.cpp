@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdio>
+#include <exception>
 
 using boost::asio::ip::udp;
 using boost::system::error_code;
@@ -54,11 +55,15 @@ private:
 
 int main()
 {
-    boost::asio::io_context ioService;
-    const CEcho echo(ioService);
-    std::puts("ready");
-    std::fflush(stdout);
-    ioService.run();
-    std::fputs("asio_echo: a call failed\n", stderr);
+    try {
+        boost::asio::io_context ioService;
+        const CEcho echo(ioService);
+        std::puts("ready");
+        std::fflush(stdout);
+        ioService.run();
+        std::fputs("asio_echo: a call failed\n", stderr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "asio_echo: %s\n", error.what());
+    }
     return 1;
 }

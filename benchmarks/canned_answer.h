@@ -4,7 +4,6 @@
 #include "uris.h"
 #include "uuid.h"
 
-#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -40,7 +39,7 @@ public:
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');
         const std::size_t from = probe.find(kStart);
         if (from != std::string_view::npos && from + size <= probe.size())
-            std::copy_n(probe.begin() + from, size, text.begin() + identifierAt);
+            text.replace(identifierAt, size, probe.substr(from, size));
         return text;
     }
 

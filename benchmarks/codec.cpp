@@ -64,7 +64,7 @@ std::string Adapters(std::int64_t count)
 void Read(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::string messageId;
         std::string types;
         std::string action;
@@ -76,7 +76,7 @@ void Read(benchmark::State& state, const std::string& datagram)
 void BuildHello(benchmark::State& state)
 {
     const auto description = kx::benchmarks::MakeDescription();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::string hello;
         BuildAnnouncement(description, kx::kAnnounceHello, hello);
         benchmark::DoNotOptimize(hello);
@@ -87,7 +87,7 @@ void BuildProbeMatches(benchmark::State& state)
 {
     const CDiscoverySoap soap = MakeSoap();
     const auto description = kx::benchmarks::MakeDescription();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::string answer;
         soap.ProbeMatches("urn:uuid:01234567-89ab-cdef-0123-456789abcdef", description, answer);
         benchmark::DoNotOptimize(answer);
@@ -96,7 +96,7 @@ void BuildProbeMatches(benchmark::State& state)
 
 void MakeIdentifier(benchmark::State& state)
 {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::string identifier;
         kx::NewUuidString(identifier);
         benchmark::DoNotOptimize(identifier);
@@ -106,7 +106,7 @@ void MakeIdentifier(benchmark::State& state)
 void SendLogRecord(benchmark::State& state)
 {
     kx::SetHostCallback([](const kx::HostRequest*, kx::HostReply*) {});
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         kx::log::Report(&kx::log::g_coreLog, kx::log::kLogInfo, "Send ProbeMatch to ",
                         "10.7.0.2:45678");
     }
@@ -116,7 +116,7 @@ void ReadServerDocument(benchmark::State& state)
 {
     const std::string document = Adapters(state.range(0));
     kx::PluginContext context;
-    for (auto _ : state)
+    while (state.KeepRunning())
         ApplyServerDocument(context, document.data(), static_cast<std::int32_t>(document.size()));
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }

@@ -1,5 +1,6 @@
-# What the benchmarks share; they source it after setting `results`, the folder of their samples.
-# shellcheck shell=bash
+# What the benchmarks share. They set `build`, the folder of the programs, and `results`, that of the
+# samples.
+# shellcheck shell=bash disable=SC2154
 
 readonly server_core=0 load_core=1
 declare -A running # by process number
