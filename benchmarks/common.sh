@@ -75,8 +75,8 @@ AwaitLine()
     return 1
 }
 
-# Processor time of a process so far, in ns, by the scheduler's own accounting. The kernel counts
-# what it does for a process in softirqs as the process's own.
+# Processor time of all threads of a process so far, in ns, by the scheduler's own accounting: utime
+# and stime come in steps of a clock tick.
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
