@@ -31,10 +31,14 @@ Sample()
 # Makes a network namespace, which lives as long as the process whose number is left in $namespace.
 MakeNamespace()
 {
+    local own there
+    own=$(readlink /proc/self/ns/net)
     unshare --net sleep infinity &
     namespace=$!
     running[$namespace]=1
-    until [[ $(readlink /proc/self/ns/net) != $(readlink "/proc/$namespace/ns/net") ]]; do
+    # Now and then it cannot be read for a moment.
+    until there=$(readlink "/proc/$namespace/ns/net") && [[ $there != "$own" ]]; do
+        kill -0 "$namespace"
         sleep 0.01
     done
 }
