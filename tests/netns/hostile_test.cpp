@@ -100,6 +100,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         {"ip saddr set 192.0.2.1", 1, 0, 0},
         {"counter", 300, 15, 60},
         {"ip saddr set 10.7.0.9", 1, 1, 1},
+        {"ip saddr set numgen inc mod 200 offset 168230922", 300, 50, 140},
     };
     for (const auto& each : cases) {
         network.AsProber([&] {
