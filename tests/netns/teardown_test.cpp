@@ -122,7 +122,7 @@ double Teardown::Round(const std::string& hold)
     EXPECT_EQ(host.Times("Sending Bye").size() + host.Times("Retrying on").size(),
               host.Times("Stopping all socket").size())
         << "not one Bye for each endpoint";
-    return (taken - steady_clock::duration(inCallback)) / 1.0s;
+    return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
 // At any moment and whatever the host's callback does: IOCTL code 1 returns as soon as the callback
@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
     Moments, Teardown,
     testing::Values(Moment{"RunBegins", {}, nullptr, 1, 1ms, 24},
                     Moment{"Starting", Lines(8, kCam0), "Restarting", 8, 2ms, 12},
-                    Moment{"Answering", {kCam0, kCam0, kCam1}, "Probe urn", 20, 2ms, 12},
+                    Moment{"Answering", {kCam0}, "Probe urn", 20, 2ms, 12},
                     Moment{"Documents", Lines(8, kCam0), "all socket", 30, 2ms, 12, 3},
                     Moment{"BackingOff", Lines(8, kMissing), "Retrying on", 8, 9ms, 12},
                     Moment{"BackOffEnds", {kMissing, kMissing}, "Restarting", 4, 5ms, 5},
