@@ -2,10 +2,21 @@
 include(GNUInstallDirs)
 
 install(TARGETS pelorin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pelorin)
-install(FILES README.md package/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
-# In a folder of their own as here, so that README.md's links to them hold.
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL
-  FILES_MATCHING PATTERN "*.md")
+install(FILES package/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# The documents, and the few sources that they link to, lie as here, so that all links hold.
+file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS *.md docs/*.md)
+set(documentation ${documents})
+foreach(document IN LISTS documents)
+  file(READ ${document} text)
+  string(REGEX MATCHALL "\\(\\.\\./[^)#]+" links "${text}")
+  list(TRANSFORM links REPLACE "^\\(\\.\\./" "")
+  list(APPEND documentation ${links})
+endforeach()
+list(REMOVE_DUPLICATES documentation)
+foreach(document IN LISTS documentation)
+  get_filename_component(folder ${document} DIRECTORY)
+  install(FILES ${document} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder})
+endforeach()
 
 # pelorin_compress(FILE INPUT): makes INPUT.gz, named FILE.gz, in the build folder.
 function(pelorin_compress name input)

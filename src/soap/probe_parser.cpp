@@ -16,6 +16,7 @@ namespace kx {
 namespace {
 
 constexpr char kNamespaceDeclaration[] = "xmlns:";
+constexpr char kProbeName[] = "Probe";
 
 bool StartsWith(const char* text, const char* start)
 {
@@ -73,12 +74,12 @@ bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typ
 bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
 {
     const std::string_view text(data, length);
-    // A reference such as &#78; may stand for any letter of a name. But for references, an
-    // element's text stands in the datagram as it is read from it.
-    return text.find('&') != std::string_view::npos ||
-           std::any_of(types.begin(), types.end(), [text](const std::string& type) {
-               return text.find(type) != std::string_view::npos;
-           });
+    const auto has = [text](std::string_view part) {
+        return text.find(part) != std::string_view::npos;
+    };
+    // An element's name stands in the datagram as it is read from it, and so does its text, but for
+    // references: &#78; may be any letter of a type.
+    return has(kProbeName) && (has("&") || std::any_of(types.begin(), types.end(), has));
 }
 
 // Deliberate, all of it: scopes and reply-to are not read, only types decide; a Probe without types
@@ -104,11 +105,11 @@ std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
     NamespacePrefixFor(envelope, kVendorFragment, vendor);
 
     const XMLElement* header = Child(envelope, soap + "Header");
-    if (!ReadText(Child(header, addressing + "Action"), action) || !EndsWith(action, "Probe"))
+    if (!ReadText(Child(header, addressing + "Action"), action) || !EndsWith(action, kProbeName))
         return 0;
     if (!ReadText(Child(header, addressing + "MessageID"), messageId))
         return 0;
-    const XMLElement* probe = Child(Child(envelope, soap + "Body"), discovery + "Probe");
+    const XMLElement* probe = Child(Child(envelope, soap + "Body"), discovery + kProbeName);
     if (!ReadText(Child(probe, discovery + "Types"), typesText))
         return 0;
     return AnyTypeListed(types, typesText, vendor) ? 1 : 0;

@@ -1,63 +1,10 @@
-#include "fake_host.h"
-#include "network.h"
-
-#include <gtest/gtest.h>
+#include "discovery.h"
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <memory>
 #include <regex>
 
-using namespace std::chrono_literals;
-using std::chrono::steady_clock;
-using Lines = std::vector<std::string>;
-
 namespace {
-
-const std::string kCam0 = "10.7.0.1 cam0 02:00:00:00:07:01";
-const std::string kCam1 = "10.8.0.1 cam1 02:00:00:00:08:01";
-
-/// A recorder on the network of the test, with a host of its own, and a prober beside it.
-class Discovery : public testing::Test {
-protected:
-    Discovery()
-    {
-        host.Load();
-        host.Run();
-        network.AsProber([this] {
-            group = std::make_unique<Socket>("eye0", "10.7.0.2", 3702);
-            group1 = std::make_unique<Socket>("eye1", "10.8.0.2", 3702);
-            prober = std::make_unique<Socket>("eye0", "10.7.0.2", 0);
-            prober1 = std::make_unique<Socket>("eye1", "10.8.0.2", 0);
-        });
-    }
-
-    void Send(const Lines& adapters, const std::string& port = "22609") const
-    {
-        host.Send(ServerDocument(adapters, port));
-    }
-
-    /// The log of what was started, without that of the messages.
-    Lines LogOf(const std::string& address) const
-    {
-        Lines lines;
-        for (const std::string& each : host.Log()) {
-            if (each.find(address) != std::string::npos)
-                lines.push_back(each);
-        }
-        return lines;
-    }
-
-    std::size_t Count(const std::string& text) const { return host.Times(text).size(); }
-
-    Network network;
-    FakeHost host;
-    std::unique_ptr<Socket> group;
-    std::unique_ptr<Socket> group1;
-    std::unique_ptr<Socket> prober;
-    std::unique_ptr<Socket> prober1;
-};
 
 std::string Text(const std::string& message, const std::string& element)
 {
@@ -66,16 +13,9 @@ std::string Text(const std::string& message, const std::string& element)
     return match[1];
 }
 
-std::size_t OpenDescriptors()
-{
-    using std::filesystem::directory_iterator;
-    return static_cast<std::size_t>(
-        std::distance(directory_iterator("/proc/self/fd"), directory_iterator()));
-}
-
 TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
 {
-    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t descriptors = Entries("/proc/self/fd");
     Send({"0.0.0.0 cam9 m", kCam0, kCam1}, "80");
     const auto hello = group->Receive(2s);
     const auto hello1 = group1->Receive(2s);
@@ -128,7 +68,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
     EXPECT_EQ(Count("Sending Hello to 239.255.255.250:3702"), 2U);
     EXPECT_EQ(Count("Sending Bye to 239.255.255.250:3702"), 2U);
     EXPECT_EQ(Count("level=\"50\"") + Count("level=\"75\""), 0U);
-    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
 
     host.Call("Unload");
     host.Load();
@@ -263,17 +203,6 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
     EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
 }
 
-TEST_F(Discovery, StopDuringBackOffIsPromptAndRestartsNothing)
-{
-    Send({"10.9.0.1 cam9 m"});
-    ASSERT_TRUE(host.WaitFor("Retrying on interface"));
-    const auto start = steady_clock::now();
-    host.Stop();
-    EXPECT_LT(steady_clock::now() - start, 400ms);
-    EXPECT_EQ(Count("Restarting"), 1U);
-    EXPECT_EQ(Count("Sending Bye"), 1U);
-}
-
 // The host holds the I/O thread inside a record for longer than a stop waits for it.
 TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
 {
@@ -330,56 +259,6 @@ TEST_F(Discovery, StopWhileTheByeIsBlockedIsBounded)
     EXPECT_GT(taken, 400ms) << "the Bye was not blocked";
     EXPECT_LT(taken, 900ms);
     EXPECT_EQ(Count("Sending Bye"), 2U);
-}
-
-// Documents from several threads, Probes and garbage from several sockets, then a stop in the
-// midst of it, again and again: no race, no hang, nothing left behind.
-TEST_F(Discovery, StormLeavesNothingBehind)
-{
-    const Lines sets[] = {{kCam0, kCam1}, {kCam1}, {kCam1, "10.9.0.1 cam9 m", kCam0}, {}, {kCam0}};
-    host.Stop();
-    host.Call("Unload");
-    const std::size_t descriptors = OpenDescriptors();
-    for (int round = 0; round < 3; ++round) {
-        host.Load();
-        host.Run();
-        std::atomic<bool> over{false};
-        std::vector<std::thread> threads;
-        for (int sender = 0; sender < 3; ++sender) {
-            threads.emplace_back([&, sender] {
-                for (int count = 0; count < 100; ++count) {
-                    Send(sets[(count + sender) % 5], std::to_string(80 + sender));
-                    std::this_thread::sleep_for(std::chrono::milliseconds(count % 13));
-                }
-            });
-        }
-        for (Socket* socket : {prober.get(), prober1.get()}) {
-            threads.emplace_back([&over, socket] {
-                for (int count = 0; count < 20000 && !over; ++count) {
-                    socket->Send(count % 5 ? Probe("urn:uuid:1") : std::string(4096, '<'));
-                    std::this_thread::sleep_for(100us);
-                }
-            });
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(700 + 97 * round));
-        const auto start = steady_clock::now();
-        host.Stop();
-        EXPECT_LT(steady_clock::now() - start, 5s);
-        over = true;
-        for (std::thread& each : threads)
-            each.join();
-        host.Call("Unload");
-        EXPECT_EQ(OpenDescriptors(), descriptors);
-    }
-    EXPECT_GT(Count("Send ProbeMatch"), 0U);
-    host.Load();
-    host.Run();
-    Send({kCam0});
-    EXPECT_TRUE(host.WaitFor("Sending Hello"));
-    while (prober->Receive(100ms)) {
-    }
-    prober->Send(Probe("urn:uuid:last"));
-    EXPECT_TRUE(prober->Receive(2s));
 }
 
 } // namespace

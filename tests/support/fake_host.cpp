@@ -85,6 +85,11 @@ void FakeHost::Run()
         Send(ServerDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
+    Forget();
+}
+
+void FakeHost::Forget()
+{
     const std::lock_guard<std::mutex> lock(mutex);
     calls.clear();
 }

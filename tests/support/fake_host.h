@@ -66,6 +66,8 @@ public:
     void Stop();
 
     std::vector<HostCall> Calls() const;
+    /// Drops the calls that were kept.
+    void Forget();
     /// The log records, as "level text".
     std::vector<std::string> Log() const;
     /// The moments of the records that hold the text.

@@ -7,6 +7,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/multicast.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -119,7 +120,8 @@ void Socket::Send(const std::string& text, const std::string& address)
 std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
     pollfd readable{socket.native_handle(), POLLIN, 0};
-    if (poll(&readable, 1, static_cast<int>(bound.count())) <= 0)
+    // Less than zero, as a bound that has just passed may be, would mean for ever.
+    if (poll(&readable, 1, std::max(0, static_cast<int>(bound.count()))) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');
     udp::endpoint source;

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <regex>
 
 using namespace std::string_literals;
@@ -109,15 +108,19 @@ TEST_P(ParseProbe, DecidesAndHandsBackWhatItGotTo)
     EXPECT_TRUE(result == 0 || soap.MayMatch(data.data(), data.size()));
 }
 
-TEST(MayMatch, PassesOverWhatHasNeitherATypeNorAReference)
+TEST(MayMatch, PassesOverWhatIsNoProbeOrNamesNoType)
 {
     kx::CDiscoverySoap soap;
     soap.types = {"NetworkVideoRecorder"};
-    const std::string foreign = "<Types>dn:NetworkVideoTransmitter NetworkVideoRecorder</Types>";
-    EXPECT_TRUE(soap.MayMatch(foreign.data(), foreign.size()));
-    EXPECT_FALSE(soap.MayMatch(foreign.data(), foreign.size() - std::strlen("r</Types>")));
-    EXPECT_TRUE(soap.MayMatch("&", 1));
-    EXPECT_FALSE(soap.MayMatch("", 0));
+    const auto mayMatch = [&](const std::string& text) {
+        const std::vector<char> data(text.begin(), text.end());
+        return soap.MayMatch(data.data(), data.size());
+    };
+    EXPECT_TRUE(mayMatch("<d:Probe><d:Types>NetworkVideoRecorder"));
+    EXPECT_TRUE(mayMatch("<d:Probe><d:Types>&#78;"));
+    EXPECT_FALSE(mayMatch("<d:Probe><d:Types>dn:NetworkVideoTransmitter NetworkVideoRecorde"));
+    EXPECT_FALSE(mayMatch("<d:Hello>&amp;<d:Types>NetworkVideoRecorder"));
+    EXPECT_FALSE(mayMatch(""));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ParseProbe, testing::ValuesIn(ReadCases("probes.txt")),

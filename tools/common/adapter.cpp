@@ -120,7 +120,7 @@ std::vector<Adapter> ReadUsableAdapters()
     Drop(adapters, [](const Adapter& each) { return each.ipAddress.empty(); });
     if (adapters.empty()) {
         throw std::runtime_error(
-            "no adapter but loopback has an IPv4 address; name loopback with --adapter lo");
+            "no adapter but loopback has an IPv4 address; --adapter lo takes loopback");
     }
     return adapters;
 }
@@ -145,7 +145,7 @@ std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
         if (found == adapters.end() || found->ipAddress.empty()) {
             throw std::runtime_error(Compose(
                 found == adapters.end() ? "there is no adapter " : "no IPv4 address on adapter ",
-                name, "; name another with --adapter: ", ListAdapters(adapters)));
+                name, "; --adapter takes one of: ", ListAdapters(adapters)));
         }
     }
     return FindAdapters(adapters, names);

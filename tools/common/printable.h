@@ -3,39 +3,23 @@
 #include "text.h"
 
 #include <chrono>
-#include <cstdio>
+#include <cstddef>
 #include <ctime>
 #include <iomanip>
 #include <string>
 
 namespace kx::tools {
 
-/// Makes a text from elsewhere fit for one line of a terminal: bytes of control characters, those
-/// that UTF-8 writes as C2 80 to C2 9F included, become "\xhh". Much of what is printed came over
-/// the network, where anybody may have sent it.
+/// Makes a text from elsewhere fit for one line of a terminal: all that fills no column of its own
+/// becomes "\xhh" for each of its bytes, as control characters, marks that turn the direction of
+/// writing, and what is no UTF-8. Much of what is printed came over the network, where anybody may
+/// have sent it.
 ///
 /// Threads: any.
-inline std::string Printable(const std::string& text)
-{
-    const auto codeAt = [&](std::size_t index) {
-        return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-    };
-    const auto isC1 = [&](std::size_t index) {
-        return codeAt(index) == 0xc2 && codeAt(index + 1) >= 0x80 && codeAt(index + 1) < 0xa0;
-    };
-    std::string printable;
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const unsigned code = codeAt(index);
-        if (code >= 0x20 && code != 0x7f && !isC1(index) && !(index > 0 && isC1(index - 1))) {
-            printable += text[index];
-            continue;
-        }
-        char escaped[sizeof("\\xhh")];
-        std::snprintf(escaped, sizeof(escaped), "\\x%02x", code);
-        printable += escaped;
-    }
-    return printable;
-}
+std::string Printable(const std::string& text);
+
+/// How many columns of a terminal a text fills that Printable made. Threads: any.
+std::size_t ColumnCount(const std::string& printable);
 
 /// A time to the millisecond.
 ///

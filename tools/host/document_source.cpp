@@ -78,7 +78,8 @@ std::string ReadAll(const std::string& name)
         return {std::istreambuf_iterator<char>(input), {}};
     } catch (const std::system_error& error) {
         throw std::runtime_error(Compose("cannot read the document ", name, ": ",
-                                         error.code().message(), "; name another with --document"));
+                                         error.code().message(),
+                                         "; --document takes a file, or - for standard input"));
     }
 }
 
@@ -137,7 +138,7 @@ std::optional<ServerDocument> CAdapterSource::Next()
     if (text == handedOverText)
         return std::nullopt;
     handedOverText = text;
-    return ServerDocument{std::move(text), Summary(port, next), !gone.empty()};
+    return ServerDocument{std::move(text), Summary(port, next), !gone.empty(), false};
 }
 
 CFileSource::CFileSource(std::string file) : name(std::move(file)) {}
@@ -156,7 +157,7 @@ std::optional<ServerDocument> CFileSource::Next()
 {
     if (!unsent)
         return std::nullopt;
-    ServerDocument next{std::move(*unsent), "", false};
+    ServerDocument next{std::move(*unsent), "", false, true};
     unsent.reset();
     next.summary =
         Compose(name == kStandardInput ? "standard input" : name, ", ", next.text.size(), " bytes");

@@ -18,6 +18,7 @@ struct ServerDocument {
     /// this one: of several that reach it at once the plug-in compares but the last with what it
     /// has, and an adapter that went and came back would look as if nothing had happened.
     bool takesAway;
+    bool usersOwn; ///< it may be no good, which nothing but the plug-in's silence tells
 };
 
 /// Where the documents for the plug-in come from.

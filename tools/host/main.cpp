@@ -3,6 +3,7 @@
 #include "plugin_library.h"
 #include "run_plugin.h"
 #include "run_tool.h"
+#include "text.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <unistd.h>
+#include <vector>
 
 namespace kx::tools {
 namespace {
@@ -82,11 +84,23 @@ LogForm ChooseLogForm(bool json)
     return isatty(STDOUT_FILENO) && !(noColor && *noColor) ? LogForm::kColored : LogForm::kPlain;
 }
 
+/// A name may be that of an adapter to come, or a mistake.
+void SayWhatIsMissing(const std::vector<std::string>& names)
+{
+    const std::vector<Adapter> adapters = ReadAdapters();
+    for (const std::string& name : names) {
+        if (FindAdapters(adapters, {name}).empty())
+            Say(Compose("There is no adapter ", name, " yet: waiting for it"));
+    }
+}
+
 int Host(const HostOptions& options)
 {
     SetLogForm(ChooseLogForm(options.json));
     const std::unique_ptr<IDocumentSource> source = MakeSource(options);
     source->Read();
+    if (options.follow && !options.all)
+        SayWhatIsMissing(options.adapterNames);
     std::optional<std::chrono::steady_clock::duration> limit;
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);

@@ -27,6 +27,8 @@ constexpr std::chrono::seconds kRepeatInterval{2};
 /// How long the plug-in may take to act on a document. It need not act at all: what brings nothing
 /// new is passed over in silence.
 constexpr std::chrono::seconds kActBound{1};
+constexpr char kNotActedText[] =
+    "The plug-in did not act on this: it brings nothing new, or the plug-in cannot read it";
 
 /// Hands documents to the plug-in, each several times.
 ///
@@ -59,7 +61,10 @@ public:
             return;
         // Looked at before the sending, so it is sent once more after the plug-in acted: that may
         // have been on the document before.
-        settled = settled || StopRecordCount() != stopsBefore || now >= actBy;
+        const bool acted = StopRecordCount() != stopsBefore;
+        if (document.usersOwn && !settled && !acted && now >= actBy)
+            Say(kNotActedText);
+        settled = settled || acted || now >= actBy;
         sentAt = now;
         Send();
     }
@@ -97,14 +102,14 @@ bool Ended(const std::future<void>& run, milliseconds wait)
     return run.wait_for(wait) == std::future_status::ready;
 }
 
-/// Lets the source read; what is in its way is said, and the plug-in keeps what it has.
+/// Lets the source read. What is in its way is said, and what is handed over stays.
 template <class Read>
 void Attempt(const Read& read)
 {
     try {
         read();
     } catch (const std::exception& error) {
-        Say(error.what());
+        Say(Compose("Nothing new is handed over: ", error.what()));
     }
 }
 

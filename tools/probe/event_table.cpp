@@ -68,7 +68,8 @@ void CEventTable::Print(const Event& event)
                    {TimeText(heard.time, localtime_r, "%H:%M:%S"), NameOf(event.kind)});
 
     for (std::size_t column = 0; column < row.size(); ++column)
-        widths[column] = std::max(widths[column], std::min(row[column].size(), kWidestColumn));
+        widths[column] =
+            std::max(widths[column], std::min(ColumnCount(row[column]), kWidestColumn));
     if (!headed)
         PrintRow(headings);
     headed = true;
@@ -83,9 +84,10 @@ void CEventTable::Print(const Event& event)
 
 void CEventTable::PrintRow(const std::vector<std::string>& row)
 {
-    out << std::left;
-    for (std::size_t column = 0; column + 1 < row.size(); ++column)
-        out << std::setw(static_cast<int>(widths[column])) << row[column] << "  ";
+    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
+        const std::size_t filled = std::min(ColumnCount(row[column]), widths[column]);
+        out << row[column] << std::string(widths[column] - filled, ' ') << "  ";
+    }
     out << row.back() << '\n';
 }
 

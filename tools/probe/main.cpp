@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kDescription[] =
     "Asks recorders on the network to answer and lists those that do, as they do. An indented\n"
-    "address is that of a recorder that is listed by another adapter or source as well.\n"
+    "address is that of a recorder that is listed by another adapter, source or XAddrs as well.\n"
     "Exit status: 0 when somebody was heard or a signal ended --watch, 1 when nobody was, 2 on\n"
     "misuse or when no adapter can be used.";
 
@@ -49,8 +49,10 @@ void AddOptions(CLI::App& app, ProbeOptions& options)
         ->check(CLI::Range(1, kMostTimes).description(""))
         ->type_name("N")
         ->capture_default_str();
-    app.add_flag("--watch", options.watch,
-                 "Keep listening until SIGINT or SIGTERM, and show who appears, changes and goes");
+    app.add_flag(
+        "--watch", options.watch,
+        "Keep listening until SIGINT or SIGTERM, show who appears, changes and goes, and ask "
+        "again who is still there");
     app.add_flag("--json", options.json, "Print JSON, one object a line");
 }
 

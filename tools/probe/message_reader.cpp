@@ -59,7 +59,7 @@ std::optional<Message> ReadMessage(const char* data, std::size_t length)
     }
     const bool nameless = std::any_of(message.devices.begin(), message.devices.end(),
                                       [](const Device& each) { return each.address.empty(); });
-    return nameless ? std::nullopt : std::optional<Message>(message);
+    return nameless || message.devices.empty() ? std::nullopt : std::optional<Message>(message);
 }
 
 bool RelatesTo(const Message& answer, const std::string& identifier)

@@ -15,15 +15,15 @@ struct Message {
     enum class Kind { kProbeMatches, kHello, kBye };
     Kind kind;
     std::string relatesTo;       ///< text of wsa:RelatesTo; never empty in an answer
-    std::vector<Device> devices; ///< one in an announcement
+    std::vector<Device> devices; ///< one in an announcement, one or more in an answer
 };
 
 /// Reads such a message.
 ///
 /// @param data    received bytes; a terminating NUL is not needed
 /// @param length  bytes in `data`; nothing behind them is read
-/// @return nothing when the bytes are no such message, or an answer without RelatesTo, or when a
-///         device in it has no address
+/// @return nothing when the bytes are no such message, or an answer without RelatesTo or without a
+///         device, or when a device in it has no address
 ///
 /// Threads: any.
 std::optional<Message> ReadMessage(const char* data, std::size_t length);

@@ -27,6 +27,7 @@ constexpr int kMulticastTtl = 32;
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe on adapter";
+constexpr char kSendAdvice[] = "; see that it is up and that a firewall lets UDP port 3702 out";
 constexpr char kCannotListen[] = "cannot listen for announcements on adapter";
 
 udp::endpoint GroupEndpoint()
@@ -36,9 +37,10 @@ udp::endpoint GroupEndpoint()
 
 } // namespace
 
-AdapterError::AdapterError(const std::string& what, const Adapter& adapter, const error_code& error)
+AdapterError::AdapterError(const std::string& what, const Adapter& adapter, const error_code& error,
+                           const std::string& advice)
     : std::runtime_error(
-          Compose(what, " ", adapter.name, " (", adapter.ipAddress, "): ", error.message()))
+          Compose(what, " ", adapter.name, " (", adapter.ipAddress, "): ", error.message(), advice))
 {
 }
 
@@ -90,22 +92,33 @@ void CMessageSocket::SendToGroup(const std::string& text)
     error_code error;
     socket.send_to(boost::asio::buffer(text), GroupEndpoint(), 0, error);
     if (error)
-        throw AdapterError(kCannotProbe, adapter, error);
+        throw AdapterError(kCannotProbe, adapter, error, kSendAdvice);
 }
 
-void CMessageSocket::StartReceive()
+void CMessageSocket::StartReceive(std::shared_ptr<void> owner)
 {
     socket.async_receive_from(
         boost::asio::buffer(buffer), source,
-        [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
+        [this, kept = std::move(owner)](const error_code& error, std::size_t length) {
+            OnReceive(error, length, kept);
+        });
 }
 
-void CMessageSocket::OnReceive(const error_code& error, std::size_t length)
+void CMessageSocket::Close()
 {
+    error_code ignored;
+    socket.close(ignored);
+}
+
+void CMessageSocket::OnReceive(const error_code& error, std::size_t length,
+                               std::shared_ptr<void> owner)
+{
+    if (!socket.is_open()) // closed while this was on its way
+        return;
     if (error)
         throw AdapterError("cannot receive on adapter", adapter, error);
     onMessage(ReadMessage(buffer.data(), length), source);
-    StartReceive();
+    StartReceive(std::move(owner));
 }
 
 } // namespace kx::tools

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -17,15 +18,15 @@ namespace kx::tools {
 /// An adapter that cannot be used; the text names it and says why.
 class AdapterError : public std::runtime_error {
 public:
-    /// @param what  what cannot be done, "cannot ... on adapter"
+    /// @param what    what cannot be done, "cannot ... on adapter"
+    /// @param advice  what to do about it, with a semicolon in front
     AdapterError(const std::string& what, const Adapter& adapter,
-                 const boost::system::error_code& error);
+                 const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// A UDP socket on one adapter, for as long as the I/O service runs.
+/// A UDP socket on one adapter, until it is closed or the I/O service's run is over.
 ///
-/// Must stay where it is and, once receiving, outlive the service's run. Threads: the one that runs
-/// the service.
+/// Threads: the one that runs the service.
 class CMessageSocket {
 public:
     /// Called for each datagram; with no message when it is none that ReadMessage reads.
@@ -55,10 +56,16 @@ public:
 
     /// Receives from here on. Errors: AdapterError from the service's run, which may be run again;
     /// nothing more is received then.
-    void StartReceive();
+    ///
+    /// @param owner  what this socket is part of; kept alive while the socket waits
+    void StartReceive(std::shared_ptr<void> owner);
+
+    /// Receives no more.
+    void Close();
 
 private:
-    void OnReceive(const boost::system::error_code& error, std::size_t length);
+    void OnReceive(const boost::system::error_code& error, std::size_t length,
+                   std::shared_ptr<void> owner);
 
     const Adapter adapter;
     const OnMessage onMessage;

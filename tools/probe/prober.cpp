@@ -24,25 +24,43 @@ CProber::CProber(boost::asio::io_context& ioService, const Adapter& adapter, boo
         group.OpenForGroup();
 }
 
-void CProber::Start(const ProbeMessage& message, const ProbeSchedule& schedule)
+void CProber::Start()
+{
+    probing.StartReceive(shared_from_this());
+    if (watching)
+        group.StartReceive(shared_from_this());
+}
+
+void CProber::Ask(const ProbeMessage& message, const ProbeSchedule& schedule)
 {
     probe = message;
     remaining = schedule;
     Send();
-    probing.StartReceive();
-    if (watching)
-        group.StartReceive();
+}
+
+void CProber::Close()
+{
+    probing.Close();
+    group.Close();
+    remaining.times = 0;
+    sendTimer.cancel();
 }
 
 void CProber::Send()
 {
+    // A wait that was over before another Ask or Close comes here all the same.
+    if (remaining.times == 0)
+        return;
+    --remaining.times;
     sentAt = steady_clock::now();
     probing.SendToGroup(probe.text);
-    if (--remaining.times == 0)
+    if (remaining.times == 0)
         return;
     sendTimer.expires_after(remaining.interval);
-    // Nobody cancels the wait: it ends by its time.
-    sendTimer.async_wait([this](const boost::system::error_code& /*error*/) { Send(); });
+    sendTimer.async_wait([this, self = shared_from_this()](const boost::system::error_code& error) {
+        if (!error)
+            Send();
+    });
 }
 
 void CProber::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)

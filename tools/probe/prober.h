@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 
 namespace kx::tools {
 
@@ -21,9 +22,9 @@ struct ProbeSchedule {
 /// Looks for devices on one adapter: sends a Probe to the discovery group and takes in what comes
 /// back to its socket; when watching, what devices announce to the group as well.
 ///
-/// Must stay where it is and, once started, outlive the service's run. Threads: the one that runs
-/// the service.
-class CProber {
+/// Made by std::make_shared: what it waits for keeps it alive, so it may be closed and dropped
+/// while the service runs. Threads: the one that runs the service.
+class CProber : public std::enable_shared_from_this<CProber> {
 public:
     /// Called for every device in every answer to our Probe and, when watching, in every
     /// announcement; those that come again included.
@@ -35,11 +36,18 @@ public:
     CProber(const CProber&) = delete;
     CProber& operator=(const CProber&) = delete;
 
-    /// Sends the Probe for the first time and starts receiving.
+    /// Starts receiving.
+    void Start();
+
+    /// Sends a Probe, in place of one that is still to be sent again. Answers to the former no
+    /// longer count.
     ///
     /// Errors: AdapterError; nothing is left pending then. It also comes from the service's run,
     /// which may be run again, when the Probe cannot be sent again.
-    void Start(const ProbeMessage& probe, const ProbeSchedule& schedule);
+    void Ask(const ProbeMessage& probe, const ProbeSchedule& schedule);
+
+    /// Ends it: nothing is heard any more.
+    void Close();
 
     /// Datagrams so far that were no well-formed answer.
     int malformed = 0;

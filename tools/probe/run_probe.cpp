@@ -3,10 +3,12 @@
 #include "event_json.h"
 #include "event_table.h"
 #include "namespaces.h"
-#include "prober.h"
+#include "probers.h"
 #include "progress.h"
+#include "rounds.h"
 #include "run_tool.h"
 #include "text.h"
+#include "words.h"
 
 #include <boost/asio/signal_set.hpp>
 
@@ -14,10 +16,8 @@
 #include <csignal>
 #include <iomanip>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
 #include <unistd.h>
-#include <utility>
 
 using boost::system::error_code;
 using std::chrono::steady_clock;
@@ -30,19 +30,25 @@ constexpr int kExitNobody = 1;
 constexpr std::chrono::milliseconds kLongestProbeInterval{250};
 constexpr std::chrono::milliseconds kProgressInterval{100};
 
-std::vector<Adapter> ChooseAdapters(const ProbeOptions& options)
-{
-    return options.all ? ReadUsableAdapters()
-                       : SelectAdapters(ReadAdapters(), options.adapterNames);
-}
-
 /// One run of the tool: probers on the adapters, the list that they feed, and what shows it.
+///
+/// The service is before all that waits in it.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
         : options(lookupOptions),
           devices(ExpandedName(options.namespaceUri, options.type), options.watch),
           table(std::cout, options.watch),
+          probers(
+              ioService, options,
+              [this](Message::Kind kind, const Heard& heard) { OnHeard(kind, heard); },
+              [this](const std::string& text) { Tell(text); }),
+          rounds(
+              ioService, devices,
+              [this] {
+                  probers.Ask({1, {}});
+              },
+              [this](const Event& event) { Show(event); }),
           signals(ioService),
           progressTimer(ioService)
     {
@@ -54,6 +60,7 @@ private:
     void StartProbers(double timeoutSeconds);
     void ShowProgress(); ///< now and from then on
     void OnHeard(Message::Kind kind, const Heard& heard);
+    void Show(const Event& event);
     std::string Found() const;
 
     /// Complains on a line of its own.
@@ -68,7 +75,8 @@ private:
     CDeviceList devices;
     CEventTable table;
     CProgress progress;
-    std::vector<std::unique_ptr<CProber>> probers;
+    CProbers probers;
+    CRounds rounds; ///< when watching
     boost::asio::signal_set signals;
     boost::asio::steady_timer progressTimer;
     std::optional<steady_clock::time_point> deadline;
@@ -88,7 +96,7 @@ int CLookup::Run()
         });
     }
     StartProbers(timeoutSeconds);
-    if (probers.empty())
+    if (probers.None())
         return kExitError;
     if (!options.watch || options.timeoutSeconds)
         deadline = steady_clock::now() + ToDuration(timeoutSeconds);
@@ -105,15 +113,17 @@ int CLookup::Run()
     }
 
     progress.Clear();
-    int malformed = 0;
-    for (const auto& prober : probers)
-        malformed += prober->malformed;
-    if (malformed > 0)
-        Complain(kProbeName, Compose("ignored malformed answers: ", malformed));
+    if (const int malformed = probers.Malformed())
+        Complain(kProbeName,
+                 Compose("ignored answers, malformed or without a device: ", malformed));
     if (!std::cout)
         throw std::runtime_error("cannot write to standard output");
     if (!anybody && !interrupted) {
-        Complain(kProbeName, Compose("nobody answered within ", timeoutSeconds, " s"));
+        Complain(kProbeName,
+                 Compose("nobody answered within ", timeoutSeconds, " s on ",
+                         options.all ? "any adapter but loopback; --adapter lo asks there"
+                                     : Join(options.adapterNames) +
+                                           "; --all asks on all adapters but loopback"));
         return kExitNobody;
     }
     if (!options.json)
@@ -128,16 +138,11 @@ void CLookup::StartProbers(double timeoutSeconds)
         options.times,
         std::min<steady_clock::duration>(kLongestProbeInterval,
                                          ToDuration(timeoutSeconds) / (2 * options.times))};
-    for (const Adapter& adapter : ChooseAdapters(options)) {
-        try {
-            auto prober = std::make_unique<CProber>(
-                ioService, adapter, options.watch,
-                [this](Message::Kind kind, const Heard& heard) { OnHeard(kind, heard); });
-            prober->Start(MakeProbe(options.namespaceUri, options.type), schedule);
-            probers.push_back(std::move(prober));
-        } catch (const AdapterError& error) {
-            Tell(error.what());
-        }
+    probers.Open();
+    probers.Ask(schedule);
+    if (options.watch) {
+        probers.Follow([this] { rounds.AskSoon(); });
+        rounds.Start();
     }
 }
 
@@ -155,15 +160,23 @@ void CLookup::ShowProgress()
 
 void CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
-    const std::optional<Event> event = devices.Take(kind, heard);
-    if (!event)
-        return;
+    for (const Event& each : devices.Take(kind, heard)) {
+        Show(each);
+        // It may be what somebody became who is listed already, and whether it answers is not
+        // known.
+        if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
+            rounds.AskSoon();
+    }
+}
+
+void CLookup::Show(const Event& event)
+{
     anybody = true;
     progress.Clear();
     if (options.json)
-        std::cout << ToJsonLine(*event) + "\n" << std::flush;
+        std::cout << ToJsonLine(event) + "\n" << std::flush;
     else
-        table.Print(*event);
+        table.Print(event);
 }
 
 /// "2 found, by 3 paths"; when watching, those that have not gone.

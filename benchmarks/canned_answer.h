@@ -1,0 +1,53 @@
+#pragma once
+
+#include "discovery_soap.h"
+#include "uris.h"
+#include "uuid.h"
+
+#include <string>
+#include <string_view>
+
+namespace kx::benchmarks {
+
+inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
+
+/// What a recorder advertises, of the usual sizes.
+inline EndpointDescription MakeDescription()
+{
+    EndpointDescription description;
+    NewUuidString(description.address);
+    description.mac = "02:00:00:00:07:01";
+    description.types.emplace_back(kDeviceType);
+    description.xaddrs = "ktzkx://10.7.0.1:22609";
+    return description;
+}
+
+/// An answer of the plug-in's own form and size, built once. All that it takes over of a Probe is
+/// its identifier, so that the prober can tell which Probe it answers.
+class CCannedAnswer {
+public:
+    CCannedAnswer()
+    {
+        const std::string identifier = kStart + std::string(kUuidTextSize - sizeof('\0'), '#');
+        CDiscoverySoap().ProbeMatches(identifier, MakeDescription(), text);
+        identifierAt = text.find(identifier);
+    }
+
+    /// The answer to a Probe that holds a UUID, as pelorin-load's do.
+    const std::string& To(std::string_view probe)
+    {
+        constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');
+        const std::size_t from = probe.find(kStart);
+        if (from != std::string_view::npos && from + size <= probe.size())
+            text.replace(identifierAt, size, probe.substr(from, size));
+        return text;
+    }
+
+private:
+    static constexpr char kStart[] = "urn:uuid:";
+
+    std::string text;
+    std::size_t identifierAt;
+};
+
+} // namespace kx::benchmarks

@@ -1,0 +1,137 @@
+// What the plug-in's pure parts cost, each by itself.
+
+#include "announcement.h"
+#include "canned_answer.h"
+#include "core_log.h"
+#include "discovery_soap.h"
+#include "report.h"
+#include "send_to_host.h"
+#include "server_document.h"
+#include "text.h"
+
+#include <benchmark/benchmark.h>
+
+using kx::CDiscoverySoap;
+using kx::Compose;
+
+namespace {
+
+constexpr std::size_t kReceiveBufferSize = 4096;
+
+CDiscoverySoap MakeSoap()
+{
+    CDiscoverySoap soap;
+    soap.types.emplace_back(kx::benchmarks::kDeviceType);
+    return soap;
+}
+
+/// As recorders' clients send it.
+std::string Probe(const std::string& type)
+{
+    return Compose(R"(<?xml version="1.1" encoding="UTF-8"?>
+<s:Envelope xmlns:s=")",
+                   kx::kSoapEnvelopeUri, R"(" xmlns:wsa=")", kx::kAddressingUri, R"(" xmlns:wsd=")",
+                   kx::kDiscoveryUri, R"(" xmlns:ktz=")", kx::kVendorDiscoveryUri, R"(">
+    <s:Header>
+        <wsa:Action>)",
+                   kx::kProbeAction, R"(</wsa:Action>
+        <wsa:MessageID>urn:uuid:01234567-89ab-cdef-0123-456789abcdef</wsa:MessageID>
+        <wsa:To>)",
+                   kx::kDiscoveryUrn, R"(</wsa:To>
+    </s:Header>
+    <s:Body>
+        <wsd:Probe>
+            <wsd:Types>)",
+                   type, R"(</wsd:Types>
+        </wsd:Probe>
+    </s:Body>
+</s:Envelope>
+)");
+}
+
+std::string Adapters(std::int64_t count)
+{
+    std::string text;
+    for (std::int64_t number = 0; number < count; ++number) {
+        text += Compose("<Adapter MACAddress=\"02:00:00:00:07:01\" Handle=\"cam", number,
+                        "\" IPAddress=\"10.7.", number / 256, ".", number % 256,
+                        "\" Connected=\"1\"/>");
+    }
+    return Compose("<Qorm Delta=\"0\"><Servers><Server Port=\"22609\"><Network>", text,
+                   "</Network></Server></Servers></Qorm>");
+}
+
+void Read(benchmark::State& state, const std::string& datagram)
+{
+    const CDiscoverySoap soap = MakeSoap();
+    while (state.KeepRunning()) {
+        std::string messageId;
+        std::string types;
+        std::string action;
+        benchmark::DoNotOptimize(
+            soap.ParseProbe(datagram.data(), datagram.size(), messageId, types, action));
+    }
+}
+
+void BuildHello(benchmark::State& state)
+{
+    const auto description = kx::benchmarks::MakeDescription();
+    while (state.KeepRunning()) {
+        std::string hello;
+        BuildAnnouncement(description, kx::kAnnounceHello, hello);
+        benchmark::DoNotOptimize(hello);
+    }
+}
+
+void BuildProbeMatches(benchmark::State& state)
+{
+    const CDiscoverySoap soap = MakeSoap();
+    const auto description = kx::benchmarks::MakeDescription();
+    while (state.KeepRunning()) {
+        std::string answer;
+        soap.ProbeMatches("urn:uuid:01234567-89ab-cdef-0123-456789abcdef", description, answer);
+        benchmark::DoNotOptimize(answer);
+    }
+}
+
+void MakeIdentifier(benchmark::State& state)
+{
+    while (state.KeepRunning()) {
+        std::string identifier;
+        kx::NewUuidString(identifier);
+        benchmark::DoNotOptimize(identifier);
+    }
+}
+
+void SendLogRecord(benchmark::State& state)
+{
+    kx::SetHostCallback([](const kx::HostRequest*, kx::HostReply*) {});
+    while (state.KeepRunning()) {
+        kx::log::Report(&kx::log::g_coreLog, kx::log::kLogInfo, "Send ProbeMatch to ",
+                        "10.7.0.2:45678");
+    }
+}
+
+void ReadServerDocument(benchmark::State& state)
+{
+    const std::string document = Adapters(state.range(0));
+    kx::PluginContext context;
+    while (state.KeepRunning())
+        ApplyServerDocument(context, document.data(), static_cast<std::int32_t>(document.size()));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+BENCHMARK_CAPTURE(Read, matching_probe, Probe("ktz:NetworkVideoRecorder"));
+BENCHMARK_CAPTURE(Read, foreign_probe, Probe("ktz:Printer"));
+BENCHMARK_CAPTURE(Read, garbage, std::string(kReceiveBufferSize, 'x'));
+BENCHMARK_CAPTURE(Read, garbage_in_a_root,
+                  "<a>" + std::string(kReceiveBufferSize - sizeof("<a>"), 'x'));
+BENCHMARK(BuildHello);
+BENCHMARK(BuildProbeMatches);
+BENCHMARK(MakeIdentifier);
+BENCHMARK(SendLogRecord);
+BENCHMARK(ReadServerDocument)->Arg(1)->Arg(64)->Arg(1024);
+
+} // namespace
+
+BENCHMARK_MAIN();

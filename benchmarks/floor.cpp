@@ -1,0 +1,55 @@
+// The least that answering can cost on this machine: one thread in blocking calls that reads
+// nothing but a Probe's identifier and sends what was built beforehand. With the argument "drop" it
+// answers nothing at all.
+
+#include "canned_answer.h"
+#include "discovery_group.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+
+void Check(bool done, const char* what)
+{
+    if (done)
+        return;
+    std::perror(what);
+    std::exit(1);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const bool drop = argc > 1 && std::strcmp(argv[1], "drop") == 0;
+    kx::benchmarks::CCannedAnswer answer;
+
+    const int server = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in own{};
+    own.sin_family = AF_INET;
+    own.sin_port = htons(kx::kDiscoveryPort);
+    Check(bind(server, reinterpret_cast<sockaddr*>(&own), sizeof(own)) == 0, "bind");
+    const int bufferSize = 1024 * 1024;
+    Check(setsockopt(server, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize)) == 0,
+          "SO_RCVBUF");
+
+    std::puts("ready");
+    std::fflush(stdout);
+    for (;;) {
+        char datagram[4096];
+        sockaddr_in peer{};
+        socklen_t peerSize = sizeof(peer);
+        auto* const peerAddress = reinterpret_cast<sockaddr*>(&peer);
+        const ssize_t size =
+            recvfrom(server, datagram, sizeof(datagram), 0, peerAddress, &peerSize);
+        Check(size >= 0, "recvfrom");
+        if (drop)
+            continue;
+        const std::string& text = answer.To({datagram, static_cast<std::size_t>(size)});
+        Check(sendto(server, text.data(), text.size(), 0, peerAddress, peerSize) >= 0, "sendto");
+    }
+}

@@ -1,0 +1,139 @@
+// The plug-in behind a host that does nothing with its records, on every adapter of its network
+// namespace but loopback. Prints how long the start took, waits for SIGTERM, prints how long the
+// stop took.
+
+#include "adapter.h"
+#include "document_source.h"
+#include "plugin_library.h"
+#include "text.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <future>
+#include <iostream>
+#include <string_view>
+#include <thread>
+
+using kx::tools::Adapter;
+using std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int kPort = 22609;
+
+/// What the plug-in has reported so far. The Hellos are no more looked for once all of them came:
+/// from then on the callback costs nothing.
+std::atomic<unsigned> stops{0};
+std::atomic<std::size_t> missingHellos{0};
+std::promise<steady_clock::time_point> lastHello;
+
+void TakeRecord(const kx::HostRequest* request, kx::HostReply* /*reply*/)
+{
+    if (missingHellos == 0)
+        return;
+    const std::string_view record(static_cast<const char*>(request->data), request->dataLength);
+    if (record.find("Stopping discovery operations") != std::string_view::npos)
+        ++stops;
+    if (record.find("Sending Hello") != std::string_view::npos && --missingHellos == 0)
+        lastHello.set_value(steady_clock::now());
+}
+
+/// At once, without an orderly end: the plug-in may hold the threads lent to it.
+[[noreturn]] void Fail(const char* text)
+{
+    std::cerr << kx::Compose("plugin_host: ", text, "\n");
+    std::_Exit(1);
+}
+
+double Milliseconds(steady_clock::duration time)
+{
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+std::string MakeDocument(int port, const std::vector<Adapter>& adapters)
+{
+    kx::tools::CAdapterSource source(
+        port, [&] { return adapters; }, false);
+    source.Read();
+    return source.Next()->text;
+}
+
+void Send(const kx::tools::CPluginLibrary& plugin, const std::string& document)
+{
+    kx::IoctlRequest request{};
+    request.code = kx::kApplyServerDocument;
+    request.dataLength = static_cast<std::int32_t>(document.size());
+    request.data = document.data();
+    kx::IoctlReply reply{};
+    plugin.ioctl(&request, &reply);
+}
+
+void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
+          const sigset_t& end)
+{
+    const kx::LoadRequest loadRequest{{}, TakeRecord};
+    kx::LoadReply loadReply{};
+    plugin.load(&loadRequest, &loadReply);
+    std::thread lent([&] {
+        kx::IoctlRequest request{};
+        request.code = kx::kRunDiscovery;
+        kx::IoctlReply reply{};
+        plugin.ioctl(&request, &reply);
+    });
+    std::promise<void> returned;
+    std::thread joiner([&] {
+        lent.join();
+        returned.set_value();
+    });
+    const auto run = returned.get_future();
+
+    // A document that finds the plug-in not waiting is not seen. The first that it acts on shows
+    // that it waits, or is about to.
+    missingHellos = adapters.size();
+    for (int port = 1; stops == 0; ++port) {
+        Send(plugin, MakeDocument(port, {}));
+        std::this_thread::sleep_for(5ms);
+    }
+    std::this_thread::sleep_for(100ms);
+
+    const std::string document = MakeDocument(kPort, adapters);
+    const auto sent = steady_clock::now();
+    Send(plugin, document);
+    auto hello = lastHello.get_future();
+    if (hello.wait_for(60s) != std::future_status::ready)
+        Fail("no Hello from every adapter within a minute");
+    std::cout << kx::Compose("started ", Milliseconds(hello.get() - sent), "\n") << std::flush;
+
+    int signal = 0;
+    sigwait(&end, &signal);
+
+    kx::StatusReply reply{};
+    const auto closed = steady_clock::now();
+    do
+        plugin.close(nullptr, &reply);
+    while (run.wait_for(100ms) != std::future_status::ready);
+    std::cout << kx::Compose("closed ", Milliseconds(steady_clock::now() - closed), "\n");
+    joiner.join();
+    plugin.unload(nullptr, &reply);
+}
+
+} // namespace
+
+int main()
+{
+    sigset_t end;
+    sigemptyset(&end);
+    sigaddset(&end, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &end, nullptr); // before the plug-in's threads, which inherit it
+    try {
+        Live(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()), kx::tools::ReadUsableAdapters(),
+             end);
+    } catch (const std::exception& error) {
+        Fail(error.what());
+    }
+    return 0;
+}

@@ -1,0 +1,89 @@
+#include "data.h"
+#include "device_list.h"
+#include "message_reader.h"
+#include "printable.h"
+#include "words.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+using kx::tools::Join;
+using kx::tools::Message;
+
+namespace {
+
+/// "RelatesTo ours or other's|kind|address,XAddrs,mac,types|...", or "none".
+std::string Show(const std::optional<Message>& message)
+{
+    if (!message)
+        return "none";
+    std::string text =
+        RelatesTo(*message, "urn:uuid:0a1b2c3d-0000-4000-8000-00000000000f") ? "ours" : "other's";
+    text += "|" + std::to_string(static_cast<int>(message->kind));
+    for (const auto& each : message->devices)
+        text += "|" + each.address + "," + Join(each.xaddrs) + "," + MacOf(each) + "," +
+                Join(each.types);
+    return text;
+}
+
+class ReadMessage : public testing::TestWithParam<DataCase> {};
+
+TEST_P(ReadMessage, FindsWhatADeviceSaysWhateverItsPrefixes)
+{
+    const std::vector<char> data(GetParam().text.begin(), GetParam().text.end());
+    EXPECT_EQ(Show(kx::tools::ReadMessage(data.data(), data.size())), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ReadMessage, testing::ValuesIn(ReadCases("answers.txt")),
+                         [](const auto& each) { return each.param.name; });
+
+std::vector<std::string> ListOf(const std::string& word)
+{
+    return word == "-" ? std::vector<std::string>() : std::vector<std::string>{word};
+}
+
+std::string Show(const kx::tools::Event& event)
+{
+    const auto& [device, adapter, source, time, roundTrip] = event.heard;
+    return std::string(event.otherPath ? "+" : "") + NameOf(event.kind) + " " + device.address +
+           " " + adapter + " (" + Join(device.xaddrs) + ")" +
+           (event.was ? " was (" + Join(event.was->xaddrs) + ") " + Join(event.was->scopes) : "");
+}
+
+class DeviceList : public testing::TestWithParam<DataCase> {};
+
+TEST_P(DeviceList, TellsWhatIsNew)
+{
+    const std::map<std::string, Message::Kind> kinds{{"answer", Message::Kind::kProbeMatches},
+                                                     {"hello", Message::Kind::kHello},
+                                                     {"bye", Message::Kind::kBye}};
+    kx::tools::CDeviceList devices("T", GetParam().name.find("Once") != 0);
+    std::string told;
+    std::istringstream lines(GetParam().text);
+    for (std::string line; std::getline(lines, line);) {
+        std::string kind, address, adapter, source, xaddrs, scope, type;
+        std::istringstream(line) >> kind >> address >> adapter >> source >> xaddrs >> scope >> type;
+        const kx::tools::Device device{address, ListOf(type), ListOf(scope), ListOf(xaddrs)};
+        const auto from = boost::asio::ip::make_address(source.empty() ? "0.0.0.0" : source);
+        for (const auto& each :
+             kind == "round" ? devices.TakeSilent()
+                             : devices.Take(kinds.at(kind), {device, adapter, {from, 1}, {}, {}}))
+            told += Show(each) + ", ";
+        if (kind == "round")
+            devices.StartRound();
+    }
+    EXPECT_EQ(told + std::to_string(devices.PathCount()), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, DeviceList, testing::ValuesIn(ReadCases("sightings.txt")),
+                         [](const auto& each) { return each.param.name; });
+
+TEST(Printable, EscapesWhatFillsNoColumn)
+{
+    const std::string text = kx::tools::Printable("\x1b[m \u00e9\u65e5 \u0085\u202e \x80\xe2\x80");
+    EXPECT_EQ(text, "\\x1b[m \u00e9\u65e5 \\xc2\\x85\\xe2\\x80\\xae \\x80\\xe2\\x80");
+    EXPECT_EQ(kx::tools::ColumnCount(text), 44U);
+}
+
+} // namespace

@@ -1,0 +1,55 @@
+#include "numbered_message.h"
+
+#include "uuid.h"
+
+#include <charconv>
+#include <utility>
+
+namespace kx::tools {
+namespace {
+
+/// The last group of a UUID.
+constexpr std::size_t kDigits = 12;
+
+std::string NewIdentifierStart()
+{
+    std::string uuid;
+    NewUuidString(uuid);
+    return "urn:uuid:" + std::string(uuid.c_str(), kUuidTextSize - sizeof('\0') - kDigits);
+}
+
+} // namespace
+
+CNumberedMessage::CNumberedMessage(std::string form)
+    : identifier(NewIdentifierStart()), text(std::move(form))
+{
+    const std::string whole = identifier + std::string(kDigits, '0');
+    for (std::size_t at = text.find(kIdentifierMark); at != std::string::npos;
+         at = text.find(kIdentifierMark, at)) {
+        text.replace(at, sizeof(kIdentifierMark) - sizeof('\0'), whole);
+        digitsAt.push_back(at + identifier.size());
+    }
+}
+
+void CNumberedMessage::Number(std::string& message, std::uint64_t number) const
+{
+    char digits[kDigits];
+    for (std::size_t index = kDigits; index > 0; number /= 16)
+        digits[--index] = "0123456789abcdef"[number % 16];
+    for (const std::size_t at : digitsAt)
+        message.replace(at, kDigits, digits, kDigits);
+}
+
+std::optional<std::uint64_t> CNumberedMessage::NumberIn(std::string_view answer) const
+{
+    const std::size_t at = answer.find(identifier);
+    if (at == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view digits = answer.substr(at + identifier.size(), kDigits);
+    std::uint64_t number = 0;
+    const auto end = digits.data() + digits.size();
+    const auto read = std::from_chars(digits.data(), end, number, 16);
+    return digits.size() == kDigits && read.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+} // namespace kx::tools

@@ -1,0 +1,71 @@
+#include "rounds.h"
+
+#include <utility>
+
+using std::chrono::seconds;
+
+namespace kx::tools {
+namespace {
+
+constexpr seconds kAnswerTime{1};
+constexpr int kMostProbes = 3; // datagrams get lost
+constexpr seconds kRestTime{30};
+
+} // namespace
+
+CRounds::CRounds(boost::asio::io_context& ioService, CDeviceList& list, std::function<void()> asker,
+                 std::function<void(const Event&)> listener)
+    : devices(list), ask(std::move(asker)), lost(std::move(listener)), timer(ioService)
+{
+}
+
+void CRounds::Start()
+{
+    devices.StartRound();
+    asked = 1;
+    Wait(kAnswerTime, &CRounds::Judge);
+}
+
+void CRounds::AskSoon()
+{
+    again = true;
+    if (asked == 0)
+        Rest();
+}
+
+void CRounds::Begin()
+{
+    again = false;
+    ask();
+    Start();
+}
+
+void CRounds::Judge()
+{
+    if (devices.AnySilent() && asked < kMostProbes) {
+        ask();
+        ++asked;
+        Wait(kAnswerTime, &CRounds::Judge);
+        return;
+    }
+    for (const Event& each : devices.TakeSilent())
+        lost(each);
+    Rest();
+}
+
+void CRounds::Rest()
+{
+    asked = 0;
+    Wait(again ? seconds::zero() : kRestTime, &CRounds::Begin);
+}
+
+void CRounds::Wait(std::chrono::steady_clock::duration time, void (CRounds::*next)())
+{
+    timer.expires_after(time); // ends the wait before, if any
+    timer.async_wait([this, next](const boost::system::error_code& error) {
+        if (!error)
+            (this->*next)();
+    });
+}
+
+} // namespace kx::tools
