@@ -18,9 +18,9 @@ namespace {
 
 /// Enough for a message nested as deeply as any XML library takes it, with room for the host.
 #ifdef __SANITIZE_THREAD__ // which puts much of its own on every stack
-constexpr std::size_t kSmallStack = 4096 * 1024;
+constexpr std::size_t kSmallStack = 4U << 20;
 #else
-constexpr std::size_t kSmallStack = 128 * 1024;
+constexpr std::size_t kSmallStack = 128U << 10;
 #endif
 
 struct Grouping : std::numpunct<char> {
