@@ -4,10 +4,13 @@
 #include "discovery_manager.h"
 #include "text.h"
 
+#include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_types.hpp>
-#include <boost/thread/thread.hpp>
+#include <boost/throw_exception.hpp>
 
 #include <algorithm>
+#include <system_error>
+#include <thread>
 #include <tuple>
 
 namespace kx {
@@ -18,11 +21,19 @@ constexpr char kAddressScheme[] = "ktzkx://";
 
 /// The I/O thread of a run. Its end shuts the manager down first, on every way out of the run: the
 /// thread must not outlive the manager.
+///
+/// Not a boost::thread: its compiled part would come from the host where that has one of its own.
 class CIoThread {
 public:
-    explicit CIoThread(CDiscoveryManager& served)
-        : manager(served), thread([&served] { served.RunIoService(); })
+    /// Errors: boost::thread_resource_error when there can be no thread.
+    explicit CIoThread(CDiscoveryManager& served) : manager(served)
     {
+        try {
+            thread = std::thread([&served] { served.RunIoService(); });
+        } catch (const std::system_error& error) {
+            boost::throw_exception(boost::thread_resource_error(error.code().value(),
+                                                                "boost::thread_resource_error"));
+        }
     }
     CIoThread(const CIoThread&) = delete;
     CIoThread& operator=(const CIoThread&) = delete;
@@ -34,7 +45,7 @@ public:
 
 private:
     CDiscoveryManager& manager;
-    boost::thread thread;
+    std::thread thread;
 };
 
 /// Deliberate: order counts. The same adapters in another order are another set.

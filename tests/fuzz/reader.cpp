@@ -1,0 +1,35 @@
+// Any datagram, as the probe receives it: what is read, and that it can be printed in both forms.
+
+#include "event_json.h"
+#include "event_table.h"
+#include "require.h"
+
+#include <algorithm>
+#include <sstream>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using kx::tools::Event;
+    using kx::tools::Message;
+    const auto message = kx::tools::ReadMessage(reinterpret_cast<const char*>(data), size);
+    if (!message)
+        return 0;
+    const bool answer = message->kind == Message::Kind::kProbeMatches;
+    Require(answer != message->relatesTo.empty(), "an answer relates to something");
+    Require(answer || message->devices.size() == 1, "an announcement is of one device");
+    RelatesTo(*message, "urn:uuid:0a1b2c3d-0000-4000-8000-000000000001");
+
+    const auto isControl = [](unsigned char each) { return each < 0x20 || each == 0x7f; };
+    for (const kx::tools::Device& each : message->devices) {
+        Require(!each.address.empty(), "a device has an address");
+        const Event event{Event::Kind::kAnswer, {each, "eth0", {}, {}, {}}, false, {}};
+        const std::string json = ToJsonLine(event);
+        Require(std::none_of(json.begin(), json.end(), isControl), "JSON is one line");
+        std::ostringstream table;
+        kx::tools::CEventTable(table, false).Print(event);
+        const std::string lines = table.str();
+        Require(std::count_if(lines.begin(), lines.end(), isControl) == 2,
+                "a device is a line below the heading");
+    }
+    return 0;
+}
