@@ -3,6 +3,8 @@
 #include "text.h"
 
 #include <netlink/msg.h>
+#include <netlink/object.h>
+#include <netlink/route/link.h>
 #include <netlink/socket.h>
 
 #include <linux/rtnetlink.h>
@@ -20,15 +22,19 @@ void Check(int error)
             Compose("cannot watch the network adapters: ", nl_geterror(error)));
 }
 
+void TakeObject(nl_object* object, void* deleted)
+{
+    if (nl_object_get_msgtype(object) != RTM_DELLINK)
+        return;
+    auto* link = reinterpret_cast<rtnl_link*>(object);
+    // A device that leaves a bridge is announced as deleted too, in the bridge's family.
+    if (rtnl_link_get_family(link) == AF_UNSPEC)
+        static_cast<std::set<int>*>(deleted)->insert(rtnl_link_get_ifindex(link));
+}
+
 int OnAnnouncement(nl_msg* message, void* deleted)
 {
-    const nlmsghdr* header = nlmsg_hdr(message);
-    if (header->nlmsg_type != RTM_DELLINK || !nlmsg_valid_hdr(header, sizeof(ifinfomsg)))
-        return NL_OK;
-    const auto* link = static_cast<const ifinfomsg*>(nlmsg_data(header));
-    // A device that leaves a bridge is announced as deleted too, in the bridge's family.
-    if (link->ifi_family == AF_UNSPEC)
-        static_cast<std::set<int>*>(deleted)->insert(link->ifi_index);
+    nl_msg_parse(message, TakeObject, deleted);
     return NL_OK;
 }
 
