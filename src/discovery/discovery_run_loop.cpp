@@ -31,8 +31,8 @@ public:
         try {
             thread = std::thread([&served] { served.RunIoService(); });
         } catch (const std::system_error& error) {
-            boost::throw_exception(boost::thread_resource_error(error.code().value(),
-                                                                "boost::thread_resource_error"));
+            boost::throw_exception(
+                boost::thread_resource_error(error.code().value(), "boost::thread_resource_error"));
         }
     }
     CIoThread(const CIoThread&) = delete;
