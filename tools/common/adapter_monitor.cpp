@@ -2,9 +2,13 @@
 
 #include "text.h"
 
-#include <netlink/cache.h>
+#include <netlink/msg.h>
+#include <netlink/object.h>
 #include <netlink/route/link.h>
+#include <netlink/socket.h>
 
+#include <linux/rtnetlink.h>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -18,40 +22,53 @@ void Check(int error)
             Compose("cannot watch the network adapters: ", nl_geterror(error)));
 }
 
-void OnLinkChange(nl_cache* /*cache*/, nl_object* object, int action, void* deleted)
+void TakeObject(nl_object* object, void* deleted)
 {
+    if (nl_object_get_msgtype(object) != RTM_DELLINK)
+        return;
     auto* link = reinterpret_cast<rtnl_link*>(object);
     // A device that leaves a bridge is announced as deleted too, in the bridge's family.
-    if (action == NL_ACT_DEL && rtnl_link_get_family(link) == AF_UNSPEC)
+    if (rtnl_link_get_family(link) == AF_UNSPEC)
         static_cast<std::set<int>*>(deleted)->insert(rtnl_link_get_ifindex(link));
+}
+
+int OnAnnouncement(nl_msg* message, void* deleted)
+{
+    nl_msg_parse(message, TakeObject, deleted);
+    return NL_OK;
 }
 
 } // namespace
 
-void CAdapterMonitor::FreeManager::operator()(nl_cache_mngr* freed) const
+void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
 {
-    nl_cache_mngr_free(freed);
+    nl_socket_free(freed);
 }
 
-CAdapterMonitor::CAdapterMonitor()
+// Not by the library's cache of links: that also takes in what a device is in the family of IPv6,
+// of which no end is announced, and keeps it for ever.
+CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
-    nl_cache_mngr* made = nullptr;
-    Check(nl_cache_mngr_alloc(nullptr, NETLINK_ROUTE, 0, &made));
-    manager.reset(made);
-    nl_cache* ignored = nullptr; // the manager's to free
-    Check(nl_cache_mngr_add(made, "route/link", OnLinkChange, &deleted, &ignored));
-    Check(nl_cache_mngr_add(made, "route/addr", nullptr, nullptr, &ignored));
+    if (!socket)
+        throw std::bad_alloc();
+    nl_socket_disable_seq_check(socket.get()); // announcements answer nothing
+    Check(nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnAnnouncement, &deleted));
+    Check(nl_connect(socket.get(), NETLINK_ROUTE));
+    Check(nl_socket_set_nonblocking(socket.get()));
+    Check(nl_socket_add_memberships(socket.get(), RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, 0));
 }
 
 int CAdapterMonitor::Descriptor() const
 {
-    return nl_cache_mngr_get_fd(manager.get());
+    return nl_socket_get_fd(socket.get());
 }
 
 std::set<int> CAdapterMonitor::TakeDeleted()
 {
-    // Fails when the kernel had to drop announcements; ReadAdapters does not need them.
-    nl_cache_mngr_data_ready(manager.get());
+    // Fails once nothing is left, or when the kernel had to drop announcements: ReadAdapters does
+    // not need them, and with others left the descriptor stays readable.
+    while (nl_recvmsgs_default(socket.get()) >= 0)
+        continue;
     return std::exchange(deleted, {});
 }
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <set>
 
-struct nl_cache_mngr;
+struct nl_sock;
 
 namespace kx::tools {
 
@@ -28,11 +28,11 @@ public:
     std::set<int> TakeDeleted();
 
 private:
-    struct FreeManager {
-        void operator()(nl_cache_mngr* manager) const;
+    struct FreeSocket {
+        void operator()(nl_sock* freed) const;
     };
-    std::set<int> deleted; // outlives the manager, which is told where it is
-    std::unique_ptr<nl_cache_mngr, FreeManager> manager;
+    std::set<int> deleted; // outlives the socket, which is told where it is
+    std::unique_ptr<nl_sock, FreeSocket> socket;
 };
 
 } // namespace kx::tools

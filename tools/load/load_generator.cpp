@@ -88,7 +88,10 @@ LoadResult CLoadGenerator::Run()
             Send(Due(now), now);
         else if (open == 0)
             return result;
-        Wait(NextTurn(now));
+        // In a closed loop it looks again at once: to wake it for an answer would be work of
+        // whoever sends that.
+        if (load.rate > 0)
+            Wait(NextTurn(now));
         Receive();
     }
 }
@@ -105,7 +108,7 @@ std::uint64_t CLoadGenerator::Due(Time now) const
     return std::min({due, load.count - result.sent, std::uint64_t{kBatch}});
 }
 
-/// When there will be something to do even if no answer comes.
+/// At a rate: when there will be something to do even if no answer comes.
 CLoadGenerator::Time CLoadGenerator::NextTurn(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -113,12 +116,8 @@ CLoadGenerator::Time CLoadGenerator::NextTurn(Time now) const
         next = std::min(next, awaited.front().sentAt + kAnswerBound);
     if (!Sending(now))
         return next;
-    if (load.rate > 0) {
-        const std::chrono::duration<double> due(static_cast<double>(result.sent) / load.rate);
-        next = std::min(next, start + duration_cast<nanoseconds>(due));
-    } else if (open < load.inFlight) {
-        next = now;
-    }
+    const std::chrono::duration<double> due(static_cast<double>(result.sent) / load.rate);
+    next = std::min(next, start + duration_cast<nanoseconds>(due));
     return std::min(next, start + load.time);
 }
 

@@ -39,7 +39,7 @@ struct LoadResult {
 };
 
 /// Sends messages and waits for the answers, at a rate (an open loop) or as answers come (a closed
-/// loop).
+/// loop, which keeps a core busy).
 ///
 /// Threads: one.
 class CLoadGenerator {

@@ -1,0 +1,103 @@
+#include "burst_source.h"
+
+#include "host_log.h"
+#include "process_state.h"
+#include "text.h"
+
+#include <thread>
+#include <vector>
+
+using std::chrono::milliseconds;
+
+namespace kx::tools {
+namespace {
+
+constexpr int kServerPort = 22609;
+constexpr milliseconds kBurstInterval{4000};
+constexpr milliseconds kStateInterval{1000};
+constexpr int kBurstDocuments = 25; // of each of the two threads
+constexpr int kHugeAdapters = 10000;
+
+int RandomBelow(std::mt19937& generator, int bound)
+{
+    return std::uniform_int_distribution<int>(0, bound - 1)(generator);
+}
+
+} // namespace
+
+milliseconds RandomTime(std::mt19937& generator, milliseconds mean)
+{
+    std::exponential_distribution<double> time(1.0 / static_cast<double>(mean.count()));
+    return milliseconds(static_cast<milliseconds::rep>(time(generator)));
+}
+
+CBurstSource::CBurstSource(const CPluginLibrary& served, std::mt19937& generator)
+    : plugin(served),
+      random(generator),
+      adapters(kServerPort, ReadNetworkAdapters, true),
+      nextBurst(Clock::now() + RandomTime(random, kBurstInterval)),
+      nextState(Clock::now() + kStateInterval)
+{
+}
+
+std::optional<ServerDocument> CBurstSource::Next()
+{
+    const auto now = Clock::now();
+    if (now >= nextState) {
+        nextState = now + kStateInterval;
+        Say("Running: " + ProcessState());
+    }
+    if (now >= nextBurst) {
+        nextBurst = now + RandomTime(random, kBurstInterval);
+        SendBurst();
+        adapters.Read();
+    }
+    return adapters.Next();
+}
+
+void CBurstSource::SendBurst()
+{
+    const auto send = [this](const std::vector<std::string>& documents) {
+        for (const std::string& document : documents) {
+            IoctlRequest request{};
+            request.code = kApplyServerDocument;
+            request.dataLength = static_cast<std::int32_t>(document.size());
+            request.data = document.data();
+            IoctlReply reply{};
+            plugin.ioctl(&request, &reply);
+        }
+    };
+    // Made beforehand: sent, most of them take far less than a millisecond together.
+    std::vector<std::string> halves[2];
+    for (auto& half : halves) {
+        for (int count = 0; count < kBurstDocuments; ++count)
+            half.push_back(MakeDocument());
+    }
+    Say(Compose("Handing over a burst of ", 2 * kBurstDocuments, " documents"));
+    std::thread other([&] { send(halves[0]); });
+    send(halves[1]);
+    other.join();
+}
+
+/// One with up to two adapters, of which loopback alone is there; or one of thousands, none of them
+/// connected. One in four ends too early.
+std::string CBurstSource::MakeDocument()
+{
+    const bool huge = RandomBelow(random, 2 * kBurstDocuments) == 0;
+    std::string list;
+    for (int count = huge ? kHugeAdapters : RandomBelow(random, 3); count > 0; --count) {
+        const bool loopback = RandomBelow(random, 2) == 0;
+        list +=
+            Compose("<Adapter MACAddress='02:00:00:00:07:00' Handle='", loopback ? "lo" : "none",
+                    "' IPAddress='", loopback ? "127.0.0." : "10.9.0.", 1 + RandomBelow(random, 2),
+                    "' Connected='", huge ? 0 : 1, "'/>");
+    }
+    std::string document =
+        Compose("<Qorm Delta='0'><Servers><Server Port='", RandomBelow(random, 65536),
+                "'><Network>", list, "</Network></Server></Servers></Qorm>");
+    if (RandomBelow(random, 4) == 0)
+        document.resize(document.size() * static_cast<std::size_t>(RandomBelow(random, 100)) / 100);
+    return document;
+}
+
+} // namespace kx::tools

@@ -1,0 +1,89 @@
+#include "burst_source.h"
+#include "host_log.h"
+#include "plugin_library.h"
+#include "process_state.h"
+#include "run_plugin.h"
+#include "run_tool.h"
+#include "text.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <stdexcept>
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace kx::tools {
+namespace {
+
+constexpr char kDescription[] =
+    "Loads the plug-in beside this file, runs it on all adapters but loopback, closes and unloads\n"
+    "it, again and again: short lives for two thirds of the time, then a long one.";
+
+constexpr milliseconds kMeanLife{2000};
+
+struct SoakOptions {
+    double seconds = 60;
+    std::mt19937::result_type seed = 1;
+};
+
+void AddOptions(CLI::App& app, SoakOptions& options)
+{
+    app.add_option("--for", options.seconds, "Time to run")
+        ->check(PositiveSeconds())
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    app.add_option("--seed", options.seed, "Decides about what is random")
+        ->type_name("N")
+        ->capture_default_str();
+}
+
+/// One life of the plug-in; false when a signal ended it early.
+bool Live(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
+{
+    const auto end = steady_clock::now() + limit;
+    const CPluginLibrary plugin(OwnPluginFile());
+    CBurstSource source(plugin, random);
+    source.Read();
+    RunPlugin(plugin, source, signals, limit);
+    return steady_clock::now() >= end;
+}
+
+/// Complains of a library that stays loaded after the last dlclose(3), and of none that is gone.
+void CheckUnloaded()
+{
+    if (dlopen(OwnPluginFile().c_str(), RTLD_NOW | RTLD_NOLOAD))
+        throw std::runtime_error("the plug-in stays loaded");
+}
+
+int Soak(const SoakOptions& options)
+{
+    const CSignalQueue signals;
+    std::mt19937 random(options.seed);
+    const auto start = steady_clock::now();
+    const auto end = start + ToDuration(options.seconds);
+    const auto lastStart = start + ToDuration(options.seconds * 2 / 3);
+    for (bool last = false, asked = false; !last && !asked;) {
+        const auto now = steady_clock::now();
+        last = now >= lastStart;
+        const auto limit =
+            last ? end - now
+                 : std::min<steady_clock::duration>(RandomTime(random, kMeanLife), lastStart - now);
+        asked = !Live(signals, random, limit);
+        CheckUnloaded();
+        Say("Gone: " + ProcessState());
+    }
+    return 0;
+}
+
+} // namespace
+} // namespace kx::tools
+
+int main(int argc, char** argv)
+{
+    using namespace kx::tools;
+    SoakOptions options;
+    return RunTool(
+        argc, argv, "pelorin-soak", kDescription, [&](CLI::App& app) { AddOptions(app, options); },
+        [&] { return Soak(options); });
+}

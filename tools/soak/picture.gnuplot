@@ -1,0 +1,41 @@
+# gnuplot -c picture.gnuplot SAMPLES PICTURE: memory, descriptors, threads and Probes over time, the
+# samples of a long run averaged to some 300 points.
+set terminal svg size 1000,1000 background "white" font "sans-serif,13"
+set output ARG2
+set datafile separator ","
+set datafile missing ""
+stats ARG1 using 1 nooutput
+step = ceil(STATS_max / 300)
+minutes(second) = floor(second / step) * step / 60.0
+# One thread alone, the sixth column: the plug-in is unloaded.
+within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
+between = sprintf("< awk -F, 'NR > 1 && $6 == 1' '%s'", ARG1)
+set multiplot layout 4,1
+set grid
+set key outside top right horizontal
+set lmargin 9
+set rmargin 3
+set xrange [0:STATS_max / 60]
+set yrange [0:*]
+set style line 1 linewidth 1.5 linecolor "#0060c0"
+set style line 2 linewidth 1.5 linecolor "#d06000"
+set style line 3 linewidth 1.5 linecolor "#40a0ff"
+set style line 4 linewidth 1.5 linecolor "#ffb060"
+
+set ylabel "MiB"
+plot within using (minutes($1)):($4 / 2**20) smooth unique \
+         linestyle 1 title "resident memory within lives", \
+     between using (minutes($1)):($4 / 2**20) smooth unique linestyle 2 title "between lives"
+set ylabel "KiB"
+plot within using (minutes($1)):($3 / 2**10) smooth unique \
+         linestyle 1 title "heap in use within lives", \
+     between using (minutes($1)):($3 / 2**10) smooth unique linestyle 2 title "between lives"
+set ylabel "count"
+plot within using (minutes($1)):5 smooth unique linestyle 1 title "descriptors within lives", \
+     between using (minutes($1)):5 smooth unique linestyle 2 title "between lives", \
+     within using (minutes($1)):6 smooth unique linestyle 3 title "threads within lives", \
+     between using (minutes($1)):6 smooth unique linestyle 4 title "between lives"
+set ylabel "per second"
+set xlabel "minutes"
+plot ARG1 using (minutes($1)):7 smooth unique linestyle 2 title "Probes to be answered", \
+     ARG1 using (minutes($1)):8 smooth unique linestyle 1 title "answered by the steady adapter"
