@@ -27,7 +27,8 @@ public:
     /// Builds the announcement of a target that goes; replaces `out`.
     void Bye(const EndpointDescription& description, std::string& out) const;
 
-    /// A quick look at a datagram: whether ParseProbe could give 1. A no is certain.
+    /// A quick look at a datagram: whether ParseProbe could give 1. A no is certain, as long as no
+    /// type holds a line feed, which XML would read out of other line ends.
     ///
     /// Of what arrives in a network of many devices nearly all is for others, and taking it apart
     /// as XML is most of what an endpoint costs.

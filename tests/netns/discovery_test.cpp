@@ -15,7 +15,7 @@ std::string Text(const std::string& message, const std::string& element)
 
 TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
 {
-    const std::size_t descriptors = Entries("/proc/self/fd");
+    const std::ptrdiff_t descriptors = Entries("/proc/self/fd");
     Send({"0.0.0.0 cam9 m", kCam0, kCam1}, "80");
     const auto hello = group->Receive(2s);
     const auto hello1 = group1->Receive(2s);
