@@ -97,7 +97,7 @@ TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 {
     // The endpoint's own Hello does not come back; what the prober sends does arrive.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
-    Send({kCam0, kCam1});
+    Send({kCam1, kCam0}); // cam1 first: its watchdog would have barked before the other's
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");
     prober1->Send(other);
