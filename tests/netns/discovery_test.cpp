@@ -1,6 +1,5 @@
 #include "discovery.h"
 
-#include <algorithm>
 #include <atomic>
 #include <regex>
 
@@ -104,61 +103,6 @@ TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
     prober->Send(other.replace(other.find("discovery/Probe"), 15, "discovery/Bye"));
     EXPECT_TRUE(host.WaitFor("timer expired for 10.7.0.1", 1, 4s));
     EXPECT_EQ(Count("timer expired for 10.8.0.1"), 0U);
-}
-
-TEST_F(Discovery, BacksOffFromAMissingDeviceAndATakenPortAndRecovers)
-{
-    // Without SO_REUSEADDR on both sides a port is taken.
-    Network::Run("ip addr replace 10.9.0.1/24 dev lo");
-    auto taken = std::make_unique<Socket>("cam0", "10.7.0.1", 3702);
-    const auto start = steady_clock::now();
-    Send({"10.9.0.1 cam9 m", kCam0});
-    EXPECT_TRUE(host.WaitFor("Retrying on interface 10.7.0.1"));
-    taken.reset();
-    EXPECT_TRUE(group->Receive(5s)) << "recovers at the first retry";
-    EXPECT_TRUE(host.WaitFor("Restarting discovery on interface 10.9.0.1", 2));
-    Network::Run("ip link add cam9 type veth peer name eye9; ip link set cam9 up");
-    EXPECT_TRUE(host.WaitFor("Joined multicast group 239.255.255.250 on 10.9.0.1", 1, 8s));
-
-    EXPECT_EQ(
-        LogOf("10.7.0.1"),
-        (Lines{"25 Restarting discovery on interface 10.7.0.1", "25 Retrying on interface 10.7.0.1",
-               "25 Stopping all socket and timer operations on 10.7.0.1:3702",
-               "25 Restarting discovery on interface 10.7.0.1",
-               "25 Joined multicast group 239.255.255.250 on 10.7.0.1"}));
-    EXPECT_EQ(Count("Failed to bind socket. Error (system:98): Address already in use"), 1U);
-    EXPECT_EQ(Count("Error binding to socket using SO_BINDTODEVICE: 19<"), 2U);
-    const auto restarts = host.Times("Restarting discovery on interface 10.9.0.1");
-    ASSERT_EQ(restarts.size(), 3U);
-    EXPECT_NEAR(std::chrono::duration<double>(restarts[1] - start).count(), 3, 0.5);
-    EXPECT_NEAR(std::chrono::duration<double>(restarts[2] - restarts[1]).count(), 6, 0.5);
-}
-
-TEST_F(Discovery, FailingSendsAreRetriedThriceThenRestartTheEndpoint)
-{
-    Send({kCam0});
-    ASSERT_TRUE(group->Receive(2s));
-    Network::Drop("output", "ip daddr 10.7.0.2");
-    prober->Send(Probe("urn:uuid:1"));
-    ASSERT_TRUE(host.WaitFor("Restarting discovery on interface 10.7.0.1", 2));
-    Lines lines = host.Log();
-    lines.erase(lines.begin(), std::find_if(lines.begin(), lines.end(), [](const auto& each) {
-                                   return each.find("Send ProbeMatch") != std::string::npos;
-                               }) + 1);
-    lines.resize(10);
-    const std::string failed =
-        "75 Send Error: Operation not permitted(1), sending to " + prober->Name();
-    const std::string retry = "25 Retrying send to destination: 10.7.0.2";
-    EXPECT_EQ(lines,
-              (Lines{failed, retry, failed, retry, failed, retry, failed,
-                     "25 Retrying on interface 10.7.0.1",
-                     "25 Stopping all socket and timer operations on 10.7.0.1:3702", retry}));
-    Network::Run("nft flush ruleset");
-    ASSERT_TRUE(host.WaitFor("Sending Hello", 2));
-    prober->Send(Probe("urn:uuid:2"));
-    const auto answer = prober->Receive(2s);
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(Text(answer->text, "wsa:RelatesTo"), "uuid:urn:uuid:2");
 }
 
 TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)

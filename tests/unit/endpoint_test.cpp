@@ -7,52 +7,7 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <future>
-#include <net/if.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-// The linker sends the endpoint's calls here (--wrap), so that a test can make one of them fail.
-extern "C" {
-int __real_socket(int domain, int type, int protocol);
-int __real_setsockopt(int descriptor, int level, int name, const void* value, socklen_t size);
-}
-
-namespace {
-
-constexpr int kSocketItself = -1;
-struct {
-    int level = 0;
-    int name = 0; ///< 0: nothing fails
-    int error = 0;
-} failing;
-std::string boundDevice;
-
-} // namespace
-
-extern "C" int __wrap_socket(int domain, int type, int protocol)
-{
-    if (failing.name != kSocketItself)
-        return __real_socket(domain, type, protocol);
-    errno = failing.error;
-    return -1;
-}
-
-extern "C" int __wrap_setsockopt(int descriptor, int level, int name, const void* value,
-                                 socklen_t size)
-{
-    if (level == SOL_SOCKET && name == SO_BINDTODEVICE) {
-        EXPECT_EQ(size, 40U);
-        boundDevice = static_cast<const ifreq*>(value)->ifr_name;
-    }
-    if (failing.name != name || failing.level != level)
-        return name == SO_BINDTODEVICE && level == SOL_SOCKET
-                   ? 0 // there is no device of the test's name
-                   : __real_setsockopt(descriptor, level, name, value, size);
-    errno = failing.error;
-    return -1;
-}
 
 using boost::system::error_code;
 using Lines = std::vector<std::string>;
@@ -98,8 +53,7 @@ error_code Misc(int value)
     return {value, boost::asio::error::get_misc_category()};
 }
 
-/// An endpoint on loopback whose handlers the test calls itself, its socket closed until Restart.
-/// Without a codec it listens and says nothing.
+/// An endpoint on loopback whose handlers the test calls itself, its socket closed.
 class Endpoint : public testing::Test {
 protected:
     Endpoint() { endpoint.log = &log; }
@@ -111,17 +65,10 @@ protected:
         return taken;
     }
 
-    /// Runs the handlers that are ready.
-    void RunReady()
-    {
-        service.restart();
-        service.poll();
-    }
-
     RecordingLog log;
     boost::asio::io_context service;
-    kx::CDiscoveryUdp endpoint{
-        service, {"127.0.0.1", "%%lo", "m", ""}, {}, 1, kx::kMulticastGroup, kx::kDiscoveryPort};
+    kx::CDiscoveryUdp endpoint{service, {"127.0.0.1", "lo", "m", ""}, {},
+                               1,       kx::kMulticastGroup,          kx::kDiscoveryPort};
     kx::DiscoveryUdpPeer peer{endpoint};
     const std::string retrying = "25 Retrying on interface 127.0.0.1";
     const std::string stopping = "25 Stopping all socket and timer operations on 127.0.0.1:3702";
@@ -158,47 +105,10 @@ TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
     EXPECT_EQ(TakeLines(), (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0",
                                   retrying, stopping, "25 Retrying send to destination: 0.0.0.0"}));
     EXPECT_EQ(peer.SendRetryCount(), 1);
-    RunReady(); // the resend and the resumed receive find the socket closed
+    service.poll(); // the resend and the resumed receive find the socket closed
     EXPECT_EQ(TakeLines(), Lines{});
     peer.OnSendComplete({});
     EXPECT_EQ(peer.SendRetryCount(), 0);
-}
-
-TEST_F(Endpoint, EachFailingStepIsReportedAndBacksOffOrGoesOn)
-{
-    const std::string denied = "system:13): Permission denied";
-    struct Case {
-        int level;
-        int name;
-        std::string line;
-    };
-    const Case cases[] = {
-        {0, kSocketItself,
-         "75 Failed to open listening socket on 127.0.0.1. Error: Permission denied (system:13)"},
-        {SOL_SOCKET, SO_BINDTODEVICE, "75 Error binding to socket using SO_BINDTODEVICE: 13"},
-        {SOL_SOCKET, SO_REUSEADDR,
-         "75 Failed to set socket option SO_REUSEADDR. Error: Permission denied"},
-        {IPPROTO_IP, IP_MULTICAST_TTL, "50 Failed to set IP_MULTICAST_TTL=32. Error (" + denied},
-        {SOL_SOCKET, SO_RCVBUF, "50 Failed to set SO_RCVBUF=1MB. Error (" + denied},
-        {IPPROTO_IP, IP_ADD_MEMBERSHIP, "75 Failed to set IP_ADD_MEMBERSHIP. Error (" + denied},
-    };
-    for (const Case& each : cases) {
-        failing = {each.level, each.name, EACCES};
-        endpoint.Restart();
-        failing = {};
-        Lines expected{"25 Restarting discovery on interface 127.0.0.1", each.line};
-        if (each.line[0] == '7')
-            expected.insert(expected.end(), {retrying, stopping});
-        else
-            expected.emplace_back("25 Joined multicast group 239.255.255.250 on 127.0.0.1");
-        EXPECT_EQ(TakeLines(), expected);
-        EXPECT_TRUE(endpoint.Busy());
-        endpoint.StopOperations(false);
-        RunReady();
-        EXPECT_FALSE(endpoint.Busy());
-        TakeLines();
-    }
-    EXPECT_EQ(boundDevice, "%lo") << "the device name is a format";
 }
 
 TEST(Manager, ShutDownBeforeItsThreadStartsStillEndsTheThread)
