@@ -6,13 +6,14 @@ readonly server_core=0 load_core=1
 declare -A running # by process number
 
 # Runs the calling script anew in a network of its own, as root of a user namespace where it is not
-# root already.
+# root already. PELORIN_OUTSIDE names the network that was left: only another one is ours to change.
 EnterOwnNetwork()
 {
-    [[ -z ${PELORIN_OWN_NETWORK-} ]] || return 0
-    local user=()
+    local network user=()
+    network=$(readlink /proc/self/ns/net)
+    [[ ${PELORIN_OUTSIDE-} != net:* || $PELORIN_OUTSIDE == "$network" ]] || return 0
     [[ $(id -u) -eq 0 ]] || user=(--user --map-root-user)
-    PELORIN_OWN_NETWORK=1 exec unshare --net "${user[@]}" "$@"
+    PELORIN_OUTSIDE=$network exec unshare --net "${user[@]}" "$@"
 }
 
 EndAll()
