@@ -21,9 +21,6 @@ public:
     /// Errors: a broken random device ends the process, see NewUuidString.
     explicit CNumberedMessage(std::string form);
 
-    /// Whether the identifier occurs in it.
-    bool Numbered() const { return !digitsAt.empty(); }
-
     /// Message number 0.
     const std::string& Text() const { return text; }
 
