@@ -24,11 +24,12 @@ constexpr milliseconds kCloseInterval{10};
 /// How often a document is sent again for as long as it holds: the plug-in may have been held up
 /// for longer than anybody would wait.
 constexpr std::chrono::seconds kRepeatInterval{2};
-/// How long the plug-in may take to act on a document. It need not act at all: what brings nothing
-/// new is passed over in silence.
+/// How long the plug-in gets to act on a document. It need not act at all: what brings nothing new
+/// is passed over in silence. It may act later, when it has several blocked endpoints to stop first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
-    "The plug-in did not act on this: it brings nothing new, or the plug-in cannot read it";
+    "The plug-in did not act on this within a second: it brings nothing new, the plug-in cannot "
+    "read it, or it is held up";
 
 /// Hands documents to the plug-in, each several times.
 ///
