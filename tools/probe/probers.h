@@ -19,7 +19,9 @@ namespace kx::tools {
 /// device that is made again under its name, or that gets another address, has a new prober, as the
 /// sockets of the old one are deaf.
 ///
-/// An adapter that cannot be used is complained of once, until it can; the others go on.
+/// An adapter that cannot be used is complained of once, until it can; the others go on. Where
+/// sending fails it is tried again with each Probe; where no socket could be opened, as when no file
+/// descriptor is left, only when the network changes.
 ///
 /// Must outlive the service's run. Threads: the one that runs the service.
 class CProbers {
