@@ -25,7 +25,8 @@ constexpr milliseconds kCloseInterval{10};
 /// for longer than anybody would wait.
 constexpr std::chrono::seconds kRepeatInterval{2};
 /// How long the plug-in gets to act on a document. It need not act at all: what brings nothing new
-/// is passed over in silence. It may act later, when it has several blocked endpoints to stop first.
+/// is passed over in silence. It may act later, when it has several blocked endpoints to stop
+/// first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, the plug-in cannot "

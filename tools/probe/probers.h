@@ -20,8 +20,8 @@ namespace kx::tools {
 /// sockets of the old one are deaf.
 ///
 /// An adapter that cannot be used is complained of once, until it can; the others go on. Where
-/// sending fails it is tried again with each Probe; where no socket could be opened, as when no file
-/// descriptor is left, only when the network changes.
+/// sending fails it is tried again with each Probe; where no socket could be opened, as when no
+/// file descriptor is left, only when the network changes.
 ///
 /// Must outlive the service's run. Threads: the one that runs the service.
 class CProbers {
