@@ -9,6 +9,10 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
+/// Of those that never answered silence tells nothing. Hellos of ever new devices would fill the
+/// memory.
+constexpr std::ptrdiff_t kMostUnanswered = 1000;
+
 /// Whether two lists are the same but for their order.
 bool Same(const Texts& left, const Texts& right)
 {
@@ -57,6 +61,7 @@ CDeviceList::CDeviceList(std::string sought, bool watch)
 // known   --watching, other lists---------> known: changed
 //         --Bye---------------------------> unknown: gone
 //         --silent in a round-------------> unknown: lost
+//         --many others said Hello--------> unknown: lost, unless it ever answered
 std::vector<Event> CDeviceList::Take(Message::Kind kind, const Heard& heard)
 {
     const std::string& address = heard.device.address;
@@ -78,6 +83,8 @@ std::vector<Event> CDeviceList::Take(Message::Kind kind, const Heard& heard)
     const auto found = Find(heard);
     if (found == paths.end()) {
         if (answer || Lists(heard.device, soughtType)) {
+            if (!answer)
+                MakeRoom(events);
             paths.insert({address, {heard, answer, true}});
             events.push_back({watching ? Event::Kind::kAppeared : Event::Kind::kAnswer, heard,
                               HasOtherPath(address, 1), std::nullopt});
@@ -142,6 +149,21 @@ std::size_t CDeviceList::DeviceCount() const
     for (auto each = paths.begin(); each != paths.end(); each = paths.upper_bound(each->first))
         ++count;
     return count;
+}
+
+/// Forgets the path that said Hello the longest ago when as many as may be never did anything else.
+void CDeviceList::MakeRoom(std::vector<Event>& events)
+{
+    const auto unanswered = [](const auto& each) { return !each.second.answered; };
+    if (std::count_if(paths.begin(), paths.end(), unanswered) < kMostUnanswered)
+        return;
+    auto oldest =
+        std::min_element(paths.begin(), paths.end(), [&](const auto& left, const auto& right) {
+            return unanswered(left) &&
+                   (!unanswered(right) || left.second.last.time < right.second.last.time);
+        });
+    events.push_back(End(Event::Kind::kLost, oldest));
+    events.back().heard.time = std::chrono::system_clock::now();
 }
 
 /// The path by which something was heard. When watching, what one message leaves out another may

@@ -58,7 +58,8 @@ public:
     /// Takes in what was heard.
     ///
     /// @return what it adds to what is known: mostly nothing or one event, but a Bye ends all paths
-    ///         of the device on the adapter
+    ///         of the device on the adapter, and when a thousand paths are known by Hello alone,
+    ///         one more such ends the oldest, as kLost
     std::vector<Event> Take(Message::Kind kind, const Heard& heard);
 
     /// Begins a round: whoever is not heard from here on is silent.
@@ -84,6 +85,7 @@ private:
     using Paths = std::multimap<std::string, Path>; // by the device's address
 
     Paths::iterator Find(const Heard& heard);
+    void MakeRoom(std::vector<Event>& events);
     std::vector<Paths::iterator> Silent();
     Event End(Event::Kind kind, Paths::iterator& path);
     bool HasOtherPath(const std::string& address, std::size_t own) const;
