@@ -7,13 +7,20 @@ declare -A running # by process number
 
 # Runs the calling script anew in a network of its own, as root of a user namespace where it is not
 # root already. PELORIN_OUTSIDE names the network that was left: only another one is ours to change.
+# All that it starts ends with it, however it ends.
 EnterOwnNetwork()
 {
     local network user=()
     network=$(readlink /proc/self/ns/net)
-    [[ ${PELORIN_OUTSIDE-} != net:* || $PELORIN_OUTSIDE == "$network" ]] || return 0
+    if [[ ${PELORIN_OUTSIDE-} == net:* && $PELORIN_OUTSIDE != "$network" ]]; then
+        # The first process of a namespace ends by no signal unless it says so.
+        trap 'exit 130' INT
+        trap 'exit 143' TERM
+        return
+    fi
     [[ $(id -u) -eq 0 ]] || user=(--user --map-root-user)
-    PELORIN_OUTSIDE=$network exec unshare --net "${user[@]}" "$@"
+    PELORIN_OUTSIDE=$network exec unshare --net --pid --fork --kill-child --mount-proc "${user[@]}" \
+        "$@"
 }
 
 EndAll()
