@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <stdexcept>
+#include <string_view>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -38,8 +39,8 @@ void Check(bool done, const char* what)
 void EnterOwnNetwork(const std::vector<std::string>& arguments)
 {
     const std::string network = std::filesystem::read_symlink("/proc/self/ns/net");
-    const std::string outside = std::getenv(kOutside) ? std::getenv(kOutside) : "";
-    if (outside.rfind("net:", 0) == 0 && outside != network)
+    const char* const outside = std::getenv(kOutside);
+    if (outside && std::string_view(outside).substr(0, 4) == "net:" && outside != network)
         return;
     setenv(kOutside, network.c_str(), 1);
     std::vector<std::string> command{"unshare", "--net"};
