@@ -4,7 +4,8 @@ include(GNUInstallDirs)
 install(TARGETS pelorin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pelorin)
 install(FILES package/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # The documents, and the few sources that they link to, lie as here, so that all links hold.
-file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS *.md docs/*.md)
+file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS *.md docs/*.md
+  docs/*.svg)
 set(documentation ${documents})
 foreach(document IN LISTS documents)
   file(READ ${document} text)
