@@ -5,22 +5,16 @@
 readonly server_core=0 load_core=1
 declare -A running # by process number
 
-# Runs the calling script anew in a network of its own, as root of a user namespace where it is not
-# root already. PELORIN_OUTSIDE names the network that was left: only another one is ours to change.
-# All that it starts ends with it, however it ends.
+# Runs the calling script anew in a network namespace of its own. All processes that it starts end
+# with it, however it ends.
 EnterOwnNetwork()
 {
-    local network user=()
-    network=$(readlink /proc/self/ns/net)
-    if [[ ${PELORIN_OUTSIDE-} == net:* && $PELORIN_OUTSIDE != "$network" ]]; then
-        # The first process of a namespace ends by no signal unless it says so.
-        trap 'exit 130' INT
-        trap 'exit 143' TERM
-        return
-    fi
-    [[ $(id -u) -eq 0 ]] || user=(--user --map-root-user)
-    PELORIN_OUTSIDE=$network exec unshare --net --pid --fork --kill-child --mount-proc "${user[@]}" \
-        "$@"
+    [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]] ||
+        exec "$(dirname "${BASH_SOURCE[0]}")/../scripts/own-network" \
+            unshare --pid --fork --kill-child --mount-proc "$@"
+    # The first process of a process namespace ignores a signal that it has no handler for.
+    trap 'exit 130' INT
+    trap 'exit 143' TERM
 }
 
 EndAll()

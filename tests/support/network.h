@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-/// Gives the process a network of its own: runs it again, with its arguments, under unshare(1), as
-/// root of a user namespace where it is not root already. Returns in the second run alone; ends the
-/// process with an error where the system allows no namespaces.
+/// Gives the process a network namespace of its own: runs it again, with its arguments, under
+/// scripts/own-network. Returns in the second run only; the process ends with an error where the
+/// system allows no namespaces.
 void EnterOwnNetwork(const std::vector<std::string>& arguments);
 
 /// The recorder's namespace, which is the process's own, and a prober's, joined by two cables:
