@@ -31,7 +31,7 @@ std::atomic<unsigned> stops{0};
 std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
 
-void TakeRecord(const kx::HostRequest* request, kx::HostReply* /*reply*/)
+void OnRecord(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
 {
     if (missingHellos == 0)
         return;
@@ -62,47 +62,24 @@ std::string MakeDocument(int port, const std::vector<Adapter>& adapters)
     return source.Next()->text;
 }
 
-void Send(const kx::tools::CPluginLibrary& plugin, const std::string& document)
-{
-    kx::IoctlRequest request{};
-    request.code = kx::kApplyServerDocument;
-    request.dataLength = static_cast<std::int32_t>(document.size());
-    request.data = document.data();
-    kx::IoctlReply reply{};
-    plugin.ioctl(&request, &reply);
-}
-
 void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
           const sigset_t& end)
 {
-    const kx::LoadRequest loadRequest{{}, TakeRecord};
-    kx::LoadReply loadReply{};
-    plugin.load(&loadRequest, &loadReply);
-    std::thread lent([&] {
-        kx::IoctlRequest request{};
-        request.code = kx::kRunDiscovery;
-        kx::IoctlReply reply{};
-        plugin.ioctl(&request, &reply);
-    });
-    std::promise<void> returned;
-    std::thread joiner([&] {
-        lent.join();
-        returned.set_value();
-    });
-    const auto run = returned.get_future();
+    plugin.Load(OnRecord);
+    kx::tools::CPluginRun run(plugin);
 
     // A document that finds the plug-in not waiting is not seen. The first that it acts on shows
     // that it waits, or is about to.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
-        Send(plugin, MakeDocument(port, {}));
+        plugin.Apply(MakeDocument(port, {}));
         std::this_thread::sleep_for(5ms);
     }
     std::this_thread::sleep_for(100ms);
 
     const std::string document = MakeDocument(kPort, adapters);
     const auto sent = steady_clock::now();
-    Send(plugin, document);
+    plugin.Apply(document);
     auto hello = lastHello.get_future();
     if (hello.wait_for(60s) != std::future_status::ready)
         Fail("no Hello from every adapter within a minute");
@@ -111,14 +88,10 @@ void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& a
     int signal = 0;
     sigwait(&end, &signal);
 
-    kx::StatusReply reply{};
     const auto closed = steady_clock::now();
-    do
-        plugin.close(nullptr, &reply);
-    while (run.wait_for(100ms) != std::future_status::ready);
+    run.Stop();
     std::cout << kx::Compose("closed ", Milliseconds(steady_clock::now() - closed), "\n");
-    joiner.join();
-    plugin.unload(nullptr, &reply);
+    plugin.Unload();
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <pelorin/plugin.h>
+
 #include <cstdint>
 #include <string>
 
@@ -7,10 +9,10 @@ namespace kx::log {
 
 /// Levels of log records. Nothing is filtered: all but kLogLocal reach the host, whatever the
 /// value.
-inline constexpr std::int32_t kLogLocal = 0;    ///< standard error of the process alone
-inline constexpr std::int32_t kLogInfo = 25;    ///< progress
-inline constexpr std::int32_t kLogWarning = 50; ///< failures that are tolerated
-inline constexpr std::int32_t kLogError = 75;   ///< failures
+inline constexpr std::int32_t kLogLocal = PELORIN_LEVEL_LOCAL;
+inline constexpr std::int32_t kLogInfo = PELORIN_LEVEL_INFO;
+inline constexpr std::int32_t kLogWarning = PELORIN_LEVEL_WARNING;
+inline constexpr std::int32_t kLogError = PELORIN_LEVEL_ERROR;
 
 /// Where the plug-in's components report to.
 class ICoreLog {

@@ -1,13 +1,14 @@
-#include "entry_points.h"
-
 #include "discovery_run_loop.h"
 #include "module_registration.h"
 #include "plugin_context.h"
 #include "send_to_host.h"
 #include "server_document.h"
 
+#include <pelorin/plugin.h>
+
 #include <chrono>
 #include <thread>
+#include <type_traits>
 
 namespace {
 
@@ -18,7 +19,11 @@ kx::PluginContext* context = nullptr;
 
 } // namespace
 
-std::uint64_t Load(const kx::LoadRequest* request, kx::LoadReply* reply)
+// The contract of the entry points is in pelorin/plugin.h.
+#pragma GCC visibility push(default)
+extern "C" {
+
+std::uint64_t Load(const PelorinLoadRequest* request, PelorinLoadReply* reply)
 {
     kx::SetHostCallback(request->callback);
 
@@ -44,7 +49,7 @@ std::uint64_t Load(const kx::LoadRequest* request, kx::LoadReply* reply)
     return 0;
 }
 
-std::uint64_t Unload(const void* /*request*/, kx::StatusReply* reply)
+std::uint64_t Unload(const void* /*request*/, PelorinStatusReply* reply)
 {
     if (context) {
         while (context->running)
@@ -56,7 +61,7 @@ std::uint64_t Unload(const void* /*request*/, kx::StatusReply* reply)
     return 0;
 }
 
-std::uint64_t Open(const void* /*request*/, kx::OpenReply* reply)
+std::uint64_t Open(const void* /*request*/, PelorinOpenReply* reply)
 {
     kx::SendModuleRegistration();
     reply->status = 0;
@@ -64,7 +69,10 @@ std::uint64_t Open(const void* /*request*/, kx::OpenReply* reply)
     return 0;
 }
 
-std::uint64_t Close(const void* /*request*/, kx::StatusReply* reply)
+// Deliberate: takes no lock, so a request that falls between the loop's look at the flag and its
+// wait is missed until the next broadcast, which another Close brings. With a lock Close could
+// wait, and hosts call it where they must not.
+std::uint64_t Close(const void* /*request*/, PelorinStatusReply* reply)
 {
     if (context) {
         context->stopRequested = true;
@@ -74,31 +82,44 @@ std::uint64_t Close(const void* /*request*/, kx::StatusReply* reply)
     return 0;
 }
 
-std::uint64_t Read(const kx::TransferRequest* request, kx::TransferReply* reply)
+std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    reply->result = 0U - request->flag12;
+    reply->result = 0U - request->flag;
     return 0;
 }
 
-std::uint64_t Write(const kx::TransferRequest* request, kx::TransferReply* reply)
+std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    if (request->flag12 != 0 || request->destination == kx::kModuleId)
+    // Deliberate: unlike Read it leaves the reply untouched in the other case, where a host may
+    // have put another module's result.
+    if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;
 }
 
-std::uint64_t Seek(const void* /*request*/, kx::StatusReply* reply)
+std::uint64_t Seek(const void* /*request*/, PelorinStatusReply* reply)
 {
     reply->status = 0;
     return 0;
 }
 
-std::uint64_t IOCTL(const kx::IoctlRequest* request, kx::IoctlReply* reply)
+std::uint64_t IOCTL(const PelorinIoctlRequest* request, PelorinIoctlReply* reply)
 {
-    if (request->code == kx::kRunDiscovery)
+    if (request->code == PELORIN_RUN)
         kx::RunDiscoveryLoop(*context);
-    else if (request->code == kx::kApplyServerDocument)
+    else if (request->code == PELORIN_APPLY)
         kx::ApplyServerDocument(*context, request->data, request->dataLength);
     reply->status = 0;
     return 0;
 }
+}
+#pragma GCC visibility pop
+
+static_assert(std::is_same_v<decltype(&Load), PelorinLoad>);
+static_assert(std::is_same_v<decltype(&Unload), PelorinUnload>);
+static_assert(std::is_same_v<decltype(&Open), PelorinOpen>);
+static_assert(std::is_same_v<decltype(&Close), PelorinClose>);
+static_assert(std::is_same_v<decltype(&Read), PelorinRead>);
+static_assert(std::is_same_v<decltype(&Write), PelorinWrite>);
+static_assert(std::is_same_v<decltype(&Seek), PelorinSeek>);
+static_assert(std::is_same_v<decltype(&IOCTL), PelorinIoctl>);

@@ -1,11 +1,8 @@
 #include "fake_host.h"
 
 #include <algorithm>
-#include <dlfcn.h>
-#include <future>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
 
 using std::chrono::steady_clock;
 
@@ -23,52 +20,40 @@ std::string LogLine(const std::string& record)
 
 } // namespace
 
-FakeHost::FakeHost() : library(dlopen(PELORIN_LIBRARY, RTLD_NOW | RTLD_LOCAL))
+FakeHost::FakeHost() : plugin(PELORIN_LIBRARY)
 {
-    if (!library)
-        throw std::runtime_error(dlerror());
     current = this;
 }
 
 FakeHost::~FakeHost() // NOLINT(bugprone-exception-escape): a test may end there
 {
     Stop();
-    Call("Unload");
-    dlclose(library);
+    plugin.Unload();
     current = nullptr;
 }
 
-std::uint64_t FakeHost::Call(const char* name, RawRecord& request, RawRecord& reply) const
+std::uint64_t FakeHost::Call(const char* name, RecordBytes& request, RecordBytes& reply) const
 {
     using Entry = std::uint64_t (*)(const void*, void*);
-    const auto entry = reinterpret_cast<Entry>(dlsym(library, name));
-    if (!entry)
-        throw std::runtime_error(dlerror());
+    const auto entry = reinterpret_cast<Entry>(plugin.Find(name));
     return entry(request.bytes.data(), reply.bytes.data());
 }
 
 void FakeHost::Call(const char* name) const
 {
-    RawRecord request;
-    RawRecord reply;
+    RecordBytes request;
+    RecordBytes reply;
     Call(name, request, reply);
 }
 
 void FakeHost::Load() const
 {
-    RawRecord request;
-    RawRecord reply;
-    request.Put(16, &FakeHost::Receive);
-    Call("Load", request, reply);
+    plugin.Load(&FakeHost::Receive);
 }
 
 void FakeHost::Lend()
 {
-    lent = std::thread([this] {
-        RawRecord request;
-        RawRecord reply;
-        Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
-    });
+    run.emplace(plugin);
 }
 
 void FakeHost::Run()
@@ -77,12 +62,12 @@ void FakeHost::Run()
     // Nothing tells when the loop waits. A document that changes and changes back is taken in only
     // then: the first record, that of stopping an empty set, shows that it was.
     for (int port = 1; Log().empty(); ++port) {
-        Send(ServerDocument({}, std::to_string(port)));
+        Apply(ServerDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     // Twice, since the first may find the loop still at work.
     for (int time = 0; time < 2; ++time) {
-        Send(ServerDocument({}, "22609"));
+        Apply(ServerDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
     Forget();
@@ -94,42 +79,28 @@ void FakeHost::Forget()
     calls.clear();
 }
 
-void FakeHost::Send(const std::string& document) const
+void FakeHost::Apply(const std::string& document) const
 {
-    RawRecord request;
-    RawRecord reply;
-    request.Put(8, std::uint32_t{2});
-    request.Put(24, static_cast<std::uint32_t>(document.size()));
-    request.Put(32, document.data());
-    Call("IOCTL", request, reply);
+    plugin.Apply(document);
 }
 
 void FakeHost::Stop()
 {
-    if (!lent.joinable())
-        return;
-    std::promise<void> joined;
-    std::thread joiner([&] {
-        lent.join();
-        joined.set_value();
-    });
-    const auto done = joined.get_future();
-    do
-        Call("Close");
-    while (done.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready);
-    joiner.join();
+    if (run)
+        run->Stop();
+    run.reset();
 }
 
-void FakeHost::Receive(const void* request, void* reply)
+void FakeHost::Receive(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     HostCall call;
-    std::memcpy(call.request.bytes.data(), request, 224);
-    std::memcpy(call.reply.bytes.data(), reply, 12);
-    call.data.assign(call.request.Get<const char*>(16), call.request.Get<std::uint32_t>(8));
+    std::memcpy(call.request.bytes.data(), request, sizeof(*request));
+    std::memcpy(call.reply.bytes.data(), reply, sizeof(*reply));
+    call.data.assign(static_cast<const char*>(request->data), request->dataLength);
     if (current->onRecord)
         current->onRecord(call.data);
     call.time = steady_clock::now();
-    std::memcpy(static_cast<char*>(reply) + 8, &current->status, sizeof(status));
+    reply->status = current->status;
     const std::lock_guard<std::mutex> lock(current->mutex);
     current->calls.push_back(call);
     current->arrived.notify_all();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plugin_library.h"
+
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -7,17 +9,18 @@
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-/// A request or reply record as bare bytes, all 0xAA at first, so that a byte which is not the
-/// plug-in's to write shows when it was written.
-struct RawRecord {
-    RawRecord() { bytes.fill(0xAA); }
+/// A request or reply record as bytes, all 0xAA at first, which shows what the plug-in wrote. Its
+/// fields are given by offset, independently of the header.
+struct RecordBytes {
+    RecordBytes() { bytes.fill(0xAA); }
 
     template <class Value>
-    RawRecord& Put(std::size_t offset, Value value)
+    RecordBytes& Put(std::size_t offset, Value value)
     {
         std::memcpy(bytes.data() + offset, &value, sizeof(value));
         return *this;
@@ -35,14 +38,14 @@ struct RawRecord {
 
 /// One call of the host's callback.
 struct HostCall {
-    RawRecord request; ///< its first 224 bytes
-    RawRecord reply;   ///< its first 12 bytes, as they came
-    std::string data;  ///< as long as the request says
+    RecordBytes request; ///< its first 224 bytes
+    RecordBytes reply;   ///< its first 12 bytes, as they came
+    std::string data;    ///< as long as the request says
     std::chrono::steady_clock::time_point time;
 };
 
-/// The library's other side, written from the byte offsets alone. One at a time: the callback
-/// carries no pointer to its owner.
+/// A host that keeps what the plug-in sends. One at a time: the callback carries no pointer to its
+/// owner.
 class FakeHost {
 public:
     FakeHost();
@@ -52,17 +55,16 @@ public:
     FakeHost& operator=(const FakeHost&) = delete;
 
     /// Calls an entry point by name, from the calling thread.
-    std::uint64_t Call(const char* name, RawRecord& request, RawRecord& reply) const;
+    std::uint64_t Call(const char* name, RecordBytes& request, RecordBytes& reply) const;
     void Call(const char* name) const;
     void Load() const;
 
-    /// IOCTL code 1 on a thread of its own.
+    /// Starts a run on a thread of its own.
     void Lend();
-    /// The same; returns once that thread waits for documents.
+    /// The same; returns once the run waits for documents.
     void Run();
-    /// IOCTL code 2.
-    void Send(const std::string& document) const;
-    /// Close, again and again until IOCTL code 1 has returned.
+    void Apply(const std::string& document) const;
+    /// Closes until the run has returned.
     void Stop();
 
     std::vector<HostCall> Calls() const;
@@ -82,10 +84,10 @@ public:
     std::uint32_t status = 0;
 
 private:
-    static void Receive(const void* request, void* reply);
+    static void Receive(const PelorinHostRequest* request, PelorinHostReply* reply);
 
-    void* library;
-    std::thread lent;
+    const kx::tools::CPluginLibrary plugin;
+    std::optional<kx::tools::CPluginRun> run;
     mutable std::mutex mutex;
     mutable std::condition_variable arrived;
     std::vector<HostCall> calls;

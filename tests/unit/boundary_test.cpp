@@ -9,9 +9,9 @@ namespace {
 
 constexpr std::uint32_t k0 = 0;
 
-RawRecord Descriptor()
+RecordBytes Descriptor()
 {
-    RawRecord reply;
+    RecordBytes reply;
     reply.Put(8, std::array<std::uint64_t, 9>{0x4c0000, 0, 0, 0x3000010, 0, 0, 0, 0x1000010, 0});
     return reply.Put(96, std::array<std::uint8_t, 6>{1, 0, 0, 1, 0, 0}).Put(104, k0);
 }
@@ -19,8 +19,8 @@ RawRecord Descriptor()
 struct CallCase {
     const char* name;
     const char* entry;
-    RawRecord request;
-    RawRecord reply;
+    RecordBytes request;
+    RecordBytes reply;
 };
 
 class Replies : public testing::TestWithParam<CallCase> {};
@@ -30,42 +30,43 @@ TEST_P(Replies, TouchOnlyTheirFields)
     const FakeHost host;
     if (std::string(GetParam().name).find("NotLoaded") == std::string::npos)
         host.Load();
-    RawRecord request = GetParam().request;
-    RawRecord reply;
+    RecordBytes request = GetParam().request;
+    RecordBytes reply;
     EXPECT_EQ(host.Call(GetParam().entry, request, reply), 0U);
     EXPECT_EQ(reply.bytes, GetParam().reply.bytes);
     EXPECT_EQ(request.bytes, GetParam().request.bytes);
 }
 
-RawRecord Transfer(std::uint8_t flag, std::uint64_t destination)
+RecordBytes Transfer(std::uint8_t flag, std::uint64_t destination)
 {
-    return RawRecord().Put(12, flag).Put(32, destination);
+    return RecordBytes().Put(12, flag).Put(32, destination);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, Replies,
     testing::Values(
-        CallCase{"Load", "Load", RawRecord().Put(16, std::uint64_t{0}), Descriptor()},
-        CallCase{"Open", "Open", {}, RawRecord().Put(8, k0).Put(12, k0)},
-        CallCase{"Close", "Close", {}, RawRecord().Put(8, k0)},
-        CallCase{"CloseNotLoaded", "Close", {}, RawRecord().Put(8, k0)},
-        CallCase{"Unload", "Unload", {}, RawRecord().Put(8, k0)},
-        CallCase{"UnloadNotLoaded", "Unload", {}, RawRecord().Put(8, k0)},
-        CallCase{"Seek", "Seek", {}, RawRecord().Put(8, k0)},
-        CallCase{"Ioctl0", "IOCTL", RawRecord().Put(8, k0), RawRecord().Put(12, k0)},
-        CallCase{"Ioctl3", "IOCTL", RawRecord().Put(8, std::uint32_t{3}), RawRecord().Put(12, k0)},
+        CallCase{"Load", "Load", RecordBytes().Put(16, std::uint64_t{0}), Descriptor()},
+        CallCase{"Open", "Open", {}, RecordBytes().Put(8, k0).Put(12, k0)},
+        CallCase{"Close", "Close", {}, RecordBytes().Put(8, k0)},
+        CallCase{"CloseNotLoaded", "Close", {}, RecordBytes().Put(8, k0)},
+        CallCase{"Unload", "Unload", {}, RecordBytes().Put(8, k0)},
+        CallCase{"UnloadNotLoaded", "Unload", {}, RecordBytes().Put(8, k0)},
+        CallCase{"Seek", "Seek", {}, RecordBytes().Put(8, k0)},
+        CallCase{"Ioctl0", "IOCTL", RecordBytes().Put(8, k0), RecordBytes().Put(12, k0)},
+        CallCase{"Ioctl3", "IOCTL", RecordBytes().Put(8, std::uint32_t{3}),
+                 RecordBytes().Put(12, k0)},
         CallCase{"Ioctl2Null", "IOCTL",
-                 RawRecord().Put(8, std::uint32_t{2}).Put(24, k0).Put(32, std::uint64_t{0}),
-                 RawRecord().Put(12, k0)},
+                 RecordBytes().Put(8, std::uint32_t{2}).Put(24, k0).Put(32, std::uint64_t{0}),
+                 RecordBytes().Put(12, k0)},
         CallCase{
             "Ioctl2HugeLength", "IOCTL",
-            RawRecord().Put(8, std::uint32_t{2}).Put(24, 0x80000000U).Put(32, std::uint64_t{8}),
-            RawRecord().Put(12, k0)},
-        CallCase{"Read0", "Read", Transfer(0, 0), RawRecord().Put(24, k0)},
-        CallCase{"Read1", "Read", Transfer(1, 0), RawRecord().Put(24, 0xFFFFFFFFU)},
-        CallCase{"Read255", "Read", Transfer(255, 0), RawRecord().Put(24, 0xFFFFFF01U)},
-        CallCase{"WriteFlagged", "Write", Transfer(2, 0), RawRecord().Put(24, k0)},
-        CallCase{"WriteToUs", "Write", Transfer(0, 0x4c0000), RawRecord().Put(24, k0)},
+            RecordBytes().Put(8, std::uint32_t{2}).Put(24, 0x80000000U).Put(32, std::uint64_t{8}),
+            RecordBytes().Put(12, k0)},
+        CallCase{"Read0", "Read", Transfer(0, 0), RecordBytes().Put(24, k0)},
+        CallCase{"Read1", "Read", Transfer(1, 0), RecordBytes().Put(24, 0xFFFFFFFFU)},
+        CallCase{"Read255", "Read", Transfer(255, 0), RecordBytes().Put(24, 0xFFFFFF01U)},
+        CallCase{"WriteFlagged", "Write", Transfer(2, 0), RecordBytes().Put(24, k0)},
+        CallCase{"WriteToUs", "Write", Transfer(0, 0x4c0000), RecordBytes().Put(24, k0)},
         CallCase{"WriteToOthers", "Write", Transfer(0, 0x1004c0000), {}}),
     [](const auto& each) { return each.param.name; });
 
@@ -73,8 +74,8 @@ TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
 {
     FakeHost host;
     host.status = 7;
-    RawRecord request;
-    RawRecord descriptor;
+    RecordBytes request;
+    RecordBytes descriptor;
     host.Call("Load", request.Put(16, std::uint64_t{0}), descriptor);
     host.Load(); // the latest callback counts
     host.Call("Open");
@@ -92,7 +93,7 @@ TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
     request.Put(40, std::uint64_t{256}).Put(48, std::uint64_t{0x1000010});
     EXPECT_EQ(calls[0].request.bytes, request.bytes);
     const std::array<std::uint32_t, 3> reply{12, 1, 0};
-    EXPECT_EQ(calls[0].reply.bytes, RawRecord().Put(0, reply).bytes);
+    EXPECT_EQ(calls[0].reply.bytes, RecordBytes().Put(0, reply).bytes);
 }
 
 TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
@@ -101,8 +102,8 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     host.Load();
     host.Call("Close");
     host.Load(); // the stop is still asked for: the run shuts down at once
-    RawRecord request;
-    RawRecord reply;
+    RecordBytes request;
+    RecordBytes reply;
     host.Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
     EXPECT_EQ(host.Log(),
               (std::vector<std::string>{"25 Stopping discovery operations on all interfaces",
@@ -111,11 +112,11 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     host.Load();
     host.Run();
     EXPECT_TRUE(host.Log().empty());
-    host.Send(ServerDocument({}, "22609"));
-    host.Send("<Qorm Delta=\"1\"/>");
+    host.Apply(ServerDocument({}, "22609"));
+    host.Apply("<Qorm Delta=\"1\"/>");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_TRUE(host.Log().empty()) << "nothing changed";
-    host.Send(ServerDocument({}, "1"));
+    host.Apply(ServerDocument({}, "1"));
     EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
 }
 
@@ -123,11 +124,11 @@ TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
 {
     FakeHost host;
     host.Load();
-    host.Send(ServerDocument({"10.0.0.300 lo m"}, "80"));
+    host.Apply(ServerDocument({"10.0.0.300 lo m"}, "80"));
     host.Load(); // keeps the document
     host.Lend();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    host.Send(ServerDocument({}, "80")); // as the run found it
+    host.Apply(ServerDocument({}, "80")); // as the run found it
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
 }

@@ -1,6 +1,5 @@
 #include "host_log.h"
 
-#include "i_core_log.h"
 #include "plugin_record.h"
 #include "printable.h"
 #include "text.h"
@@ -52,13 +51,13 @@ Line ToLine(const HostStep& step)
 Line ToLine(const LogRecord& record)
 {
     switch (record.level) {
-    case log::kLogLocal:
+    case PELORIN_LEVEL_LOCAL:
         return {"local", record.text, kDefaultColor};
-    case log::kLogInfo:
+    case PELORIN_LEVEL_INFO:
         return {"info", record.text, kDefaultColor};
-    case log::kLogWarning:
+    case PELORIN_LEVEL_WARNING:
         return {"warning", record.text, kYellow};
-    case log::kLogError:
+    case PELORIN_LEVEL_ERROR:
         return {"error", record.text, kRed};
     default:
         return {Compose("level ", record.level), record.text, kDefaultColor};
@@ -71,9 +70,9 @@ Line ToLine(const Registration& module)
             kCyan};
 }
 
-Line ToLine(const RawRecord& raw)
+Line ToLine(const UnknownRecord& record)
 {
-    return {"raw", Compose("command ", raw.command, ": ", raw.data), kMagenta};
+    return {"raw", Compose("command ", record.command, ": ", record.data), kMagenta};
 }
 
 Json ToJson(const HostStep& step)
@@ -94,9 +93,9 @@ Json ToJson(const Registration& module)
             {"version", module.version}};
 }
 
-Json ToJson(const RawRecord& raw)
+Json ToJson(const UnknownRecord& record)
 {
-    return {{"kind", "raw"}, {"command", raw.command}, {"data", raw.data}};
+    return {{"kind", "raw"}, {"command", record.command}, {"data", record.data}};
 }
 
 template <class Entry>
@@ -136,7 +135,7 @@ void Say(const std::string& text)
     Print(HostStep{text});
 }
 
-void OnPluginRequest(const HostRequest* request, HostReply* /*reply*/)
+void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
 {
     const PluginRecord record = ReadPluginRecord(*request);
     std::visit([](const auto& each) { Print(each); }, record);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host_records.h"
+#include <pelorin/plugin.h>
 
 #include <string>
 
@@ -21,8 +21,8 @@ void SetLogForm(LogForm form);
 void Say(const std::string& text);
 
 /// The callback that the plug-in is given: prints what the plug-in sends, as Say does, and leaves
-/// the status at 0. A HostCallback.
-void OnPluginRequest(const HostRequest* request, HostReply* reply);
+/// the status at 0. A PelorinHostCallback.
+void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
 /// How often the plug-in has reported that it stops all endpoints, the first thing it does when a
 /// document brought a change. Threads: any.

@@ -4,12 +4,14 @@
 
 #include <dlfcn.h>
 #include <stdexcept>
+#include <utility>
 
 namespace kx::tools {
 namespace {
 
 constexpr char kPluginFileName[] = "pelorin.so";
 constexpr char kOwnExecutable[] = "/proc/self/exe";
+constexpr std::chrono::milliseconds kCloseInterval{10};
 
 std::runtime_error LibraryError(const std::string& what)
 {
@@ -20,24 +22,15 @@ void* OpenLibrary(const std::filesystem::path& file)
 {
     // Absolute, since a name without a slash would be looked for in the system's libraries.
     void* library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!library) {
+    if (!library)
         throw LibraryError(Compose("cannot load the plug-in: ", dlerror()));
-    }
     return library;
 }
 
-void* FindSymbol(void* library, const char* name)
-{
-    void* symbol = dlsym(library, name);
-    if (!symbol)
-        throw LibraryError(Compose("the plug-in has no entry point ", name));
-    return symbol;
-}
-
 template <class Function>
-Function FindEntry(void* library, const char* name)
+Function FindEntry(const CPluginLibrary& plugin, const char* name)
 {
-    return reinterpret_cast<Function>(FindSymbol(library, name));
+    return reinterpret_cast<Function>(plugin.Find(name));
 }
 
 } // namespace
@@ -49,15 +42,100 @@ void CPluginLibrary::CloseLibrary::operator()(void* handle) const
 
 CPluginLibrary::CPluginLibrary(const std::filesystem::path& file)
     : library(OpenLibrary(file)),
-      load(FindEntry<decltype(&Load)>(library.get(), "Load")),
-      unload(FindEntry<decltype(&Unload)>(library.get(), "Unload")),
-      open(FindEntry<decltype(&Open)>(library.get(), "Open")),
-      close(FindEntry<decltype(&Close)>(library.get(), "Close")),
-      ioctl(FindEntry<decltype(&IOCTL)>(library.get(), "IOCTL"))
+      load(FindEntry<PelorinLoad>(*this, PELORIN_LOAD_NAME)),
+      open(FindEntry<PelorinOpen>(*this, PELORIN_OPEN_NAME)),
+      ioctl(FindEntry<PelorinIoctl>(*this, PELORIN_IOCTL_NAME)),
+      close(FindEntry<PelorinClose>(*this, PELORIN_CLOSE_NAME)),
+      unload(FindEntry<PelorinUnload>(*this, PELORIN_UNLOAD_NAME))
 {
     // A server refuses a plug-in without these, though this host never calls them.
-    for (const char* name : {"Read", "Write", "Seek"})
-        FindSymbol(library.get(), name);
+    for (const char* name : {PELORIN_READ_NAME, PELORIN_WRITE_NAME, PELORIN_SEEK_NAME})
+        Find(name);
+}
+
+void* CPluginLibrary::Find(const char* name) const
+{
+    void* symbol = dlsym(library.get(), name);
+    if (!symbol)
+        throw LibraryError(Compose("the plug-in has no entry point ", name));
+    return symbol;
+}
+
+std::uint64_t CPluginLibrary::Load(PelorinHostCallback callback) const
+{
+    const PelorinLoadRequest request{{}, callback};
+    PelorinLoadReply reply{};
+    load(&request, &reply);
+    return reply.moduleId;
+}
+
+void CPluginLibrary::Open() const
+{
+    PelorinOpenReply reply{};
+    open(nullptr, &reply);
+}
+
+void CPluginLibrary::Run() const
+{
+    PelorinIoctlRequest request{};
+    request.code = PELORIN_RUN;
+    PelorinIoctlReply reply{};
+    ioctl(&request, &reply);
+}
+
+void CPluginLibrary::Apply(const std::string& document) const
+{
+    PelorinIoctlRequest request{};
+    request.code = PELORIN_APPLY;
+    request.dataLength = static_cast<std::int32_t>(document.size());
+    request.data = document.data();
+    PelorinIoctlReply reply{};
+    ioctl(&request, &reply);
+}
+
+void CPluginLibrary::Close() const
+{
+    PelorinStatusReply reply{};
+    close(nullptr, &reply);
+}
+
+void CPluginLibrary::Unload() const
+{
+    PelorinStatusReply reply{};
+    unload(nullptr, &reply);
+}
+
+CPluginRun::CPluginRun(const CPluginLibrary& served) : plugin(served)
+{
+    std::packaged_task<void()> run([&served] { served.Run(); });
+    result = run.get_future();
+    lent = std::thread(std::move(run));
+}
+
+CPluginRun::~CPluginRun()
+{
+    if (lent.joinable())
+        Join();
+}
+
+bool CPluginRun::EndsWithin(std::chrono::milliseconds time) const
+{
+    return result.wait_for(time) == std::future_status::ready;
+}
+
+void CPluginRun::Stop()
+{
+    Join();
+    result.get();
+}
+
+void CPluginRun::Join()
+{
+    // The run may miss a single Close.
+    do
+        plugin.Close();
+    while (!EndsWithin(kCloseInterval));
+    lent.join();
 }
 
 std::filesystem::path OwnPluginFile()

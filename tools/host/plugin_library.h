@@ -1,16 +1,20 @@
 #pragma once
 
-#include "entry_points.h"
+#include <pelorin/plugin.h>
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <memory>
+#include <string>
+#include <thread>
 
 namespace kx::tools {
 
-/// A loaded plug-in: its library and the entry points that this host calls. Looks them up by name,
-/// as a server does; of the plug-in's headers it uses the types alone.
+/// A loaded plug-in and its entry points, of which it fills the records. Each function is under the
+/// contract of its entry point in pelorin/plugin.h.
 ///
-/// The library goes when this goes: by then all its code must have returned.
+/// The library is closed with this object: by then all calls into it must have returned.
 class CPluginLibrary {
     struct CloseLibrary {
         void operator()(void* handle) const;
@@ -24,11 +28,49 @@ public:
     /// points.
     explicit CPluginLibrary(const std::filesystem::path& file);
 
-    const decltype(&Load) load;
-    const decltype(&Unload) unload;
-    const decltype(&Open) open;
-    const decltype(&Close) close;
-    const decltype(&IOCTL) ioctl;
+    /// Calls Load; returns the number of the module.
+    std::uint64_t Load(PelorinHostCallback callback) const;
+    void Open() const;
+    /// Calls IOCTL with PELORIN_RUN: returns when the plug-in was closed.
+    void Run() const;
+    /// Calls IOCTL with PELORIN_APPLY.
+    void Apply(const std::string& document) const;
+    void Close() const;
+    void Unload() const;
+
+    /// Finds a symbol of the library. Errors: std::runtime_error when there is none.
+    void* Find(const char* name) const;
+
+private:
+    const PelorinLoad load;
+    const PelorinOpen open;
+    const PelorinIoctl ioctl;
+    const PelorinClose close;
+    const PelorinUnload unload;
+};
+
+/// A run of the plug-in on a thread of its own.
+class CPluginRun {
+public:
+    /// Lends the plug-in a thread. The library outlives this and is loaded.
+    explicit CPluginRun(const CPluginLibrary& served);
+    CPluginRun(const CPluginRun&) = delete;
+    CPluginRun& operator=(const CPluginRun&) = delete;
+    /// Stops the run; an exception of it is lost.
+    ~CPluginRun();
+
+    /// Whether the run ends within this time.
+    bool EndsWithin(std::chrono::milliseconds time) const;
+
+    /// Stops the run and waits for its thread. Errors: what the run threw. Once.
+    void Stop();
+
+private:
+    void Join();
+
+    const CPluginLibrary& plugin;
+    std::future<void> result;
+    std::thread lent;
 };
 
 /// The plug-in that goes with this program: pelorin.so in the folder of the executable, where it is

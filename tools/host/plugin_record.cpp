@@ -41,7 +41,7 @@ std::optional<PluginRecord> ReadRegistration(const XMLDocument& document)
 
 } // namespace
 
-PluginRecord ReadPluginRecord(const HostRequest& request)
+PluginRecord ReadPluginRecord(const PelorinHostRequest& request)
 {
     std::string data(static_cast<const char*>(request.data), request.dataLength);
     if (!data.empty() && data.back() == '\0')
@@ -49,12 +49,12 @@ PluginRecord ReadPluginRecord(const HostRequest& request)
     XMLDocument document;
     std::optional<PluginRecord> record;
     if (document.Parse(data.data(), data.size()) == tinyxml2::XML_SUCCESS) {
-        if (request.command == kLogCommand)
+        if (request.command == PELORIN_LOG)
             record = ReadLogRecord(document);
-        else if (request.command == kRegisterCommand)
+        else if (request.command == PELORIN_REGISTER)
             record = ReadRegistration(document);
     }
-    return record ? *record : RawRecord{request.command, data};
+    return record ? *record : UnknownRecord{request.command, data};
 }
 
 } // namespace kx::tools

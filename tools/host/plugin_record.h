@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host_records.h"
+#include <pelorin/plugin.h>
 
 #include <string>
 #include <variant>
@@ -9,7 +9,7 @@ namespace kx::tools {
 
 /// What the plug-in reports.
 struct LogRecord {
-    int level; ///< one of those in i_core_log.h, or any other
+    int level; ///< PELORIN_LEVEL_..., or any other number
     std::string text;
 };
 
@@ -20,18 +20,18 @@ struct Registration {
     std::string version;
 };
 
-/// What the plug-in sent that is neither, or does not read.
-struct RawRecord {
+/// What the plug-in sent that is neither, or cannot be read.
+struct UnknownRecord {
     std::uint64_t command;
     std::string data;
 };
 
-using PluginRecord = std::variant<LogRecord, Registration, RawRecord>;
+using PluginRecord = std::variant<LogRecord, Registration, UnknownRecord>;
 
 /// Reads what the plug-in sent.
 ///
 /// Reads dataLength bytes and relies on no NUL, though the plug-in sends one.
 /// Threads: any.
-PluginRecord ReadPluginRecord(const HostRequest& request);
+PluginRecord ReadPluginRecord(const PelorinHostRequest& request);
 
 } // namespace kx::tools

@@ -5,11 +5,9 @@
 
 #include <algorithm>
 #include <csignal>
-#include <future>
 #include <iterator>
 #include <poll.h>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 using std::chrono::milliseconds;
@@ -20,7 +18,6 @@ namespace {
 
 constexpr milliseconds kTurnInterval{100};
 constexpr milliseconds kGatherTime{75};
-constexpr milliseconds kCloseInterval{10};
 /// How often a document is sent again for as long as it holds: the plug-in may have been held up
 /// for longer than anybody would wait.
 constexpr std::chrono::seconds kRepeatInterval{2};
@@ -68,20 +65,10 @@ public:
             Say(kNotActedText);
         settled = settled || acted || now >= actBy;
         sentAt = now;
-        Send();
+        plugin.Apply(document.text);
     }
 
 private:
-    void Send() const
-    {
-        IoctlRequest request{};
-        request.code = kApplyServerDocument;
-        request.dataLength = static_cast<std::int32_t>(document.text.size());
-        request.data = document.text.data();
-        IoctlReply reply{};
-        plugin.ioctl(&request, &reply);
-    }
-
     const CPluginLibrary& plugin;
     ServerDocument document{};
     unsigned stopsBefore = 0;
@@ -89,20 +76,6 @@ private:
     steady_clock::time_point sentAt;
     bool settled = false;
 };
-
-/// IOCTL code 1: returns when the plug-in was closed.
-void LendThread(const CPluginLibrary& plugin)
-{
-    IoctlRequest request{};
-    request.code = kRunDiscovery;
-    IoctlReply reply{};
-    plugin.ioctl(&request, &reply);
-}
-
-bool Ended(const std::future<void>& run, milliseconds wait)
-{
-    return run.wait_for(wait) == std::future_status::ready;
-}
 
 /// Lets the source read. What is in its way is said, and what is handed over stays.
 template <class Read>
@@ -130,13 +103,12 @@ bool TakeSignals(const CSignalQueue& signals, IDocumentSource& source)
 ///
 /// Changes of the source are gathered for a while from the first on: they tend to come in bursts,
 /// and every document that brings one has the plug-in start all over.
-void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source,
-                    const std::future<void>& run, const CSignalQueue& signals,
-                    steady_clock::time_point deadline)
+void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const CPluginRun& run,
+                    const CSignalQueue& signals, steady_clock::time_point deadline)
 {
     CDelivery delivery(plugin);
     auto gathered = steady_clock::time_point::max();
-    for (auto now = steady_clock::now(); now < deadline && !Ended(run, milliseconds::zero());
+    for (auto now = steady_clock::now(); now < deadline && !run.EndsWithin(milliseconds::zero());
          now = steady_clock::now()) {
         if (now >= gathered) {
             gathered = steady_clock::time_point::max();
@@ -164,33 +136,18 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source,
 void LiveThrough(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                  std::optional<steady_clock::duration> limit)
 {
-    const LoadRequest loadRequest{{}, OnPluginRequest};
-    LoadReply loadReply{};
-    plugin.load(&loadRequest, &loadReply);
-    Say(Compose("Loaded module ", loadReply.moduleId));
-
-    OpenReply openReply{};
-    plugin.open(nullptr, &openReply);
+    Say(Compose("Loaded module ", plugin.Load(OnPluginRequest)));
+    plugin.Open();
     Say("Opened");
 
-    std::packaged_task<void()> lending([&] { LendThread(plugin); });
-    std::future<void> run = lending.get_future();
-    std::thread lent(std::move(lending));
+    CPluginRun run(plugin);
     ServeUntilStop(plugin, source, run, signals,
                    limit ? steady_clock::now() + *limit : steady_clock::time_point::max());
-    const bool endedEarly = Ended(run, milliseconds::zero());
+    const bool endedEarly = run.EndsWithin(milliseconds::zero());
 
-    // A Close that falls between the run's look at its stop flag and its wait is not seen until the
-    // next; hence again and again.
     Say("Closing");
-    StatusReply statusReply{};
-    do
-        plugin.close(nullptr, &statusReply);
-    while (!Ended(run, kCloseInterval));
-    lent.join();
-    run.get();
-
-    plugin.unload(nullptr, &statusReply);
+    run.Stop();
+    plugin.Unload();
     Say("Unloaded");
     if (endedEarly)
         throw std::runtime_error("its run ended before it was closed");
