@@ -86,7 +86,7 @@ AwaitLine()
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
-Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --json --to "$@"; }
+Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 
 # ResidentMemory PROCESS: in KiB
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }

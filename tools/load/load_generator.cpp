@@ -1,12 +1,14 @@
 #include "load_generator.h"
 
 #include "discovery_group.h"
+#include "printable.h"
 
 #include <boost/asio/ip/multicast.hpp>
 
 #include <algorithm>
 #include <cerrno>
 #include <netinet/in.h>
+#include <ostream>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -42,23 +44,24 @@ udp::socket MakeSocket(boost::asio::io_context& ioService, const Load& load)
     return socket;
 }
 
-/// The records of sendmmsg(2) and recvmmsg(2) for up to kBatch datagrams. Where they are sent to is
-/// the same for all.
+/// The records of sendmmsg(2) and recvmmsg(2) for up to kBatch datagrams.
 class CBatch {
 public:
-    CBatch(std::vector<std::string>& datagrams, sockaddr_in* peer)
+    CBatch(std::vector<std::string>& datagrams, const sockaddr_in& destination)
     {
         for (std::size_t index = 0; index < datagrams.size(); ++index) {
             pieces[index] = {datagrams[index].data(), datagrams[index].size()};
             msghdr& header = headers[index].msg_hdr;
             header.msg_iov = &pieces[index];
             header.msg_iovlen = 1;
-            header.msg_name = peer;
-            header.msg_namelen = peer ? sizeof(*peer) : 0;
+            peers[index] = destination;
+            header.msg_name = &peers[index];
+            header.msg_namelen = sizeof(sockaddr_in);
         }
     }
 
     mmsghdr headers[kBatch]{};
+    sockaddr_in peers[kBatch]{}; ///< where each goes to or comes from
 
 private:
     iovec pieces[kBatch]{};
@@ -68,36 +71,34 @@ private:
 
 CLoadGenerator::CLoadGenerator(const Load& wanted)
     : load(wanted),
-      message(load.form),
-      outgoing(kBatch, message.Text()),
+      messages(load.templates),
+      socket(MakeSocket(ioService, load)),
+      outgoing(kBatch),
       incoming(kBatch, std::string(kMaxAnswerSize, '\0'))
 {
-    for (int count = 0; count < load.sources; ++count)
-        sockets.push_back(MakeSocket(ioService, load));
 }
 
 LoadResult CLoadGenerator::Run()
 {
-    // Otherwise the kernel lets each wait be 50 us longer, which no higher rate could do with.
+    // The kernel may otherwise prolong each wait by 50 us, too much for the higher rates.
     Check(prctl(PR_SET_TIMERSLACK, 1), "prctl");
     start = steady_clock::now();
     for (;;) {
         const Time now = steady_clock::now();
-        Expire(now);
-        if (Sending(now))
-            Send(Due(now), now);
-        else if (open == 0)
+        ForgetSettled(now);
+        if (IsSending(now))
+            Send(DueCount(now), now);
+        else if (questions.empty())
             return result;
-        // In a closed loop it looks again at once: to wake it for an answer would be work of
-        // whoever sends that.
+        // A closed loop polls: waking it for an answer would be work of the server's.
         if (load.rate > 0)
-            Wait(NextTurn(now));
+            Wait(NextDueTime(now));
         Receive();
     }
 }
 
-/// How many messages should be on their way by now and are not.
-std::uint64_t CLoadGenerator::Due(Time now) const
+/// How many messages are to be sent now.
+std::uint64_t CLoadGenerator::DueCount(Time now) const
 {
     std::uint64_t due = load.inFlight - open;
     if (load.rate > 0) {
@@ -105,88 +106,82 @@ std::uint64_t CLoadGenerator::Due(Time now) const
         const auto total = static_cast<std::uint64_t>(elapsed.count() * load.rate) + 1;
         due = total - std::min(total, result.sent);
     }
-    return std::min({due, load.count - result.sent, std::uint64_t{kBatch}});
+    return std::min({due, load.maxCount - result.sent, std::uint64_t{kBatch}});
 }
 
-/// At a rate: when there will be something to do even if no answer comes.
-CLoadGenerator::Time CLoadGenerator::NextTurn(Time now) const
+/// At a rate: when there is something to do even if no answer comes.
+CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
-    if (!awaited.empty())
-        next = std::min(next, awaited.front().sentAt + kAnswerBound);
-    if (!Sending(now))
+    if (!questions.empty())
+        next = std::min(next, questions.front().sentAt + kAnswerBound);
+    if (!IsSending(now))
         return next;
     const std::chrono::duration<double> due(static_cast<double>(result.sent) / load.rate);
     next = std::min(next, start + duration_cast<nanoseconds>(due));
-    return std::min(next, start + load.time);
+    return std::min(next, start + load.maxTime);
 }
 
-void CLoadGenerator::Send(std::uint64_t due, Time now)
+void CLoadGenerator::Send(std::uint64_t count, Time now)
 {
-    if (due == 0)
+    if (count == 0)
         return;
-    for (std::uint64_t index = 0; index < due; ++index)
-        message.Number(outgoing[index], result.sent + index);
-    sockaddr_in peer{};
-    peer.sin_family = AF_INET;
-    peer.sin_port = htons(kDiscoveryPort);
-    peer.sin_addr.s_addr = htonl(load.destination.to_uint());
-    CBatch batch(outgoing, &peer);
-
-    // The ports take turns by the batch.
-    std::rotate(sockets.begin(), sockets.begin() + 1, sockets.end());
-    for (std::uint64_t done = 0; done < due;) {
-        done += static_cast<std::uint64_t>(
-            Check(sendmmsg(sockets.front().native_handle(), batch.headers + done,
-                           static_cast<unsigned>(due - done), 0),
-                  "sendmmsg"));
+    for (std::uint64_t index = 0; index < count; ++index)
+        messages.Write(result.sent + index, outgoing[index]);
+    sockaddr_in destination{};
+    destination.sin_family = AF_INET;
+    destination.sin_port = htons(kDiscoveryPort);
+    destination.sin_addr.s_addr = htonl(load.destination.to_uint());
+    CBatch batch(outgoing, destination);
+    for (std::uint64_t done = 0; done < count;) {
+        done +=
+            static_cast<std::uint64_t>(Check(sendmmsg(socket.native_handle(), batch.headers + done,
+                                                      static_cast<unsigned>(count - done), 0),
+                                             "sendmmsg"));
     }
-    result.sent += due;
+    result.sent += count;
     result.elapsed = now - start;
     if (load.answered) {
-        awaited.insert(awaited.end(), due, Awaited{now, false});
-        open += due;
+        questions.insert(questions.end(), count, Question{now, false, {}});
+        open += count;
     }
 }
 
 void CLoadGenerator::Wait(Time until)
 {
-    std::vector<pollfd> readable;
-    if (load.answered) {
-        for (auto& socket : sockets)
-            readable.push_back({socket.native_handle(), POLLIN, 0});
-    }
+    pollfd readable{load.answered ? socket.native_handle() : -1, POLLIN, 0};
     const auto wait =
         std::max(duration_cast<nanoseconds>(until - steady_clock::now()), nanoseconds::zero());
     const timespec bound{wait / std::chrono::seconds(1), (wait % std::chrono::seconds(1)).count()};
-    Check(ppoll(readable.data(), readable.size(), &bound, nullptr), "ppoll");
+    Check(ppoll(&readable, 1, &bound, nullptr), "ppoll");
 }
 
 void CLoadGenerator::Receive()
 {
     if (!load.answered)
         return;
-    for (auto& socket : sockets) {
-        CBatch batch(incoming, nullptr);
-        const int count =
-            recvmmsg(socket.native_handle(), batch.headers, kBatch, MSG_DONTWAIT, nullptr);
-        if (count < 0 && errno == EAGAIN)
-            continue;
-        Check(count, "recvmmsg");
-        const Time now = steady_clock::now();
-        for (int index = 0; index < count; ++index)
-            TakeAnswer(
-                {incoming[static_cast<std::size_t>(index)].data(), batch.headers[index].msg_len},
-                now);
+    CBatch batch(incoming, {});
+    const int count =
+        recvmmsg(socket.native_handle(), batch.headers, kBatch, MSG_DONTWAIT, nullptr);
+    if (count < 0 && errno == EAGAIN)
+        return;
+    Check(count, "recvmmsg");
+    const Time now = steady_clock::now();
+    for (std::size_t index = 0; index < static_cast<std::size_t>(count); ++index) {
+        OnAnswer({incoming[index].data(), batch.headers[index].msg_len},
+                 ntohl(batch.peers[index].sin_addr.s_addr), now);
     }
 }
 
-void CLoadGenerator::TakeAnswer(std::string_view answer, Time now)
+void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Time now)
 {
-    const auto number = message.NumberIn(answer);
-    if (!number || *number < firstAwaited || *number - firstAwaited >= awaited.size())
+    ++result.received;
+    const auto number = messages.NumberIn(answer);
+    if (!number || *number < firstNumber || *number - firstNumber >= questions.size())
         return;
-    Awaited& question = awaited[*number - firstAwaited];
+    Question& question = questions[*number - firstNumber];
+    if (load.record)
+        question.answeredBy += " " + boost::asio::ip::address_v4(source).to_string();
     if (question.answered)
         return;
     question.answered = true;
@@ -197,17 +192,29 @@ void CLoadGenerator::TakeAnswer(std::string_view answer, Time now)
     result.elapsed = now - start;
 }
 
-void CLoadGenerator::Expire(Time now)
+/// The record waits for the answers of others, so there each question gets its whole second.
+void CLoadGenerator::ForgetSettled(Time now)
 {
-    while (!awaited.empty() &&
-           (awaited.front().answered || awaited.front().sentAt + kAnswerBound <= now)) {
-        if (!awaited.front().answered) {
+    while (!questions.empty() && ((questions.front().answered && !load.record) ||
+                                  questions.front().sentAt + kAnswerBound <= now)) {
+        if (!questions.front().answered) {
             --open;
             ++result.lost;
         }
-        awaited.pop_front();
-        ++firstAwaited;
+        if (load.record)
+            Record(questions.front(), now);
+        questions.pop_front();
+        ++firstNumber;
     }
+}
+
+void CLoadGenerator::Record(const Question& question, Time now)
+{
+    using std::chrono::system_clock;
+    const auto sentAt =
+        system_clock::now() - duration_cast<system_clock::duration>(now - question.sentAt);
+    *load.record << TimeText(sentAt, localtime_r, "%H:%M:%S") << question.answeredBy << '\n'
+                 << std::flush;
 }
 
 } // namespace kx::tools

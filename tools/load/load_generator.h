@@ -1,6 +1,6 @@
 #pragma once
 
-#include "numbered_message.h"
+#include "numbered_messages.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -18,23 +19,26 @@ struct Load {
     boost::asio::ip::address_v4 destination;
     /// Own address to send from; the unspecified one leaves the choice to the kernel.
     boost::asio::ip::address_v4 from;
-    int sources = 1;            ///< ports to send from, in turn
-    std::string form;           ///< see CNumberedMessage
-    bool answered = true;       ///< whether answers are waited for
-    std::uint64_t inFlight = 1; ///< answers waited for at a time, when there is no rate
-    double rate = 0;            ///< messages per second; 0: as many as there are answers
-    std::uint64_t count = 0;    ///< messages at most
-    std::chrono::steady_clock::duration time{}; ///< time to send at most
+    std::vector<std::string> templates; ///< sent in turn, see CNumberedMessages
+    bool answered = true;               ///< whether answers are waited for
+    std::uint64_t inFlight = 1;         ///< answers waited for concurrently, without a rate
+    double rate = 0;                    ///< messages per second; 0: one for each answer
+    std::uint64_t maxCount = 0;         ///< messages
+    std::chrono::steady_clock::duration maxTime{}; ///< from the first message to the last
+    /// Gets a line for each message a second after it was sent: the local time of day of the
+    /// sending and the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null.
+    std::ostream* record = nullptr;
 };
 
 /// What came of it.
 struct LoadResult {
     std::uint64_t sent = 0;
     std::uint64_t answered = 0;
-    std::uint64_t lost = 0; ///< not answered within a second
+    std::uint64_t lost = 0;     ///< not answered within a second
+    std::uint64_t received = 0; ///< datagrams, those that answer no message included
     /// From the first message to the last, or to the last answer.
     std::chrono::duration<double> elapsed{};
-    /// Of each answer, from its sending, in nanoseconds. In no order.
+    /// From each answered message to its first answer, in nanoseconds, unordered.
     std::vector<std::uint32_t> roundTrips;
 };
 
@@ -44,7 +48,7 @@ struct LoadResult {
 /// Threads: one.
 class CLoadGenerator {
 public:
-    /// Errors: boost::system::system_error when a socket cannot be made.
+    /// Errors: boost::system::system_error when the socket cannot be made.
     explicit CLoadGenerator(const Load& load);
 
     /// Runs once. Returns when everything was sent and each message answered or lost.
@@ -54,30 +58,35 @@ public:
 
 private:
     using Time = std::chrono::steady_clock::time_point;
-    struct Awaited {
+    struct Question {
         Time sentAt;
         bool answered;
+        std::string answeredBy; ///< for the record alone: " ADDRESS" of each answer
     };
 
-    bool Sending(Time now) const { return now < start + load.time && result.sent < load.count; }
-    std::uint64_t Due(Time now) const;
-    Time NextTurn(Time now) const;
-    void Send(std::uint64_t due, Time now);
+    bool IsSending(Time now) const
+    {
+        return now < start + load.maxTime && result.sent < load.maxCount;
+    }
+    std::uint64_t DueCount(Time now) const;
+    Time NextDueTime(Time now) const;
+    void Send(std::uint64_t count, Time now);
     void Wait(Time until);
     void Receive();
-    void TakeAnswer(std::string_view answer, Time now);
-    void Expire(Time now);
+    void OnAnswer(std::string_view answer, std::uint32_t source, Time now);
+    void ForgetSettled(Time now);
+    void Record(const Question& question, Time now);
 
     const Load load;
-    const CNumberedMessage message;
+    const CNumberedMessages messages;
     boost::asio::io_context ioService;
-    std::vector<boost::asio::ip::udp::socket> sockets;
+    boost::asio::ip::udp::socket socket;
     std::vector<std::string> outgoing; ///< as many as go in one call
     std::vector<std::string> incoming;
     /// Messages that may yet be answered, in the order of their numbers, and the first one's
     /// number.
-    std::deque<Awaited> awaited;
-    std::uint64_t firstAwaited = 0;
+    std::deque<Question> questions;
+    std::uint64_t firstNumber = 0;
     std::uint64_t open = 0; ///< those of them that are not answered
     Time start;
     LoadResult result;

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iomanip>
 #include <iostream>
 #include <limits>
 #include <stdexcept>
@@ -20,9 +19,9 @@ namespace {
 using boost::asio::ip::make_address_v4;
 
 constexpr char kDescription[] =
-    "Sends Probes to a recorder, counts its answers and tells how long they took. For the\n"
-    "developers' measurements; the recorder of an own network namespace is the one to ask.\n"
-    "Exit status: 0 when the load was sent, whatever came of it, 2 on misuse or failure.";
+    "Sends Probes to a recorder and prints, as JSON, how many it answered and how fast. For the\n"
+    "developers' measurements in network namespaces of their own.\n"
+    "Exit status: 0 when the load was sent, whether answered or not, 2 on misuse or failure.";
 
 struct LoadOptions {
     std::string destination;
@@ -31,16 +30,15 @@ struct LoadOptions {
     double rate = 0;
     double seconds = 10;
     std::uint64_t count = std::numeric_limits<std::uint64_t>::max();
-    int sources = 1;
-    std::optional<std::string> messageFile;
+    std::vector<std::string> messageFiles;
     bool noAnswer = false;
-    bool json = false;
+    std::string recordFile;
 };
 
 template <class Number>
-CLI::Validator UpTo(Number most)
+CLI::Validator UpTo(Number max)
 {
-    return CLI::Range(Number{1}, most).description("");
+    return CLI::Range(Number{1}, max).description("");
 }
 
 void AddOptions(CLI::App& app, LoadOptions& options)
@@ -49,54 +47,61 @@ void AddOptions(CLI::App& app, LoadOptions& options)
         ->required()
         ->check(CLI::Validator(CLI::ValidIPV4).description(""))
         ->type_name("ADDRESS");
-    AddAdapterOption(app, options.adapterNames, "Adapter to send from; a must for the group");
-    app.add_option("--in-flight", options.inFlight,
-                   "Send the next message when one is answered or lost, with N on their way")
+    AddAdapterOption(app, options.adapterNames, "Adapter to send from; required for the group");
+    app.add_option(
+           "--in-flight", options.inFlight,
+           "Keep N messages waiting for an answer: send the next when one is answered or lost")
         ->check(UpTo(100'000))
         ->type_name("N")
         ->capture_default_str();
     CLI::Option* rate =
-        app.add_option("--rate", options.rate, "Send N a second, whatever is answered")
+        app.add_option("--rate", options.rate, "Send N messages a second, answered or not")
             ->check(UpTo(1e6))
             ->excludes("--in-flight")
             ->type_name("N");
-    app.add_option("--seconds", options.seconds, "Time to send at most")
+    app.add_option("--seconds", options.seconds, "Stop sending after S seconds")
         ->check(PositiveSeconds())
         ->type_name("S")
         ->capture_default_str();
-    app.add_option("--count", options.count, "Messages to send at most")
+    app.add_option("--count", options.count, "Stop sending after N messages")
         ->check(CLI::PositiveNumber.description(""))
         ->type_name("N");
-    app.add_option("--sources", options.sources, "Ports to send from, in turn")
-        ->check(UpTo(1'000))
-        ->type_name("K")
-        ->capture_default_str();
-    app.add_option("--message", options.messageFile,
+    app.add_option("--message", options.messageFiles,
                    Compose("Send this instead of a Probe for recorders; ", kIdentifierMark,
-                           " in it stands for the identifier"))
+                           " in it stands for the identifier. Several are sent in turn"))
+        ->allow_extra_args(false)
         ->type_name("FILE");
-    app.add_flag("--no-answer", options.noAnswer, "Wait for no answers")->needs(rate);
-    app.add_flag("--json", options.json, "Print JSON");
+    CLI::Option* noAnswer =
+        app.add_flag("--no-answer", options.noAnswer, "Do not wait for answers")->needs(rate);
+    app.add_option("--record", options.recordFile,
+                   "Write a line for each message: when it was sent and which addresses answered "
+                   "within a second")
+        ->excludes(noAnswer)
+        ->type_name("FILE");
 }
 
-std::string ReadForm(const LoadOptions& options)
+std::string ReadFile(const std::string& name)
 {
-    if (!options.messageFile) {
-        ProbeMessage probe = MakeProbe(kVendorDiscoveryUri, "NetworkVideoRecorder");
-        return probe.text.replace(probe.text.find(probe.identifier), probe.identifier.size(),
-                                  kIdentifierMark);
-    }
-    std::ifstream file(*options.messageFile);
-    std::string form{std::istreambuf_iterator<char>(file), {}};
+    std::ifstream file(name);
+    std::string text{std::istreambuf_iterator<char>(file), {}};
     if (!file)
-        throw std::runtime_error("cannot read " + *options.messageFile);
-    if (!options.noAnswer && form.find(kIdentifierMark) == std::string::npos)
-        throw std::runtime_error(Compose("no answer can be told apart without ", kIdentifierMark,
-                                         " in the message; give --no-answer"));
-    return form;
+        throw std::runtime_error("cannot read " + name);
+    return text;
 }
 
-/// The time that this share of the round trips does not exceed, in microseconds.
+std::vector<std::string> ReadTemplates(const LoadOptions& options)
+{
+    std::vector<std::string> texts;
+    for (const std::string& each : options.messageFiles)
+        texts.push_back(ReadFile(each));
+    if (!texts.empty())
+        return texts;
+    ProbeMessage probe = MakeProbe(kVendorDiscoveryUri, "NetworkVideoRecorder");
+    return {probe.text.replace(probe.text.find(probe.identifier), probe.identifier.size(),
+                               kIdentifierMark)};
+}
+
+/// Returns the time that this share of the round trips does not exceed, in microseconds.
 double Percentile(std::vector<std::uint32_t>& roundTrips, double share)
 {
     if (roundTrips.empty())
@@ -116,31 +121,33 @@ int Run(const LoadOptions& options)
             make_address_v4(SelectAdapters(ReadAdapters(), options.adapterNames).front().ipAddress);
     else if (load.destination.is_multicast())
         throw std::runtime_error("name the adapter of the group with --adapter");
-    load.sources = options.sources;
-    load.form = ReadForm(options);
+    load.templates = ReadTemplates(options);
     load.answered = !options.noAnswer;
     load.inFlight = options.inFlight;
     load.rate = options.rate;
-    load.count = options.count;
-    load.time = ToDuration(options.seconds);
+    load.maxCount = options.count;
+    load.maxTime = ToDuration(options.seconds);
+    std::ofstream record;
+    if (!options.recordFile.empty()) {
+        record.open(options.recordFile);
+        load.record = &record;
+    }
 
     LoadResult result = CLoadGenerator(load).Run();
     const double seconds = result.elapsed.count();
     const std::uint64_t counted = load.answered ? result.answered : result.sent;
     const double rate = seconds > 0 ? static_cast<double>(counted) / seconds : 0;
-    const double median = Percentile(result.roundTrips, 0.5);
-    const double slow = Percentile(result.roundTrips, 0.99);
-    if (options.json) {
-        const nlohmann::ordered_json json{{"sent", result.sent}, {"answered", result.answered},
-                                          {"lost", result.lost}, {"seconds", seconds},
-                                          {"rate", rate},        {"p50Us", median},
-                                          {"p99Us", slow}};
-        std::cout << json.dump() << '\n';
-    } else {
-        std::cout << Compose(std::fixed, std::setprecision(1), "sent ", result.sent, ", answered ",
-                             result.answered, ", lost ", result.lost, " in ", seconds, " s: ", rate,
-                             "/s, round trip p50 ", median, " us, p99 ", slow, " us\n");
-    }
+    const nlohmann::ordered_json json{{"sent", result.sent},
+                                      {"answered", result.answered},
+                                      {"lost", result.lost},
+                                      {"received", result.received},
+                                      {"seconds", seconds},
+                                      {"rate", rate},
+                                      {"p50Us", Percentile(result.roundTrips, 0.5)},
+                                      {"p99Us", Percentile(result.roundTrips, 0.99)}};
+    std::cout << json.dump() << '\n';
+    if (!record)
+        throw std::runtime_error("cannot write " + options.recordFile);
     return 0;
 }
 

@@ -1,9 +1,8 @@
-#include "numbered_message.h"
+#include "numbered_messages.h"
 
 #include "uuid.h"
 
 #include <charconv>
-#include <utility>
 
 namespace kx::tools {
 namespace {
@@ -20,27 +19,32 @@ std::string NewIdentifierStart()
 
 } // namespace
 
-CNumberedMessage::CNumberedMessage(std::string form)
-    : identifier(NewIdentifierStart()), text(std::move(form))
+CNumberedMessages::CNumberedMessages(const std::vector<std::string>& texts)
+    : identifier(NewIdentifierStart())
 {
     const std::string whole = identifier + std::string(kDigits, '0');
-    for (std::size_t at = text.find(kIdentifierMark); at != std::string::npos;
-         at = text.find(kIdentifierMark, at)) {
-        text.replace(at, sizeof(kIdentifierMark) - sizeof('\0'), whole);
-        digitsAt.push_back(at + identifier.size());
+    for (const std::string& text : texts) {
+        Template& each = templates.emplace_back(Template{text, {}});
+        for (std::size_t at = text.find(kIdentifierMark); at != std::string::npos;
+             at = each.text.find(kIdentifierMark, at)) {
+            each.text.replace(at, sizeof(kIdentifierMark) - sizeof('\0'), whole);
+            each.digitsAt.push_back(at + identifier.size());
+        }
     }
 }
 
-void CNumberedMessage::Number(std::string& message, std::uint64_t number) const
+void CNumberedMessages::Write(std::uint64_t number, std::string& message) const
 {
+    const Template& source = templates[number % templates.size()];
+    message = source.text;
     char digits[kDigits];
     for (std::size_t index = kDigits; index > 0; number /= 16)
         digits[--index] = "0123456789abcdef"[number % 16];
-    for (const std::size_t at : digitsAt)
+    for (const std::size_t at : source.digitsAt)
         message.replace(at, kDigits, digits, kDigits);
 }
 
-std::optional<std::uint64_t> CNumberedMessage::NumberIn(std::string_view answer) const
+std::optional<std::uint64_t> CNumberedMessages::NumberIn(std::string_view answer) const
 {
     const std::size_t at = answer.find(identifier);
     if (at == std::string_view::npos)
