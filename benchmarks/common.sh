@@ -2,20 +2,11 @@
 # samples.
 # shellcheck shell=bash disable=SC2154
 
+# shellcheck source=../scripts/network.sh
+. "$(dirname "${BASH_SOURCE[0]}")/../scripts/network.sh"
+
 readonly server_core=0 load_core=1
 declare -A running # by process number
-
-# Runs the calling script anew in a network namespace of its own. All processes that it starts end
-# with it, however it ends.
-EnterOwnNetwork()
-{
-    [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]] ||
-        exec "$(dirname "${BASH_SOURCE[0]}")/../scripts/own-network" \
-            unshare --pid --fork --kill-child --mount-proc "$@"
-    # The first process of a process namespace ignores a signal that it has no handler for.
-    trap 'exit 130' INT
-    trap 'exit 143' TERM
-}
 
 EndAll()
 {
@@ -29,24 +20,6 @@ Sample()
     local IFS=,
     echo "$*" >>"$results/samples.csv"
 }
-
-# Makes a network namespace, which lives as long as the process whose number is left in $namespace.
-MakeNamespace()
-{
-    local own there
-    own=$(readlink /proc/self/ns/net)
-    unshare --net sleep infinity &
-    namespace=$!
-    running[$namespace]=1
-    # Now and then it cannot be read for a moment.
-    until there=$(readlink "/proc/$namespace/ns/net") && [[ $there != "$own" ]]; do
-        kill -0 "$namespace"
-        sleep 0.01
-    done
-}
-
-# In NAMESPACE COMMAND...
-In() { nsenter --net="/proc/$1/ns/net" "${@:2}"; }
 
 # AwaitAdapters COUNT: until so many cables of the namespace are known to carry, which the kernel
 # finds out somewhat later.

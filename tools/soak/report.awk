@@ -1,0 +1,189 @@
+# Reads what a soak left, writes the samples and prints the summary. Exit status 1 if a rule is broken.
+#
+#   awk -v steady=ADDRESS -v samples=FILE -f report.awk HOST-LOG PROBES UNANSWERABLE
+#
+# HOST-LOG is the log of pelorin-soak with a line for each event of an adapter. PROBES and
+# UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
+# answered. ADDRESS is that of the adapter that is always there.
+
+BEGIN {
+    margin = 0.25 # s; no answer is due this close to a start or stop of an endpoint
+    max_silence = 60 # s; the host prints its state every second
+    long_life = 3 # s; a longer life answers at least one Probe
+    min_share = 0.99 # of the Probes that are to be answered
+
+    # By how much a count may exceed the one after the first life while the plug-in runs. The I/O
+    # service has three descriptors, each adapter a socket (of twice two in a document of a burst),
+    # and the host opens others for a moment. Threads: the one that the plug-in borrows, its I/O
+    # thread and one that sends a burst.
+    max_more["descriptors"] = 12
+    max_more["threads"] = 3
+
+    # By how much the minimum in the last quarter of the samples may exceed the minimum in the
+    # second, in bytes. After each life the heap is the same but for a few texts; within one it
+    # follows the number of adapters. The allocator returns the memory of a huge document to the
+    # system only now and then.
+    max_growth["Gone", "heap"] = 1024
+    max_growth["Running", "heap"] = 65536
+    max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
+}
+
+# Each file begins in the day in which the first one does.
+FNR == 1 {
+    ++file
+    now = start
+}
+
+{
+    split($1, clock, ":")
+    time = clock[1] * 3600 + clock[2] * 60 + clock[3]
+    while (time < now - 43200)
+        time += 86400
+    now = time
+    if (NR == 1)
+        start = last_state = now
+}
+
+file == 1 {
+    text = substr($0, match($0, / [^ ]+ +/) + RLENGTH)
+    end = now
+}
+file == 1 && $2 == "adapter" { ++adapter_events }
+file == 1 && text ~ /^Handing over / { documents += $6 == "burst" ? $8 : 1 }
+file == 1 && text ~ /^Loaded module/ { life_start[++lives] = now }
+file == 1 && text == "Unloaded" { life_end[lives] = now }
+file == 1 && text ~ /^Joined multicast group/ && $NF == steady && !is_up {
+    up_from[++ups] = now
+    is_up = 1
+}
+file == 1 && (text == "Closing" || text ~ /^Stopping discovery operations/) && is_up {
+    up_to[ups] = now
+    is_up = 0
+}
+file == 1 && text ~ /^(Running|Gone): / {
+    if (now - last_state > max_silence)
+        Fault("no state for more than " max_silence " s: the host hung")
+    last_state = now
+    when = substr($3, 1, length($3) - 1)
+    if (when == "Running" && running_life != lives) {
+        running_life = lives # the checks are for the last life
+        count["Running"] = 0
+    }
+    entry = ++count[when]
+    second = int(now - start)
+    row = lives
+    for (field = 4; field < NF; field += 2) {
+        value = $(field + 1) + 0
+        state[when, entry, $field] = value
+        row = row "," value
+        if (when == "Running")
+            most_running[$field] = Max(most_running[$field], value)
+    }
+    sampled[second] = row
+}
+
+file == 2 {
+    ++probes
+    answers += NF - 1
+    answered = index($0 " ", " " steady " ") > 0
+    second = int(now - start)
+    ++sent[second]
+    sent_answered[second] += answered
+    # Only an endpoint that was up all around the sending owes an answer.
+    while (up < ups && up_from[up + 1] + margin <= now)
+        ++up
+    if (up == 0 || now < up_from[up] + margin || now > (up in up_to ? up_to[up] : end) - margin)
+        next
+    while (life < lives && life_start[life + 1] <= now)
+        ++life
+    ++due
+    due_answered += answered
+    life_answered[life] += answered
+}
+
+file == 3 {
+    ++unanswerable
+    if (NF > 1)
+        Fault("an answer to what must not be answered: " $0)
+}
+
+function Max(first, second) { return first > second ? first : second }
+
+function Fault(text) { faults[++fault_count] = text }
+
+# The minimum of a figure in one quarter of the samples, counted from 0.
+function MinInQuarter(when, figure, quarter,    size, number, min) {
+    size = int(count[when] / 4)
+    number = quarter == 3 ? count[when] - size : quarter * size
+    min = state[when, ++number, figure]
+    while (--size > 0)
+        if (state[when, ++number, figure] < min)
+            min = state[when, number, figure]
+    return min
+}
+
+function CheckGrowth(when, where, figure,    warm, last, line) {
+    if (count[when] < 4)
+        return Fault("too short to check the growth " where)
+    warm = MinInQuarter(when, figure, 1)
+    last = MinInQuarter(when, figure, 3)
+    line = sprintf("%-8s %s: %d KiB at first, %d KiB after warm-up, %d KiB at the end, " \
+        "%+.1f KiB (%d allowed)", figure, where, state[when, 1, figure] / 1024, warm / 1024,
+        last / 1024, (last - warm) / 1024, max_growth[when, figure] / 1024)
+    print line
+    if (last - warm > max_growth[when, figure])
+        Fault(line)
+}
+
+function CheckCount(figure,    first, most, number) {
+    first = state["Gone", 1, figure]
+    for (number = 1; number <= count["Gone"]; ++number) {
+        most = Max(most, state["Gone", number, figure])
+        if (state["Gone", number, figure] != first)
+            left_over[figure] = 1
+    }
+    printf "%s: %d after the first life, %d after the last, at most %d after any and %d in any\n",
+        figure, first, state["Gone", count["Gone"], figure], most, most_running[figure]
+    if (figure in left_over)
+        Fault(figure " left over")
+    if (most_running[figure] > first + max_more[figure])
+        Fault("too many " figure " in a life")
+}
+
+function CheckAnswers(    share, number) {
+    share = due ? due_answered / due : 0
+    printf "Probes: %d sent and %d that must not be answered; %d answers\n",
+        probes, unanswerable, answers
+    printf "Probes while the steady adapter's endpoint was up: %d, answered there: %d, %.3f %%\n",
+        due, due_answered, 100 * share
+    if (share < min_share)
+        Fault("Probes went unanswered")
+    for (number = 1; number <= lives; ++number)
+        if (life_end[number] - life_start[number] > long_life && !life_answered[number])
+            Fault("no Probe answered in life " number)
+}
+
+END {
+    print "second,life,heap,resident,descriptors,threads,sent,answered" >samples
+    for (second = 0; second <= end - start; ++second)
+        print second "," (second in sampled ? sampled[second] : ",,,,") "," sent[second] "," \
+            sent_answered[second] >samples
+
+    printf "%.1f minutes, %d lives, %d documents, %d adapter events\n", (end - start) / 60, lives,
+        documents, adapter_events
+    if (lives > 0 && count["Gone"] == lives && lives in life_end) {
+        CheckAnswers()
+        CheckCount("descriptors")
+        CheckCount("threads")
+        CheckGrowth("Gone", "after lives", "heap")
+        CheckGrowth("Gone", "after lives", "resident")
+        CheckGrowth("Running", "within the last life", "heap")
+        CheckGrowth("Running", "within the last life", "resident")
+    } else {
+        Fault("a life did not end")
+    }
+    print fault_count ? "FAILED" : "Flat."
+    for (number = 1; number <= fault_count; ++number)
+        print "  " faults[number]
+    exit fault_count > 0
+}
