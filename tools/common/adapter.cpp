@@ -100,7 +100,7 @@ std::vector<Adapter> ReadAdapters()
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back({rtnl_link_get_name(link), index, address,
                             MacText(rtnl_link_get_addr(link)), connected,
-                            (flags & IFF_LOOPBACK) != 0});
+                            (flags & IFF_LOOPBACK) != 0, rtnl_link_get_operstate(link)});
     }
     std::sort(adapters.begin(), adapters.end(),
               [](const Adapter& left, const Adapter& right) { return left.index < right.index; });

@@ -132,7 +132,8 @@ bool CProbers::TakeOver(const std::vector<Adapter>& adapters, const std::set<int
             return SameDevice(known.adapter, each) && deleted.count(each.index) == 0;
         });
         if (line != former.end()) {
-            changed = changed || each.connected != line->adapter.connected;
+            changed = changed || each.connected != line->adapter.connected ||
+                      each.operationalState != line->adapter.operationalState;
             lines.push_back({each, line->prober});
         } else if (!each.ipAddress.empty()) {
             Open(each);
