@@ -143,7 +143,10 @@ TEST_P(Teardown, IsBoundedAndComplete)
         const auto taken = Round(hold);
         EXPECT_LT(taken, kNoise);
         EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
-        EXPECT_EQ(Entries("/proc/self/task"), threads);
+        // A thread that was joined may be listed for a moment longer.
+        for (int tenth = 0; tenth < 10 && Entries("/proc/self/task") > threads; ++tenth)
+            std::this_thread::sleep_for(100ms);
+        EXPECT_LE(Entries("/proc/self/task"), threads);
         shortest = std::min(shortest, taken);
     }
     EXPECT_LT(shortest, kByeBound) << "not even one was prompt";
