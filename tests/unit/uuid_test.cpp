@@ -50,8 +50,19 @@ extern "C" int __wrap_open(const char* path, int flags, ...)
     return static_cast<int>(Play('o'));
 }
 
-// What open is called where _FILE_OFFSET_BITS is 64, as newer editions of tinyxml2 have it.
+// What open is called where _FILE_OFFSET_BITS is 64, as newer versions of tinyxml2 have it, and
+// where the C library checks its arguments.
 extern "C" int __wrap_open64(const char* path, int flags, ...)
+{
+    return __wrap_open(path, flags);
+}
+
+extern "C" int __wrap___open_2(const char* path, int flags)
+{
+    return __wrap_open(path, flags);
+}
+
+extern "C" int __wrap___open64_2(const char* path, int flags)
 {
     return __wrap_open(path, flags);
 }
