@@ -1,18 +1,21 @@
-# What keeps a fault in this code from becoming somebody's way in: the plug-in reads what anybody on
-# the network sends, inside the server. It holds for everything, tests included, so that these run
-# what is delivered; scripts/check-hardening reads it off the files again. Of no use under a
-# sanitizer, which sees more.
+# Makes a fault in this code harder to exploit: the plug-in reads what any machine on the network
+# sends, inside the server. The flags apply to everything, tests included, so that the tests run what
+# is delivered; scripts/check-hardening checks the built files. Not under a sanitizer, which detects
+# more.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
 
-# Executables are laid out anew at each start, as libraries are.
+# Executables are loaded at a random address, as libraries are.
 check_pie_supported(LANGUAGES CXX)
 
 if(NOT PELORIN_SANITIZE)
-  # Not every compiler and processor knows them all.
-  foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  # Not every compiler supports each on every processor; some then only warn, which breaks the build
+  # later.
+  set(CMAKE_REQUIRED_FLAGS -Werror)
+  foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection
+      -mbranch-protection=standard)
     string(MAKE_C_IDENTIFIER "HAS${flag}" has)
     check_cxx_compiler_flag(${flag} ${has})
     if(${has})
@@ -20,7 +23,7 @@ if(NOT PELORIN_SANITIZE)
     endif()
   endforeach()
 
-  # The C library's checks need an optimising build; level 3 not every edition of it has.
+  # The C library's checks need an optimising build; older versions of it lack level 3.
   set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
   check_cxx_source_compiles("#include <cstdio>\nint main() {}" HAS_FORTIFY_3)
   unset(CMAKE_REQUIRED_FLAGS)
@@ -29,7 +32,7 @@ if(NOT PELORIN_SANITIZE)
     "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${level}>")
 endif()
 
-# Tables of addresses are read-only before the first call, no page is both writable and code.
+# Tables of addresses are read-only before the first call; no page is both writable and executable.
 foreach(word IN ITEMS relro now noexecstack text separate-code)
   string(MAKE_C_IDENTIFIER "HAS-z-${word}" has)
   check_linker_flag(CXX -Wl,-z,${word} ${has})
