@@ -1,9 +1,9 @@
 #pragma once
 
+#include "adapter_record.h"
 #include "discovery_soap.h"
 #include "endpoint_description.h"
 #include "i_core_log.h"
-#include "plugin_context.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>

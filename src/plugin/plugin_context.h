@@ -1,22 +1,15 @@
 #pragma once
 
+#include "adapter_record.h"
+
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <atomic>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace kx {
-
-/// One connected network adapter, as the host's document names it. No form is checked here.
-struct AdapterRecord {
-    std::string ipAddress;  ///< IPv4 address as dotted text
-    std::string handle;     ///< network device name
-    std::string macAddress; ///< MAC address as text
-    std::string xAddr;      ///< where the recorder serves; filled by the run loop in its own copy
-};
 
 /// What the entry points, the document handler and the run loop share. One per process, made by
 /// Load and freed by Unload; freeing goes from the last field to the first.
