@@ -108,9 +108,10 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // A handler uncounts itself first thing, so one may still be running on an idle endpoint. The
-    // last share therefore ends on the I/O thread, behind that handler.
-    boost::asio::post(*ioService, [released = std::move(endpoints)] {});
+    // A handler uncounts itself first thing, so one may still be running on an idle endpoint. A
+    // share on the I/O thread, behind that handler, outlives it. Copied: a post that throws
+    // std::bad_alloc would destroy what was moved into it.
+    boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }
 

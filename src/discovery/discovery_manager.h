@@ -39,7 +39,7 @@ public:
 
     /// Stops and releases every endpoint, each with a Bye. Returns when nothing is outstanding on
     /// them, which has no bound: the I/O thread may be held inside a log record. Takes 10 ms at
-    /// least. The endpoints themselves end on the I/O thread, shortly after.
+    /// least. An endpoint itself ends shortly after, once the I/O thread has left its last handler.
     void StopAll();
 
     /// Stops everything and lets the I/O thread end.

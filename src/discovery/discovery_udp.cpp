@@ -206,15 +206,15 @@ void CDiscoveryUdp::StopOperations(bool final)
     stopping = true;
     closing = true;
 
-    // Handed to the I/O thread, behind the Bye and behind any handler that saw `stopping` unset:
-    // see the class. Counted, so that nobody takes the endpoint for idle before it has run.
+    // Runs on the I/O thread, behind the Bye and behind any handler that saw `stopping` unset: see
+    // the class.
     const auto tornDown = boost::make_shared<std::promise<void>>();
-    ++pendingOps;
     boost::asio::post(ioService, [this, tornDown] {
         CloseSocketAndTimers();
         tornDown->set_value();
         --pendingOps;
     });
+    ++pendingOps;
     tornDown->get_future().wait_for(kStopBound);
 
     // The I/O thread may be held inside a log record or a blocked Bye. It closes the socket when it

@@ -41,11 +41,12 @@ inline constexpr auto kStopBound = 49 * kPollInterval;
 /// opened or armed is closed and cancelled too, and no descriptor is closed under a system call
 /// that uses it.
 ///
-/// Counting: every asynchronous start is counted, and uncounted first thing when it completes; the
-/// manager frees an endpoint only when nothing is outstanding. A start is counted once it was made,
-/// so one that throws for want of memory is not waited for. That is early enough, since no handler
-/// runs before this one, or the gate, has ended. Only the final teardown is counted beforehand and
-/// uncounted last, so that it keeps the endpoint busy all through.
+/// Counting: every asynchronous start is counted, and its handler uncounts it first thing; the
+/// teardown's uncounts it last, which keeps the endpoint busy until the teardown is done. The
+/// manager frees an endpoint only when nothing is outstanding. A start is counted after it is made:
+/// one that throws std::bad_alloc never completes, and a stop would wait for it without end. The
+/// manager's thread looks at the counts only after it has made its own starts, and no handler of a
+/// start made on the I/O thread, or behind the gate, runs before that start is counted.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -62,7 +63,7 @@ public:
     CDiscoveryUdp(const CDiscoveryUdp&) = delete;
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
-    /// Closes what is open; sends nothing and logs nothing. Threads: I/O, or any once that ended.
+    /// Closes what is open; sends nothing and logs nothing. Threads: any, behind the last handler.
     ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
 
     /// Opens the socket on the adapter's device, joins the group and sets the endpoint going

@@ -1,0 +1,193 @@
+#include "fake_host.h"
+#include "network.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <map>
+#include <new>
+#include <sched.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using kx::tools::CPluginLibrary;
+
+namespace {
+
+/// Whose allocation fails. A thread that the test does not make is the plug-in's I/O thread.
+enum class Thread { kIo, kLent, kDocument, kTest };
+thread_local Thread current = Thread::kIo;
+thread_local bool inCallback = false;
+
+Thread failing = Thread::kTest;
+std::atomic<int> countdown{0}; ///< to the allocation that fails
+std::atomic<bool> failed{false};
+
+} // namespace
+
+// Not inlined: the compiler would take the pair of new and free for a mistake.
+__attribute__((noinline)) void* operator new(std::size_t size)
+{
+    if (current == failing && failing != Thread::kTest && !inCallback && --countdown == 0) {
+        failed = true;
+        throw std::bad_alloc();
+    }
+    void* const memory = std::malloc(size);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+__attribute__((noinline)) void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+// The sanitizers' own would not call the ones above.
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+    operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept
+{
+    operator delete(memory);
+}
+
+namespace {
+
+/// How a life ends, as exit status.
+constexpr int kNothingFailed = 0;
+constexpr int kReturned = 10;
+constexpr int kThrew = 11;
+/// The signal that tells of std::terminate. An exit there takes a second under ThreadSanitizer.
+constexpr int kEnded = SIGUSR1;
+
+std::atomic<int> hellos{0};
+std::atomic<int> answers{0};
+
+void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
+{
+    inCallback = true;
+    const auto* const record = static_cast<const char*>(request->data);
+    // Short texts: where memory was missing, the end of a record is missing too.
+    hellos += std::strstr(record, "Sending He") ? 1 : 0;
+    answers += std::strstr(record, "Send Probe") ? 1 : 0;
+    inCallback = false;
+}
+
+/// Lives from Load to Unload with two endpoints, a Probe and a change of adapters, in a process and
+/// a network of its own; the exit status.
+int Live(Thread thread, int number)
+{
+    alarm(20);
+    std::set_terminate([] { std::raise(failed ? kEnded : SIGABRT); });
+    current = Thread::kTest;
+    if (unshare(CLONE_NEWNET) != 0)
+        return EXIT_FAILURE;
+    Network::Run("ip link set lo up");
+    Socket prober("lo", "127.0.0.1", 0);
+    // Never closed: a run that threw leaves its context, without which that would be a leak.
+    static const CPluginLibrary& plugin = *new CPluginLibrary(PELORIN_LIBRARY);
+    plugin.Load(&CountMessages);
+
+    std::atomic<bool> over{false};
+    bool runThrew = false;
+    bool documentThrew = false;
+    countdown = number;
+    failing = thread;
+    std::thread lent([&] {
+        current = Thread::kLent;
+        try {
+            plugin.Run();
+        } catch (const std::bad_alloc&) {
+            runThrew = true;
+        }
+        over = true;
+    });
+    // Repeated until it is acted on; where a failure has prevented that, not for long.
+    const auto repeat = [&](const std::atomic<int>& count, int wanted, const auto& act) {
+        for (int turn = 0; count < wanted && !over && turn < 200; ++turn) {
+            act();
+            std::this_thread::sleep_for(2ms);
+        }
+    };
+    const std::string one = "127.0.0.1 lo m";
+    const std::string other = "127.0.0.1 lo n";
+    for (const bool changed : {false, true}) {
+        const std::string document =
+            changed ? ServerDocument({other, one}, "81") : ServerDocument({one, other}, "80");
+        repeat(hellos, changed ? 4 : 2, [&] {
+            current = Thread::kDocument;
+            try {
+                plugin.Apply(document);
+            } catch (const std::bad_alloc&) {
+                documentThrew = true;
+            }
+            current = Thread::kTest;
+        });
+        if (!changed)
+            repeat(answers, 2, [&] { prober.Send(Probe("urn:uuid:1")); });
+    }
+    while (!over) {
+        plugin.Close();
+        std::this_thread::sleep_for(1ms);
+    }
+    lent.join();
+    failing = Thread::kTest;
+    if (!runThrew)
+        plugin.Unload(); // which would wait for a run that threw
+    if (!failed)
+        return kNothingFailed;
+    return runThrew || documentThrew ? kThrew : kReturned;
+}
+
+class Allocation : public testing::TestWithParam<Thread> {};
+
+// The leak checker of AddressSanitizer looks at each life that does not end the process.
+TEST_P(Allocation, ThatFailsNeitherHangsNorLeaks)
+{
+    constexpr std::size_t kLivesAtATime = 8;
+    constexpr int kLeastAllocations = 20;
+    std::map<pid_t, int> lives;
+    int number = 1;
+    for (bool last = false; !last || !lives.empty();) {
+        while (!last && lives.size() < kLivesAtATime) {
+            const pid_t life = fork();
+            if (life == 0)
+                std::exit(Live(GetParam(), number));
+            lives[life] = number++;
+        }
+        int status = 0;
+        const pid_t life = wait(&status);
+        const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+        const bool asItShould = code == kReturned || code == kThrew || code == -kEnded;
+        last = last || !asItShould;
+        EXPECT_TRUE(asItShould || code == kNothingFailed)
+            << "allocation " << lives[life] << ": exit status " << code << ", below 0 a signal";
+        lives.erase(life);
+    }
+    EXPECT_GT(number, kLeastAllocations);
+}
+
+constexpr const char* kNames[] = {"OfTheIoThread", "OfTheLentThread", "OfADocument"};
+INSTANTIATE_TEST_SUITE_P(Each, Allocation,
+                         testing::Values(Thread::kIo, Thread::kLent, Thread::kDocument),
+                         [](const auto& each) -> std::string {
+                             return kNames[static_cast<int>(each.param)];
+                         });
+
+} // namespace
