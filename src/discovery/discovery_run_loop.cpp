@@ -3,6 +3,7 @@
 #include "core_log.h"
 #include "discovery_manager.h"
 #include "text.h"
+#include "uris.h"
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_types.hpp>
@@ -16,7 +17,6 @@
 namespace kx {
 namespace {
 
-constexpr char kDeviceType[] = "NetworkVideoRecorder";
 constexpr char kAddressScheme[] = "ktzkx://";
 
 /// The I/O thread of a run. Its end shuts the manager down first, on every way out of the run: the

@@ -12,7 +12,6 @@ namespace kx {
 namespace {
 
 constexpr char kVendorPrefix[] = "ktz:";
-constexpr char kMacScopePrefix[] = "mac:";
 
 XMLElement* MakeText(XMLDocument& document, const char* name, const char* text)
 {

@@ -1,13 +1,18 @@
 #pragma once
 
 /// The one table of URIs: those of SOAP 1.2, WS-Addressing (August 2004) and WS-Discovery
-/// (April 2005), and the vendor's own.
+/// (April 2005), and the vendor's own, with the names that recorders use on the wire.
 namespace kx {
 
 inline constexpr char kSoapEnvelopeUri[] = "http://www.w3.org/2003/05/soap-envelope";
 inline constexpr char kAddressingUri[] = "http://schemas.xmlsoap.org/ws/2004/08/addressing";
 inline constexpr char kDiscoveryUri[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery";
 inline constexpr char kVendorDiscoveryUri[] = "http://schemas.ktzkx.example/discovery";
+
+/// Device type of a recorder, in the vendor's namespace.
+inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
+/// What the scope begins with that gives a recorder's MAC address.
+inline constexpr char kMacScopePrefix[] = "mac:";
 
 inline constexpr char kHelloAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Hello";
 inline constexpr char kByeAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Bye";

@@ -55,7 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "RelatesTo is the identifier, escaped");
     Require(answer.size() == emptySize + identifier.size(), "nothing else depends on the Probe");
 
-    const auto message = kx::tools::ReadMessage(answer.data(), answer.size());
+    const auto read = kx::tools::ReadMessage(answer.data(), answer.size());
+    const auto* message = std::get_if<kx::tools::Message>(&read);
     Require(message && message->kind == kx::tools::Message::Kind::kProbeMatches,
             "the answer is well-formed");
     Require(message->devices.size() == 1 && message->devices[0].address == kRecorder.address &&

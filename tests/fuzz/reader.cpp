@@ -11,12 +11,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using kx::tools::Event;
     using kx::tools::Message;
-    const auto message = kx::tools::ReadMessage(reinterpret_cast<const char*>(data), size);
+    const auto read = kx::tools::ReadMessage(reinterpret_cast<const char*>(data), size);
+    const auto* message = std::get_if<Message>(&read);
     if (!message)
         return 0;
-    const bool answer = message->kind == Message::Kind::kProbeMatches;
-    Require(answer != message->relatesTo.empty(), "an answer relates to something");
-    Require(answer || message->devices.size() == 1, "an announcement is of one device");
+    const bool announcement =
+        message->kind == Message::Kind::kHello || message->kind == Message::Kind::kBye;
+    Require(!message->devices.empty(), "a message is of a device");
+    Require(!announcement || message->devices.size() == 1, "an announcement is of one device");
     RelatesTo(*message, "urn:uuid:0a1b2c3d-0000-4000-8000-000000000001");
 
     const auto isControl = [](unsigned char each) { return each < 0x20 || each == 0x7f; };

@@ -10,14 +10,18 @@
 
 using kx::tools::Join;
 using kx::tools::Message;
+using kx::tools::Unread;
 
 namespace {
 
-/// "RelatesTo ours or other's|kind|address,XAddrs,mac,types|...", or "none".
-std::string Show(const std::optional<Message>& message)
+/// "RelatesTo ours or other's|kind|address,XAddrs,mac,types|...", or why nothing is.
+std::string Show(const std::variant<Message, Unread>& read)
 {
-    if (!message)
-        return "none";
+    const char* const reasons[] = {"not well-formed", "other version", "no address",
+                                   "other message"};
+    if (const auto* unread = std::get_if<Unread>(&read))
+        return reasons[static_cast<std::size_t>(*unread)];
+    const auto* message = std::get_if<Message>(&read);
     std::string text =
         RelatesTo(*message, "urn:uuid:0a1b2c3d-0000-4000-8000-00000000000f") ? "ours" : "other's";
     text += "|" + std::to_string(static_cast<int>(message->kind));
@@ -64,7 +68,7 @@ TEST_P(DeviceList, TellsWhatIsNew)
     for (std::string line; std::getline(lines, line);) {
         std::string kind, address, adapter, source, xaddrs, scope, type;
         std::istringstream(line) >> kind >> address >> adapter >> source >> xaddrs >> scope >> type;
-        const kx::tools::Device device{address, ListOf(type), ListOf(scope), ListOf(xaddrs)};
+        const kx::tools::Device device{address, ListOf(type), ListOf(scope), ListOf(xaddrs), {}};
         const auto from = boost::asio::ip::make_address(source.empty() ? "0.0.0.0" : source);
         for (const auto& each :
              kind == "round" ? devices.TakeSilent()

@@ -1,14 +1,68 @@
 #include "run_tool.h"
 
+#include "terminal.h"
+#include "version.h"
+
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <regex>
+#include <sstream>
 
 namespace kx::tools {
 namespace {
 
 /// About thirty years: far below what the clock's nanoseconds can count.
-constexpr double kLongestSeconds = 1e9;
+constexpr double kMaxSeconds = 1e9;
+
+/// The library's help, with all prose wrapped at the terminal's width.
+class CHelpFormatter : public CLI::Formatter {
+public:
+    explicit CHelpFormatter(std::size_t terminalWidth) : width(terminalWidth) {}
+
+    std::string make_description(const CLI::App* app) const override
+    {
+        return Wrap(app->get_description(), width) + "\n";
+    }
+
+    /// Without what an option excludes, which would take more room than all the rest.
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        const bool isFlag = option->get_type_size() == 0;
+        return isFlag ? "" : " " + option->get_type_name();
+    }
+
+    std::string make_option_desc(const CLI::Option* option) const override
+    {
+        const std::string standard = option->get_default_str();
+        return WrapBesideName(option->get_description() +
+                              (standard.empty() ? "" : " (default: " + standard + ")"));
+    }
+
+    std::string make_subcommand(const CLI::App* subcommand) const override
+    {
+        std::ostringstream out;
+        CLI::detail::format_help(out, subcommand->get_display_name(true),
+                                 WrapBesideName(subcommand->get_description()), column_width_);
+        return out.str();
+    }
+
+private:
+    std::string WrapBesideName(const std::string& text) const
+    {
+        return Wrap(text, width > 2 * column_width_ ? width - column_width_ : column_width_);
+    }
+
+    const std::size_t width;
+};
+
+/// The library says "--adapter: 1 required NAME missing".
+std::string Explain(const CLI::ParseError& error)
+{
+    static const std::regex missing("(.*): 1 required (.*) missing");
+    return std::regex_replace(error.what(), missing, "$1 needs a value, $2") + "; see --help";
+}
 
 } // namespace
 
@@ -17,15 +71,19 @@ int RunTool(int argc, char** argv, const char* name, const char* description,
 {
     try {
         CLI::App app(description, name);
+        app.formatter(std::make_shared<CHelpFormatter>(TerminalWidth()));
+        app.set_help_flag("-h,--help", "Print this help and exit");
+        app.set_version_flag("--version", name + (" " + VersionText()),
+                             "Print the version and exit");
         addOptions(app);
         try {
             app.parse(argc, argv);
-        } catch (const CLI::CallForHelp& help) {
-            return app.exit(help);
+        } catch (const CLI::Success& helpOrVersion) {
+            return app.exit(helpOrVersion);
         }
         return work();
     } catch (const CLI::ParseError& error) {
-        Complain(name, std::string(error.what()) + "; see --help");
+        Complain(name, Explain(error));
     } catch (const std::exception& error) {
         Complain(name, error.what());
     }
@@ -40,10 +98,11 @@ void Complain(const std::string& name, const std::string& text)
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description)
 {
     // One name per --adapter: what follows it without another is a mistake.
-    app.add_option("--adapter", names, description)
-        ->allow_extra_args(false)
-        ->type_name("NAME")
-        ->capture_default_str();
+    CLI::Option* option = app.add_option("--adapter", names, description)
+                              ->allow_extra_args(false)
+                              ->type_name("NAME");
+    if (!names.empty())
+        option->default_str(names.front());
 }
 
 CLI::Validator PositiveSeconds()
@@ -51,7 +110,7 @@ CLI::Validator PositiveSeconds()
     return CLI::Validator(
         [](const std::string& text) {
             const double seconds = std::strtod(text.c_str(), nullptr);
-            const bool good = seconds > 0 && seconds <= kLongestSeconds;
+            const bool good = seconds > 0 && seconds <= kMaxSeconds;
             return good ? std::string() : "not a positive number of seconds: " + text;
         },
         "");

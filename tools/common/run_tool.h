@@ -12,20 +12,25 @@ namespace kx::tools {
 /// Exit status of misuse and of everything that keeps a tool from doing its work.
 inline constexpr int kExitError = 2;
 
-/// The frame of a tool's main: reads the command line, then works.
+/// Runs a tool: reads the command line, then works. Adds --help, wrapped at the terminal's width,
+/// and
+/// --version; subcommands inherit the former.
 ///
-/// @param name        the tool's name, with which its complaints begin
-/// @param addOptions  adds the tool's options, bound to variables that outlive this call
-/// @param work        does the work once the options are read; gives the exit status
-/// @return the exit status: that of `work`, 0 after --help, or kExitError with one line on standard
-///         error when the command line is no good or `work` threw
+/// @param name         the tool's name; its complaints begin with it
+/// @param description  what the tool does, for --help; only paragraphs need line feeds
+/// @param addOptions   adds the tool's options, bound to variables that outlive this call
+/// @param work         does the work after the options are read; returns the exit status
+/// @return the exit status: that of `work`; 0 after --help and --version; kExitError, with one line
+///         on standard error, when the command line is invalid or `work` throws
 int RunTool(int argc, char** argv, const char* name, const char* description,
             const std::function<void(CLI::App&)>& addOptions, const std::function<int()>& work);
 
 /// Writes "name: text" as one line to standard error.
 void Complain(const std::string& name, const std::string& text);
 
-/// Adds the option --adapter, which may be given several times; `names` holds its default.
+/// Adds the option --adapter, which may be given several times.
+///
+/// @param names  one name or none: the default
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
 /// Accepts a positive time in seconds, fractions included, that the steady clock can hold.

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kLastPort = 65535;
 constexpr char kDescription[] =
-    "Runs the discovery plug-in and prints what it reports. SIGHUP reads the adapters or the\n"
+    "Runs the discovery plug-in and prints what it reports. SIGHUP reads the adapters or the "
     "document again and hands them over once more; SIGINT and SIGTERM end the host.";
 
 struct HostOptions {

@@ -3,7 +3,6 @@
 #include "probe_message.h"
 #include "run_tool.h"
 #include "text.h"
-#include "uris.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,8 +18,8 @@ namespace {
 using boost::asio::ip::make_address_v4;
 
 constexpr char kDescription[] =
-    "Sends Probes to a recorder and prints, as JSON, how many it answered and how fast. For the\n"
-    "developers' measurements in network namespaces of their own.\n"
+    "Sends Probes to a recorder and prints, as JSON, how many it answered and how fast. For the "
+    "developers' measurements in network namespaces of their own. "
     "Exit status: 0 when the load was sent, whether answered or not, 2 on misuse or failure.";
 
 struct LoadOptions {
@@ -96,7 +95,7 @@ std::vector<std::string> ReadTemplates(const LoadOptions& options)
         texts.push_back(ReadFile(each));
     if (!texts.empty())
         return texts;
-    ProbeMessage probe = MakeProbe(kVendorDiscoveryUri, "NetworkVideoRecorder");
+    ClientMessage probe = MakeProbe(RecorderType());
     return {probe.text.replace(probe.text.find(probe.identifier), probe.identifier.size(),
                                kIdentifierMark)};
 }

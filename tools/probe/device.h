@@ -1,27 +1,33 @@
 #pragma once
 
+#include <boost/asio/ip/address.hpp>
+
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace kx::tools {
 
-/// What a message says of a device; what it does not say is empty.
+/// What a message says about a device; what it leaves out is empty.
 struct Device {
-    std::string address; ///< wsa:Address of its endpoint reference, which names it on the network
-    std::vector<std::string> types; ///< see ExpandedName: prefixes differ from message to message
+    std::string address; ///< wsa:Address of its endpoint reference, which identifies the device
+    std::vector<std::string>
+        types; ///< expanded names, see ExpandedName: prefixes differ by message
     std::vector<std::string> scopes;
     std::vector<std::string> xaddrs; ///< where it serves
+    std::optional<std::uint64_t> metadataVersion;
 };
 
-/// What the scope "mac:..." of a device says; empty without one. Threads: any.
-inline std::string MacOf(const Device& device)
-{
-    const std::string prefix = "mac:";
-    for (const std::string& scope : device.scopes) {
-        if (scope.compare(0, prefix.size(), prefix) == 0)
-            return scope.substr(prefix.size());
-    }
-    return "";
-}
+/// Returns what the scope "mac:..." of a device says; empty without one. Thread-safe.
+std::string MacOf(const Device& device);
+
+/// Whether the device advertises an address that is not the one it answered from: one that it does
+/// not have, or has behind a NAT.
+///
+/// False is returned where the two cannot be compared: no XAddrs, host names, IPv6 addresses, and a
+/// source of 0.0.0.0, from which a recorder on loopback sends its Hello. One fitting address of
+/// several is enough. Thread-safe.
+bool AdvertisesOtherHost(const Device& device, const boost::asio::ip::address& source);
 
 } // namespace kx::tools

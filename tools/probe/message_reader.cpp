@@ -6,6 +6,7 @@
 #include "words.h"
 
 #include <algorithm>
+#include <charconv>
 #include <strings.h>
 
 using tinyxml2::XMLElement;
@@ -15,51 +16,111 @@ namespace {
 
 constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 
+/// An element of the body, and the element in it that describes a device; null where it does so
+/// itself.
+struct BodyForm {
+    const char* name;
+    const char* match;
+    Message::Kind kind;
+};
+
+constexpr BodyForm kBodyForms[] = {
+    {"Hello", nullptr, Message::Kind::kHello},
+    {"Bye", nullptr, Message::Kind::kBye},
+    {"ProbeMatches", "ProbeMatch", Message::Kind::kProbeMatches},
+    {"ResolveMatches", "ResolveMatch", Message::Kind::kResolveMatches},
+};
+
+/// Returns the first child element with the local name, whatever its namespace.
+const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* localName)
+{
+    const XMLElement* each = parent ? parent->FirstChildElement() : nullptr;
+    while (each && LocalName(each->Name()) != localName)
+        each = each->NextSiblingElement();
+    return each;
+}
+
+/// Whether a message that ReadMessage does not know has the form of one that it does.
+bool IsOfOtherVersion(const XMLElement* root)
+{
+    const XMLElement* body = FindInAnyNamespace(root, "Body");
+    return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
+        return FindInAnyNamespace(body, each.name) != nullptr;
+    });
+}
+
+std::optional<std::uint64_t> ReadNumber(const std::string& text)
+{
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+std::optional<AppSequence> ReadAppSequence(const XMLElement* element)
+{
+    AppSequence sequence{};
+    if (!element || element->QueryAttribute("InstanceId", &sequence.instanceId) != 0 ||
+        element->QueryAttribute("MessageNumber", &sequence.messageNumber) != 0)
+        return std::nullopt;
+    if (const char* sequenceId = element->Attribute("SequenceId"))
+        sequence.sequenceId = sequenceId;
+    return sequence;
+}
+
 Device ReadDevice(const XMLElement* element)
 {
     const XMLElement* reference = FindChild(element, kAddressingUri, "EndpointReference");
     const XMLElement* types = FindChild(element, kDiscoveryUri, "Types");
     Device device{Join(Words(FindChild(reference, kAddressingUri, "Address"))), Words(types),
                   Words(FindChild(element, kDiscoveryUri, "Scopes")),
-                  Words(FindChild(element, kDiscoveryUri, "XAddrs"))};
+                  Words(FindChild(element, kDiscoveryUri, "XAddrs")),
+                  ReadNumber(Join(Words(FindChild(element, kDiscoveryUri, "MetadataVersion"))))};
     for (std::string& type : device.types)
         type = ExpandedName(types, type);
     return device;
 }
 
+/// @param described  the element that the first device is described in; may be null
+std::variant<Message, Unread> ReadDevices(Message message, const XMLElement* described,
+                                          const char* match)
+{
+    const bool otherVersion = FindInAnyNamespace(described, "EndpointReference") &&
+                              !FindChild(described, kAddressingUri, "EndpointReference");
+    while (described) {
+        message.devices.push_back(ReadDevice(described));
+        if (message.devices.back().address.empty())
+            message.devices.pop_back();
+        described = match ? FindNext(described, kDiscoveryUri, match) : nullptr;
+    }
+    if (message.devices.empty())
+        return otherVersion ? Unread::kOtherVersion : Unread::kNoAddress;
+    return message;
+}
+
 } // namespace
 
-std::optional<Message> ReadMessage(const char* data, std::size_t length)
+std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
 {
     tinyxml2::XMLDocument document;
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
-        return std::nullopt;
-    const XMLElement* envelope = document.RootElement();
-    if (!IsElement(envelope, kSoapEnvelopeUri, "Envelope"))
-        return std::nullopt;
+        return Unread::kNotWellFormed;
+    const XMLElement* root = document.RootElement();
+    const XMLElement* envelope = IsElement(root, kSoapEnvelopeUri, "Envelope") ? root : nullptr;
     const XMLElement* header = FindChild(envelope, kSoapEnvelopeUri, "Header");
     const XMLElement* body = FindChild(envelope, kSoapEnvelopeUri, "Body");
-
-    Message message{};
-    if (const XMLElement* matches = FindChild(body, kDiscoveryUri, "ProbeMatches")) {
-        message.kind = Message::Kind::kProbeMatches;
-        message.relatesTo = Join(Words(FindChild(header, kAddressingUri, "RelatesTo")));
-        if (message.relatesTo.empty())
-            return std::nullopt;
-        for (const XMLElement* each = FindChild(matches, kDiscoveryUri, "ProbeMatch"); each;
-             each = FindNext(each, kDiscoveryUri, "ProbeMatch"))
-            message.devices.push_back(ReadDevice(each));
-    } else {
-        const XMLElement* hello = FindChild(body, kDiscoveryUri, "Hello");
-        const XMLElement* bye = FindChild(body, kDiscoveryUri, "Bye");
-        if (!hello && !bye)
-            return std::nullopt;
-        message.kind = hello ? Message::Kind::kHello : Message::Kind::kBye;
-        message.devices.push_back(ReadDevice(hello ? hello : bye));
+    for (const BodyForm& form : kBodyForms) {
+        const XMLElement* content = FindChild(body, kDiscoveryUri, form.name);
+        if (!content)
+            continue;
+        return ReadDevices({form.kind,
+                            Join(Words(FindChild(header, kAddressingUri, "RelatesTo"))),
+                            ReadAppSequence(FindChild(header, kDiscoveryUri, "AppSequence")),
+                            {}},
+                           form.match ? FindChild(content, kDiscoveryUri, form.match) : content,
+                           form.match);
     }
-    const bool nameless = std::any_of(message.devices.begin(), message.devices.end(),
-                                      [](const Device& each) { return each.address.empty(); });
-    return nameless || message.devices.empty() ? std::nullopt : std::optional<Message>(message);
+    return IsOfOtherVersion(root) ? Unread::kOtherVersion : Unread::kOtherMessage;
 }
 
 bool RelatesTo(const Message& answer, const std::string& identifier)

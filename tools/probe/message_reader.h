@@ -3,34 +3,51 @@
 #include "device.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace kx::tools {
 
-/// What a device says of itself: an answer to a Probe (WS-Discovery (April 2005) 5.3), or one of
-/// the two announcements (4.1, 4.2), of which a Bye gives the address alone.
-struct Message {
-    enum class Kind { kProbeMatches, kHello, kBye };
-    Kind kind;
-    std::string relatesTo;       ///< text of wsa:RelatesTo; never empty in an answer
-    std::vector<Device> devices; ///< one in an announcement, one or more in an answer
+/// Where a message stands among those of its sender (WS-Discovery (April 2005), application
+/// sequencing).
+struct AppSequence {
+    std::uint64_t instanceId;
+    std::string sequenceId; ///< often absent
+    std::uint64_t messageNumber;
 };
 
-/// Reads such a message.
+/// What a device says about itself: in an announcement (WS-Discovery (April 2005) 4.1, 4.2), of
+/// which a Bye gives the address alone, or in an answer to a Probe or a Resolve (5.3, 6.3).
+struct Message {
+    enum class Kind { kHello, kBye, kProbeMatches, kResolveMatches };
+    Kind kind;
+    std::string relatesTo; ///< text of wsa:RelatesTo as received; empty without one
+    std::optional<AppSequence> appSequence;
+    std::vector<Device> devices; ///< one or more, each with an address
+};
+
+/// Why a datagram is not such a message.
+enum class Unread {
+    kNotWellFormed, ///< not well-formed XML
+    kOtherVersion,  ///< of another version of SOAP, WS-Addressing or WS-Discovery
+    kNoAddress,     ///< names no device, or none with an address
+    kOtherMessage,  ///< of another kind, such as a Probe
+};
+
+/// Reads such a message. Devices without an address are left out of it.
 ///
 /// @param data    received bytes; a terminating NUL is not needed
-/// @param length  bytes in `data`; nothing behind them is read
-/// @return nothing when the bytes are no such message, or an answer without RelatesTo or without a
-///         device, or when a device in it has no address
+/// @param length  bytes in `data`; nothing after them is read
 ///
-/// Threads: any.
-std::optional<Message> ReadMessage(const char* data, std::size_t length);
+/// Thread-safe.
+std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length);
 
-/// Whether an answer relates to the Probe with the identifier. Devices write the identifier back
+/// Whether an answer relates to the message with the identifier. Devices write the identifier back
 /// as it was, as the bare UUID, or with "uuid:" or "urn:uuid:" before either; the UUID at the end
-/// is what counts, in upper or lower case.
+/// counts, in upper or lower case. Thread-safe.
 bool RelatesTo(const Message& answer, const std::string& identifier);
 
 } // namespace kx::tools

@@ -9,9 +9,9 @@
 #include <array>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
+#include <variant>
 
 namespace kx::tools {
 
@@ -29,8 +29,8 @@ public:
 /// Threads: the one that runs the service.
 class CMessageSocket {
 public:
-    /// Called for each datagram; with no message when it is none that ReadMessage reads.
-    using OnMessage = std::function<void(const std::optional<Message>& message,
+    /// Called for each datagram with what ReadMessage made of it.
+    using OnMessage = std::function<void(const std::variant<Message, Unread>& message,
                                          const boost::asio::ip::udp::endpoint& source)>;
 
     CMessageSocket(boost::asio::io_context& ioService, const Adapter& adapter, OnMessage handler);

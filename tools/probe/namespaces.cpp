@@ -58,7 +58,12 @@ std::string ExpandedName(const XMLElement* element, const std::string& name)
     const auto colon = name.find(':');
     const bool prefixed = colon != std::string::npos;
     const char* uri = NamespaceOf(element, prefixed ? name.substr(0, colon) : "");
-    return uri ? ExpandedName(uri, name.substr(prefixed ? colon + 1 : 0)) : name;
+    return uri ? ExpandedName(uri, LocalName(name)) : name;
+}
+
+std::string LocalName(const std::string& name)
+{
+    return name.substr(name.find(':') + 1); // npos + 1 is 0
 }
 
 std::vector<std::string> Words(const XMLElement* element)

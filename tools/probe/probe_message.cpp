@@ -1,30 +1,108 @@
 #include "probe_message.h"
 
-#include "envelope.h"
-#include "namespaces.h"
-#include "print_document.h"
+#include "text.h"
 #include "uris.h"
-#include "words.h"
+#include "uuid.h"
+
+#include <tinyxml2.h>
+
+#include <functional>
 
 using tinyxml2::XMLElement;
 
 namespace kx::tools {
+namespace {
 
-ProbeMessage MakeProbe(const std::string& uri, const std::string& type)
-{
-    tinyxml2::XMLDocument document;
-    XMLElement* body = OpenMessage(document, kProbeAction, nullptr, kDiscoveryUrn);
-    XMLElement* types = MakeTypes(document, {type});
-    if (uri != kVendorDiscoveryUri) {
-        // Behind the others: recorders take the first namespace that looks right for each purpose.
-        document.RootElement()->SetAttribute("xmlns:dn", uri.c_str());
-        types->SetText(("dn:" + type).c_str());
+/// A message under construction, with the prefixes that its elements have.
+class CMessageBuilder {
+public:
+    explicit CMessageBuilder(const std::optional<DeviceType>& type)
+        : soap(Prefix("soap", type)),
+          addressing(Prefix("wsa", type)),
+          discovery(Prefix("wsd", type))
+    {
+        document.InsertEndChild(document.NewDeclaration());
+        envelope = document.NewElement((soap + ":Envelope").c_str());
+        document.InsertEndChild(envelope);
+        Declare(soap, kSoapEnvelopeUri);
+        Declare(addressing, kAddressingUri);
+        Declare(discovery, kDiscoveryUri);
+        if (type)
+            Declare(type->prefix, type->uri);
     }
-    AppendElement(*body, "wsd:Probe")->InsertEndChild(types);
 
-    const XMLElement* header = FindChild(document.RootElement(), kSoapEnvelopeUri, "Header");
-    const XMLElement* identifier = FindChild(header, kAddressingUri, "MessageID");
-    return {Join(Words(identifier)), PrintDocument(document)};
+    static XMLElement& Append(XMLElement& parent, const std::string& prefix, const char* name,
+                              const std::string& text = "")
+    {
+        XMLElement* element = parent.InsertNewChildElement((prefix + ":" + name).c_str());
+        if (!text.empty())
+            element->SetText(text.c_str());
+        return *element;
+    }
+
+    /// Prints it without white space between elements, which some readers count as content.
+    std::string Text() const
+    {
+        tinyxml2::XMLPrinter printer(nullptr, /*compact*/ true);
+        document.Accept(&printer);
+        return printer.CStr();
+    }
+
+    const std::string soap;
+    const std::string addressing;
+    const std::string discovery;
+    XMLElement* envelope;
+
+private:
+    /// The user's prefix goes out as it is; ours gives way.
+    static std::string Prefix(const std::string& usual, const std::optional<DeviceType>& type)
+    {
+        return type && type->prefix == usual ? usual + "0" : usual;
+    }
+
+    void Declare(const std::string& prefix, const std::string& uri)
+    {
+        envelope->SetAttribute(("xmlns:" + prefix).c_str(), uri.c_str());
+    }
+
+    tinyxml2::XMLDocument document;
+};
+
+/// @param name      name of the body's element, with which the action ends too
+/// @param complete  completes that element
+ClientMessage Build(const char* name, const std::optional<DeviceType>& type,
+                    const std::function<void(CMessageBuilder&, XMLElement&)>& complete)
+{
+    std::string uuid;
+    NewUuidString(uuid);
+    const std::string identifier = Compose("urn:uuid:", uuid.c_str());
+
+    CMessageBuilder message(type);
+    XMLElement& header = message.Append(*message.envelope, message.soap, "Header");
+    message.Append(header, message.addressing, "Action", Compose(kDiscoveryUri, "/", name));
+    message.Append(header, message.addressing, "MessageID", identifier);
+    message.Append(header, message.addressing, "To", kDiscoveryUrn);
+    XMLElement& body = message.Append(*message.envelope, message.soap, "Body");
+    complete(message, message.Append(body, message.discovery, name));
+    return {identifier, message.Text()};
+}
+
+} // namespace
+
+ClientMessage MakeProbe(const std::optional<DeviceType>& sought)
+{
+    return Build("Probe", sought, [&](CMessageBuilder& message, XMLElement& probe) {
+        if (sought)
+            message.Append(probe, message.discovery, "Types", sought->prefix + ":" + sought->name);
+    });
+}
+
+ClientMessage MakeResolve(const std::string& address)
+{
+    return Build("Resolve", std::nullopt, [&](CMessageBuilder& message, XMLElement& resolve) {
+        message.Append(message.Append(resolve, message.addressing, "EndpointReference"),
+                       message.addressing, "Address", address);
+    });
 }
 
 } // namespace kx::tools

@@ -1,22 +1,34 @@
 #pragma once
 
+#include "device_type.h"
+
+#include <optional>
 #include <string>
 
+/// The messages of a client, in the form that the most readers take: XML 1.0 on one line, each
+/// namespace declared by a prefix on the envelope. WS-Discovery's namespace comes before that of
+/// the device type, since recorders take the first that looks right for each purpose.
 namespace kx::tools {
 
-/// A Probe (WS-Discovery (April 2005) 5.2) and the identifier that answers to it relate to.
-struct ProbeMessage {
+/// A message of a client and the identifier that answers relate to.
+struct ClientMessage {
     std::string identifier; ///< text of wsa:MessageID, "urn:uuid:..."
     std::string text;       ///< the whole message
 };
 
-/// Builds a Probe for one device type.
+/// Builds a Probe (WS-Discovery (April 2005) 5.2).
 ///
-/// @param uri   namespace of the type; one that is not the vendor's is declared with its own prefix
-/// @param type  its name, without prefix
+/// @param sought  type to ask for; without one every device is asked
 ///
-/// Errors: a broken random device ends the process, see NewUuidString.
-/// Threads: any.
-ProbeMessage MakeProbe(const std::string& uri, const std::string& type);
+/// Errors: a random device that fails ends the process, see NewUuidString.
+/// Thread-safe.
+ClientMessage MakeProbe(const std::optional<DeviceType>& sought);
+
+/// Builds a Resolve, which asks where a device serves (WS-Discovery (April 2005) 6.2).
+///
+/// @param address  text of the wsa:Address of the device
+///
+/// Errors and threads: as MakeProbe.
+ClientMessage MakeResolve(const std::string& address);
 
 } // namespace kx::tools

@@ -31,7 +31,7 @@ void CProber::Start()
         group.StartReceive(shared_from_this());
 }
 
-void CProber::Ask(const ProbeMessage& message, const ProbeSchedule& schedule)
+void CProber::Ask(const ClientMessage& message, const ProbeSchedule& schedule)
 {
     probe = message;
     remaining = schedule;
@@ -63,9 +63,10 @@ void CProber::Send()
     });
 }
 
-void CProber::OnAnswer(const std::optional<Message>& message, const udp::endpoint& source)
+void CProber::OnAnswer(const std::variant<Message, Unread>& read, const udp::endpoint& source)
 {
     const auto roundTrip = steady_clock::now() - sentAt;
+    const auto* message = std::get_if<Message>(&read);
     if (!message) {
         ++malformed;
     } else if (message->kind == Message::Kind::kProbeMatches &&
@@ -75,8 +76,9 @@ void CProber::OnAnswer(const std::optional<Message>& message, const udp::endpoin
     }
 }
 
-void CProber::OnAnnouncement(const std::optional<Message>& message, const udp::endpoint& source)
+void CProber::OnAnnouncement(const std::variant<Message, Unread>& read, const udp::endpoint& source)
 {
+    const auto* message = std::get_if<Message>(&read);
     if (!message || message->kind == Message::Kind::kProbeMatches)
         return;
     for (const Device& device : message->devices)

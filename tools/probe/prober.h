@@ -44,7 +44,7 @@ public:
     ///
     /// Errors: AdapterError; nothing is left pending then. It also comes from the service's run,
     /// which may be run again, when the Probe cannot be sent again.
-    void Ask(const ProbeMessage& probe, const ProbeSchedule& schedule);
+    void Ask(const ClientMessage& probe, const ProbeSchedule& schedule);
 
     /// Ends it: nothing is heard any more.
     void Close();
@@ -54,9 +54,9 @@ public:
 
 private:
     void Send();
-    void OnAnswer(const std::optional<Message>& message,
+    void OnAnswer(const std::variant<Message, Unread>& read,
                   const boost::asio::ip::udp::endpoint& source);
-    void OnAnnouncement(const std::optional<Message>& message,
+    void OnAnnouncement(const std::variant<Message, Unread>& read,
                         const boost::asio::ip::udp::endpoint& source);
 
     const std::string adapterName;
@@ -65,7 +65,7 @@ private:
     CMessageSocket probing;
     CMessageSocket group; ///< open when watching
     boost::asio::steady_timer sendTimer;
-    ProbeMessage probe;
+    ClientMessage probe;
     ProbeSchedule remaining{};
     /// When the Probe was sent last: which of several an answer is to, it does not tell.
     std::chrono::steady_clock::time_point sentAt;

@@ -63,7 +63,8 @@ void CProbers::Ask(const ProbeSchedule& schedule)
 {
     for (auto each = lines.begin(); each != lines.end();) {
         try {
-            each->prober->Ask(MakeProbe(options.namespaceUri, options.type), schedule);
+            each->prober->Ask(MakeProbe(ParseDeviceType(options.type, options.namespaceUri)),
+                              schedule);
             unusable.erase(each->adapter.name);
         } catch (const AdapterError& error) {
             ComplainOnce(each->adapter, error.what());

@@ -16,7 +16,7 @@ inline constexpr double kDefaultTimeoutSeconds = 2;
 struct ProbeOptions {
     std::vector<std::string> adapterNames{"lo"};
     bool all = false; ///< rather every adapter but loopback
-    std::string type = "NetworkVideoRecorder";
+    std::string type = kDeviceType;
     std::string namespaceUri = kVendorDiscoveryUri;
     std::optional<double> timeoutSeconds; ///< without one the default, or no end when watching
     int times = 1;

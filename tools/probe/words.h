@@ -5,7 +5,7 @@
 
 namespace kx::tools {
 
-/// The words as one text, with single blanks between them. Threads: any.
+/// Returns the words as one text, with single spaces between them. Thread-safe.
 inline std::string Join(const std::vector<std::string>& words)
 {
     std::string text;

@@ -1,0 +1,15 @@
+# Writes the version of the package, and the commit where git tells it, into a source file. A script,
+# run by each build: what git says changes without CMake noticing.
+#
+#   cmake -D SOURCE=<folder> -D INPUT=<template> -D OUTPUT=<file> -P version.cmake
+file(STRINGS ${SOURCE}/package/changelog headline LIMIT_COUNT 1)
+string(REGEX MATCH "[0-9.]+" version_text "${headline}")
+# A folder that merely lies in somebody else's repository has no commit of its own.
+if(EXISTS ${SOURCE}/.git)
+  execute_process(COMMAND git -C ${SOURCE} describe --always --exclude=* --abbrev=12 --dirty
+    OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+endif()
+if(commit)
+  string(APPEND version_text " (commit ${commit})")
+endif()
+configure_file(${INPUT} ${OUTPUT} @ONLY) # leaves a file alone that would not change

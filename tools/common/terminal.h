@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kx::tools {
+
+/// Returns the columns of the terminal on standard output (ioctl_tty(2)). Where that is none: what
+/// COLUMNS in the environment says, otherwise 80. Thread-safe.
+std::size_t TerminalWidth();
+
+/// Breaks text into lines at its spaces. Line feeds in it stay; a word that is longer than a line
+/// has a line of its own.
+///
+/// @param width   columns of a line; 0 counts as 1
+/// @param indent  spaces at the beginning of each line but the first, not counted in `width`
+/// @return the lines without a line feed at the end
+///
+/// Thread-safe.
+std::string Wrap(const std::string& text, std::size_t width, std::size_t indent = 0);
+
+} // namespace kx::tools
