@@ -18,6 +18,16 @@ namespace {
 /// Marks a datagram that did not fit, whatever the error's category.
 constexpr int kReceiveTooSmall = 234;
 
+/// Whether a datagram can be sent back to this source: not to port 0, to 0.0.0.0/8, to a group or
+/// to all hosts (ip(7), RFC 1122 3.2.1.3). Sends there fail, and one forged Probe would close the
+/// endpoint for as long as its back-off has grown.
+bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
+{
+    const boost::asio::ip::address_v4 address = source.address().to_v4();
+    return source.port() != 0 && address.to_bytes()[0] != 0 && !address.is_multicast() &&
+           address != boost::asio::ip::address_v4::broadcast();
+}
+
 } // namespace
 
 void CDiscoveryUdp::StartReceive()
@@ -62,7 +72,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     // With the membership known to work, what cannot match has nothing to tell.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
-        soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1) {
+        soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
+        IsAnswerable(senderEndpoint)) {
         NoteActivity();
         AnswerProbe(messageId, typesText);
         return;

@@ -1,12 +1,17 @@
 #include "data.h"
 #include "discovery.h"
+#include "discovery_group.h"
 
+#include <arpa/inet.h>
 #include <atomic>
 #include <fstream>
+#include <netinet/ip.h>
+#include <netinet/udp.h>
 #include <optional>
 #include <random>
 #include <regex>
 #include <sstream>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -17,6 +22,46 @@ std::ptrdiff_t Resident()
     std::ptrdiff_t pages = 0;
     std::ifstream("/proc/self/statm").ignore(99, ' ') >> pages;
     return pages * sysconf(_SC_PAGESIZE);
+}
+
+/// Sends a datagram to the group from any source but 0.0.0.0, in the recorder's network, where it
+/// is heard too (raw(7)).
+void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
+{
+    struct Packet {
+        iphdr ip{};
+        udphdr udp{};
+        std::array<char, 1000> text{};
+    } packet;
+    const std::size_t size = sizeof(udphdr) + text.copy(packet.text.data(), packet.text.size());
+    packet.ip.version = 4;
+    packet.ip.ihl = sizeof(iphdr) / 4;
+    packet.ip.ttl = 1;
+    packet.ip.protocol = IPPROTO_UDP;
+    packet.ip.saddr = inet_addr(source.c_str());
+    packet.ip.daddr = inet_addr(kx::kMulticastGroup);
+    packet.udp.source = htons(port);
+    packet.udp.dest = htons(kx::kDiscoveryPort);
+    packet.udp.len = htons(static_cast<std::uint16_t>(size));
+    sockaddr_in group{};
+    group.sin_family = AF_INET;
+    group.sin_addr.s_addr = packet.ip.daddr;
+    const int raw = socket(AF_INET, SOCK_RAW, IPPROTO_RAW);
+    setsockopt(raw, SOL_SOCKET, SO_BINDTODEVICE, "cam0", sizeof("cam0"));
+    EXPECT_GT(sendto(raw, &packet, sizeof(iphdr) + size, 0, reinterpret_cast<sockaddr*>(&group),
+                     sizeof(group)),
+              0);
+    close(raw);
+}
+
+/// The datagrams that were read in the recorder's network.
+int DatagramsRead()
+{
+    std::ifstream file("/proc/self/net/snmp");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::smatch match;
+    std::regex_search(text, match, std::regex("\nUdp: (\\d+)"));
+    return std::stoi(match[1]);
 }
 
 /// Asks until there is an answer: the plug-in may still be at what came before.
@@ -87,6 +132,24 @@ TEST_F(Discovery, FloodsLeaveItAnsweringItsMemoryFlatAndItsLogShort)
     host.Stop();
 }
 
+TEST_F(Discovery, ForgedSourcesDoNotSilenceIt)
+{
+    Send({kCam0});
+    ASSERT_TRUE(group->Receive(2s));
+    const int read = DatagramsRead();
+    const std::size_t records = host.Calls().size();
+    const std::pair<const char*, std::uint16_t> sources[] = {
+        {"10.7.0.2", 0}, {"0.0.0.1", 9}, {"224.0.0.1", 9}, {"255.255.255.255", 9}};
+    for (int turn = 0; turn < 25; ++turn) {
+        for (const auto& [address, port] : sources)
+            SendAs(address, port, Probe("urn:uuid:forged"));
+    }
+    prober->Send(Probe("urn:uuid:good"));
+    EXPECT_TRUE(prober->Receive(1s));
+    EXPECT_GT(DatagramsRead() - read, 100) << "they did not arrive";
+    EXPECT_EQ(host.Calls().size(), records + 2) << "more than one Probe and its answer";
+}
+
 /// How many Probes a rule lets through: so many at once, and so many each second.
 struct Limit {
     double rate;
@@ -119,7 +182,6 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         Limit limit;
     } cases[] = {
         {"counter", 1, limits[0]},
-        {"udp sport set 0", 1, {}},
         {"ip saddr set 10.7.0.255", 1, {}},
         {"ip saddr set 192.0.2.1", 1, {}},
         {"counter", 300, limits[0]},

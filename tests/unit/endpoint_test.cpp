@@ -7,6 +7,7 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <future>
 
 using boost::system::error_code;
@@ -29,6 +30,17 @@ struct DiscoveryUdpPeer {
         ++endpoint.pendingOps;
         ++endpoint.pendingReceives;
         endpoint.OnReceive(error, 0);
+    }
+    /// Receives a text; whether that counted as activity, and receiving went on at once.
+    bool OnIgnored(const std::string& text, const boost::asio::ip::udp::endpoint& source)
+    {
+        endpoint.activitySeen = false;
+        endpoint.senderEndpoint = source;
+        std::copy(text.begin(), text.end(), endpoint.receiveBuffer.begin());
+        ++endpoint.pendingOps;
+        endpoint.pendingReceives = 1;
+        endpoint.OnReceive({}, text.size());
+        return endpoint.activitySeen && endpoint.pendingReceives == 1;
     }
     void OnSendComplete(const error_code& error)
     {
@@ -97,6 +109,33 @@ TEST_F(Endpoint, TooLargeIsIgnoredAndAReceiveErrorRestarts)
     EXPECT_EQ(TakeLines(), (Lines{"75 Receive Error: Input/output error (5)", retrying, stopping}));
     peer.OnReceive(kFailed);
     EXPECT_EQ(TakeLines(), Lines{}) << "the endpoint is closing";
+}
+
+TEST_F(Endpoint, ProbeThatCannotBeAnsweredCountsAsActivityAlone)
+{
+    kx::CDiscoverySoap soap;
+    soap.types = {"NetworkVideoRecorder"};
+    endpoint.soap = &soap;
+    const std::string probe = "<E><Header><Action>Probe</Action><MessageID>i</MessageID></Header>"
+                              "<Body><Probe><Types>NetworkVideoRecorder</Types></Probe></Body></E>";
+    struct Case {
+        const char* address;
+        std::uint16_t port;
+        bool answered;
+    };
+    const Case cases[] = {
+        {"192.0.2.1", 0, false},      {"192.0.2.1", 1, true},        {"0.0.0.0", 9, false},
+        {"0.255.255.255", 9, false},  {"1.0.0.0", 9, true},          {"223.255.255.255", 9, true},
+        {"224.0.0.0", 9, false},      {"239.255.255.255", 9, false}, {"240.0.0.0", 9, true},
+        {"255.255.255.254", 9, true}, {"255.255.255.255", 9, false},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.address);
+        const bool ignored =
+            peer.OnIgnored(probe, {boost::asio::ip::make_address_v4(each.address), each.port});
+        EXPECT_NE(ignored, each.answered);
+        EXPECT_EQ(TakeLines().size(), each.answered ? 2U : 0U);
+    }
 }
 
 TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
