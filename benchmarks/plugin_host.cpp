@@ -1,6 +1,6 @@
-// The plug-in behind a host that does nothing with its records, on every adapter of its network
-// namespace but loopback. Prints how long the start took, waits for SIGTERM, prints how long the
-// stop took.
+// Runs the plug-in on all adapters but loopback and discards its records. Prints how long the start
+// took, waits for SIGTERM, prints how long the stop took. Unlike pelorin-host it hands a document
+// over once, so that the plug-in's threads stay idle between Probes.
 
 #include "adapter.h"
 #include "document_source.h"
@@ -10,10 +10,10 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <future>
 #include <iostream>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 
@@ -25,8 +25,8 @@ namespace {
 
 constexpr int kPort = 22609;
 
-/// What the plug-in has reported so far. The Hellos are no more looked for once all of them came:
-/// from then on the callback costs nothing.
+/// What the plug-in has reported. Once all Hellos are out the callback does nothing, so that it
+/// does not count as the plug-in's work.
 std::atomic<unsigned> stops{0};
 std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
@@ -42,13 +42,6 @@ void OnRecord(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
         lastHello.set_value(steady_clock::now());
 }
 
-/// At once, without an orderly end: the plug-in may hold the threads lent to it.
-[[noreturn]] void Fail(const char* text)
-{
-    std::cerr << kx::Compose("plugin_host: ", text, "\n");
-    std::_Exit(1);
-}
-
 double Milliseconds(steady_clock::duration time)
 {
     return std::chrono::duration<double, std::milli>(time).count();
@@ -62,14 +55,14 @@ std::string MakeDocument(int port, const std::vector<Adapter>& adapters)
     return source.Next()->text;
 }
 
-void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
-          const sigset_t& end)
+void RunPlugin(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
+               const sigset_t& end)
 {
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // A document that finds the plug-in not waiting is not seen. The first that it acts on shows
-    // that it waits, or is about to.
+    // The plug-in misses a document while it is not waiting for one. When it acts on the first, it
+    // waits for the next soon after.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(MakeDocument(port, {}));
@@ -82,7 +75,7 @@ void Live(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& a
     plugin.Apply(document);
     auto hello = lastHello.get_future();
     if (hello.wait_for(60s) != std::future_status::ready)
-        Fail("no Hello from every adapter within a minute");
+        throw std::runtime_error("not every adapter said Hello within a minute");
     std::cout << kx::Compose("started ", Milliseconds(hello.get() - sent), "\n") << std::flush;
 
     int signal = 0;
@@ -103,10 +96,11 @@ int main()
     sigaddset(&end, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &end, nullptr); // before the plug-in's threads, which inherit it
     try {
-        Live(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()), kx::tools::ReadUsableAdapters(),
-             end);
+        RunPlugin(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()),
+                  kx::tools::ReadUsableAdapters(), end);
     } catch (const std::exception& error) {
-        Fail(error.what());
+        std::cerr << kx::Compose("bench-host: ", error.what(), "\n");
+        return 1;
     }
     return 0;
 }
