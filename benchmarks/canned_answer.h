@@ -11,7 +11,7 @@ namespace kx::benchmarks {
 
 inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
 
-/// What a recorder advertises, of the usual sizes.
+/// Returns the description of a recorder, with texts of the usual lengths.
 inline EndpointDescription MakeDescription()
 {
     EndpointDescription description;
@@ -22,8 +22,8 @@ inline EndpointDescription MakeDescription()
     return description;
 }
 
-/// An answer of the plug-in's own form and size, built once. All that it takes over of a Probe is
-/// its identifier, so that the prober can tell which Probe it answers.
+/// An answer like the plug-in's, built once. Only the Probe's identifier is copied into it, so that
+/// the client can tell which Probe it answers.
 class CCannedAnswer {
 public:
     CCannedAnswer()
@@ -33,7 +33,7 @@ public:
         identifierAt = text.find(identifier);
     }
 
-    /// The answer to a Probe that holds a UUID, as pelorin-load's do.
+    /// Returns the answer to a Probe, whose identifier is a UUID as pelorin-load's are.
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

@@ -1,4 +1,4 @@
-// What the plug-in's pure parts cost, each by itself.
+// Measures the parts of the plug-in that need no network, each alone.
 
 #include "announcement.h"
 #include "canned_answer.h"
@@ -25,7 +25,7 @@ CDiscoverySoap MakeSoap()
     return soap;
 }
 
-/// As recorders' clients send it.
+/// Returns a Probe as clients send it.
 std::string Probe(const std::string& type)
 {
     return Compose(R"(<?xml version="1.1" encoding="UTF-8"?>
@@ -73,7 +73,7 @@ void Read(benchmark::State& state, const std::string& datagram)
     }
 }
 
-/// What an endpoint that works takes of a datagram for others.
+/// What a datagram for others costs an endpoint.
 void PassOver(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();

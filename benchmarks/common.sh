@@ -1,28 +1,21 @@
-# What the benchmarks share. They set `build`, the folder of the programs, and `results`, that of the
-# samples.
+# What the benchmarks share; to be sourced. They set `build`, the folder of the programs, and
+# `results`, the folder of the samples.
 # shellcheck shell=bash disable=SC2154
 
 # shellcheck source=../scripts/network.sh
 . "$(dirname "${BASH_SOURCE[0]}")/../scripts/network.sh"
 
 readonly server_core=0 load_core=1
-declare -A running # by process number
 
-EndAll()
-{
-    [[ ${#running[@]} -eq 0 ]] || kill "${!running[@]}" 2>/dev/null || true
-    wait
-}
-
-# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: files one measured value.
+# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: records a measured value.
 Sample()
 {
     local IFS=,
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: until so many cables of the namespace are known to carry, which the kernel
-# finds out somewhat later.
+# AwaitAdapters COUNT: waits until as many adapters of the namespace $namespace have a carrier, which
+# the kernel notices late.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
@@ -30,17 +23,16 @@ AwaitAdapters()
     done
 }
 
-# StartServer NAMESPACE OUTPUT COMMAND...: on the servers' core; leaves its number in $server. One
-# process from the start to the server: what is measured and ended is the server itself.
+# StartServer NAMESPACE OUTPUT COMMAND...: starts a server on the servers' core. $server is its
+# process: each command replaces the one before it.
 StartServer()
 {
-    : >"$2" # at once, for those who look into it
+    : >"$2" # exists before AwaitLine reads it
     nsenter --net="/proc/$1/ns/net" taskset --cpu-list "$server_core" "${@:3}" >"$2" &
     server=$!
-    running[$server]=1
 }
 
-# AwaitLine FILE START: within a minute a line of the file begins so; prints what follows.
+# AwaitLine FILE START: waits up to a minute for a line that begins so; prints the rest of it.
 AwaitLine()
 {
     for ((tenth = 0; tenth < 600; ++tenth)); do
@@ -54,8 +46,8 @@ AwaitLine()
     return 1
 }
 
-# Processor time of all threads of a process so far, in ns, by the scheduler's own accounting: utime
-# and stime come in steps of a clock tick.
+# CpuTime PROCESS: processor time of all its threads so far, in ns, from the scheduler's accounting,
+# because utime and stime have the resolution of a clock tick.
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
@@ -65,7 +57,7 @@ Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
 # CountCalls PROCESS FILE COMMAND...: counts the system calls of all threads of a process while the
-# command runs, as "calls name" lines.
+# command runs; leaves lines of "calls name" in the file.
 CountCalls()
 {
     local process=$1 file=$2 tracer

@@ -1,6 +1,5 @@
-// The least that answering can cost on this machine: one thread in blocking calls that reads
-// nothing but a Probe's identifier and sends what was built beforehand. With the argument "drop" it
-// answers nothing at all.
+// The least that an answer can cost on this machine: one thread in blocking calls that reads only
+// the Probe's identifier and sends a canned answer. With the argument "drop" it sends none.
 
 #include "canned_answer.h"
 #include "discovery_group.h"

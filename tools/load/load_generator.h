@@ -43,9 +43,7 @@ struct LoadResult {
 };
 
 /// Sends messages and waits for the answers, at a rate (an open loop) or as answers come (a closed
-/// loop, which keeps a core busy).
-///
-/// Threads: one.
+/// loop, which keeps a core busy). For one thread.
 class CLoadGenerator {
 public:
     /// Errors: boost::system::system_error when the socket cannot be made.

@@ -15,7 +15,7 @@ namespace {
 constexpr int kServerPort = 22609;
 constexpr milliseconds kBurstInterval{4000};
 constexpr milliseconds kStateInterval{1000};
-constexpr int kBurstDocuments = 25; // of each of the two threads
+constexpr int kBurstDocuments = 25; // of each thread
 constexpr int kHugeAdapters = 10000;
 
 int RandomBelow(std::mt19937& generator, int bound)
@@ -61,7 +61,7 @@ void CBurstSource::SendBurst()
         for (const std::string& document : documents)
             plugin.Apply(document);
     };
-    // Made beforehand: sent, most of them take far less than a millisecond together.
+    // Made beforehand, so that nothing delays the calls.
     std::vector<std::string> halves[2];
     for (auto& half : halves) {
         for (int count = 0; count < kBurstDocuments; ++count)
@@ -73,8 +73,8 @@ void CBurstSource::SendBurst()
     other.join();
 }
 
-/// One with up to two adapters, of which loopback alone is there; or one of thousands, none of them
-/// connected. One in four ends too early.
+/// Returns a document with up to two adapters, loopback or absent, or one with thousands, none of
+/// them connected. One in four is truncated.
 std::string CBurstSource::MakeDocument()
 {
     const bool huge = RandomBelow(random, 2 * kBurstDocuments) == 0;

@@ -8,14 +8,13 @@
 
 namespace kx::tools {
 
-/// The documents of a server that follows its adapters, and now and then, ahead of the next one, a
-/// burst of others from two threads at once: some list adapters that are not there, some are huge,
-/// some broken. Behind each burst comes the right document again. Once a second it also prints
-/// ProcessState.
+/// The documents of a server that follows its adapters, with bursts of others in between, from two
+/// threads concurrently: some list absent adapters, some are huge, some truncated. The right
+/// document follows each burst. Prints ProcessState once a second.
 class CBurstSource : public IDocumentSource {
 public:
-    /// @param served    loaded and not unloaded whenever Next is called
-    /// @param generator decides about the bursts; both outlive this
+    /// @param served     loaded whenever Next is called; outlives this
+    /// @param generator  decides about the bursts; outlives this
     CBurstSource(const CPluginLibrary& served, std::mt19937& generator);
 
     void Read() override { adapters.Read(); }
@@ -36,7 +35,7 @@ private:
     Clock::time_point nextState;
 };
 
-/// A random time with the given mean, mostly shorter and now and then much longer.
+/// Returns a random time of an exponential distribution.
 std::chrono::milliseconds RandomTime(std::mt19937& generator, std::chrono::milliseconds mean);
 
 } // namespace kx::tools

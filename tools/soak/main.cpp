@@ -17,8 +17,9 @@ namespace kx::tools {
 namespace {
 
 constexpr char kDescription[] =
-    "Loads the plug-in beside this file, runs it on all adapters but loopback, closes and unloads\n"
-    "it, again and again: short lives for two thirds of the time, then a long one.";
+    "Loads, runs, closes and unloads the plug-in beside this file again and again, on all "
+    "adapters\n"
+    "but loopback: short lives for two thirds of the time, then a long one.";
 
 constexpr milliseconds kMeanLife{2000};
 
@@ -33,13 +34,13 @@ void AddOptions(CLI::App& app, SoakOptions& options)
         ->check(PositiveSeconds())
         ->type_name("SECONDS")
         ->capture_default_str();
-    app.add_option("--seed", options.seed, "Decides about what is random")
+    app.add_option("--seed", options.seed, "Seed of all that is random")
         ->type_name("N")
         ->capture_default_str();
 }
 
-/// One life of the plug-in; false when a signal ended it early.
-bool Live(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
+/// Takes the plug-in through one life. Returns false when a signal ended it early.
+bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
 {
     const auto end = steady_clock::now() + limit;
     const CPluginLibrary plugin(OwnPluginFile());
@@ -49,7 +50,7 @@ bool Live(const CSignalQueue& signals, std::mt19937& random, steady_clock::durat
     return steady_clock::now() >= end;
 }
 
-/// Complains of a library that stays loaded after the last dlclose(3), and of none that is gone.
+/// Throws if the library is still loaded after the last dlclose(3).
 void CheckUnloaded()
 {
     if (dlopen(OwnPluginFile().c_str(), RTLD_NOW | RTLD_NOLOAD))
@@ -63,13 +64,13 @@ int Soak(const SoakOptions& options)
     const auto start = steady_clock::now();
     const auto end = start + ToDuration(options.seconds);
     const auto lastStart = start + ToDuration(options.seconds * 2 / 3);
-    for (bool last = false, asked = false; !last && !asked;) {
+    for (bool last = false, interrupted = false; !last && !interrupted;) {
         const auto now = steady_clock::now();
         last = now >= lastStart;
         const auto limit =
             last ? end - now
                  : std::min<steady_clock::duration>(RandomTime(random, kMeanLife), lastStart - now);
-        asked = !Live(signals, random, limit);
+        interrupted = !RunOneLife(signals, random, limit);
         CheckUnloaded();
         Say("Gone: " + ProcessState());
     }
