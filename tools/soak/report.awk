@@ -127,9 +127,8 @@ function CheckGrowth(when, where, figure,    warm, last, line) {
         return Fault("too short to check the growth " where)
     warm = MinInQuarter(when, figure, 1)
     last = MinInQuarter(when, figure, 3)
-    line = sprintf("%-8s %s: %d KiB at first, %d KiB after warm-up, %d KiB at the end, " \
-        "%+.1f KiB (%d allowed)", figure, where, state[when, 1, figure] / 1024, warm / 1024,
-        last / 1024, (last - warm) / 1024, max_growth[when, figure] / 1024)
+    line = sprintf("%s %s: %d KiB after warm-up, %d KiB at the end, %+.1f KiB (%d allowed)", figure,
+        where, warm / 1024, last / 1024, (last - warm) / 1024, max_growth[when, figure] / 1024)
     print line
     if (last - warm > max_growth[when, figure])
         Fault(line)
@@ -142,8 +141,8 @@ function CheckCount(figure,    first, most, number) {
         if (state["Gone", number, figure] != first)
             left_over[figure] = 1
     }
-    printf "%s: %d after the first life, %d after the last, at most %d after any and %d in any\n",
-        figure, first, state["Gone", count["Gone"], figure], most, most_running[figure]
+    printf "%s: %d after the first life, at most %d after others and %d in any\n", figure, first,
+        most, most_running[figure]
     if (figure in left_over)
         Fault(figure " left over")
     if (most_running[figure] > first + max_more[figure])
@@ -152,10 +151,9 @@ function CheckCount(figure,    first, most, number) {
 
 function CheckAnswers(    share, number) {
     share = due ? due_answered / due : 0
-    printf "Probes: %d sent and %d that must not be answered; %d answers\n",
-        probes, unanswerable, answers
-    printf "Probes while the steady adapter's endpoint was up: %d, answered there: %d, %.3f %%\n",
-        due, due_answered, 100 * share
+    printf "%d Probes to answer, %d not to answer, %d answers\n", probes, unanswerable, answers
+    printf "%d Probes while the steady adapter's endpoint was up, %.3f %% answered there\n", due,
+        100 * share
     if (share < min_share)
         Fault("Probes went unanswered")
     for (number = 1; number <= lives; ++number)
