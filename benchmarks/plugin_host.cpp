@@ -47,14 +47,6 @@ double Milliseconds(steady_clock::duration time)
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-std::string MakeDocument(int port, const std::vector<Adapter>& adapters)
-{
-    kx::tools::CAdapterSource source(
-        port, [&] { return adapters; }, false);
-    source.Read();
-    return source.Next()->text;
-}
-
 void RunPlugin(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
                const sigset_t& end)
 {
@@ -65,12 +57,12 @@ void RunPlugin(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapte
     // waits for the next soon after.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
-        plugin.Apply(MakeDocument(port, {}));
+        plugin.Apply(kx::tools::MakeServerDocument(port, {}));
         std::this_thread::sleep_for(5ms);
     }
     std::this_thread::sleep_for(100ms);
 
-    const std::string document = MakeDocument(kPort, adapters);
+    const std::string document = kx::tools::MakeServerDocument(kPort, adapters);
     const auto sent = steady_clock::now();
     plugin.Apply(document);
     auto hello = lastHello.get_future();

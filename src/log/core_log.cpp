@@ -1,5 +1,6 @@
 #include "core_log.h"
 
+#include "host_document.h"
 #include "send_to_host.h"
 
 #include <tinyxml2.h>
@@ -28,8 +29,8 @@ __attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const c
     }
     tinyxml2::XMLDocument document;
     document.InsertEndChild(document.NewDeclaration());
-    tinyxml2::XMLElement* record = document.NewElement("log_msg");
-    record->SetAttribute("level", level);
+    tinyxml2::XMLElement* record = document.NewElement(kLogElement);
+    record->SetAttribute(kLevelAttribute, level);
     record->SetText(message);
     document.InsertEndChild(record);
     SendDocument(kLogCommand, document);

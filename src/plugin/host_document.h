@@ -1,10 +1,34 @@
 #pragma once
 
+/// The names in the documents exchanged with the host. Whoever writes or reads one takes them from
+/// here; pelorin/plugin.h shows the documents.
 namespace kx {
 
-/// What every document exchanged with the host opens with. Only documents of Delta 0, whole ones,
-/// are in use.
+/// What every document but the log record begins with. Only documents with a Delta of 0, complete
+/// ones, are in use.
 inline constexpr char kRootElement[] = "Qorm";
 inline constexpr char kDeltaAttribute[] = "Delta";
+
+/// The server and adapter document.
+inline constexpr char kServersElement[] = "Servers";
+inline constexpr char kServerElement[] = "Server";
+inline constexpr char kPortAttribute[] = "Port";
+inline constexpr char kNetworkElement[] = "Network";
+inline constexpr char kAdapterElement[] = "Adapter";
+inline constexpr char kMacAddressAttribute[] = "MACAddress";
+inline constexpr char kHandleAttribute[] = "Handle";
+inline constexpr char kIpAddressAttribute[] = "IPAddress";
+inline constexpr char kConnectedAttribute[] = "Connected";
+
+/// The registration document.
+inline constexpr char kModulesElement[] = "Modules";
+inline constexpr char kModuleElement[] = "Module";
+inline constexpr char kNameAttribute[] = "Name";
+inline constexpr char kIdAttribute[] = "ID";
+inline constexpr char kVersionAttribute[] = "Version";
+
+/// The log record.
+inline constexpr char kLogElement[] = "log_msg";
+inline constexpr char kLevelAttribute[] = "level";
 
 } // namespace kx

@@ -25,12 +25,12 @@ void SendModuleRegistration()
     tinyxml2::XMLElement* root = document.NewElement(kRootElement);
     root->SetAttribute(kDeltaAttribute, 0);
     document.InsertEndChild(root);
-    tinyxml2::XMLElement* modules = document.NewElement("Modules");
+    tinyxml2::XMLElement* modules = document.NewElement(kModulesElement);
     root->InsertEndChild(modules);
-    tinyxml2::XMLElement* module = document.NewElement("Module");
-    module->SetAttribute("Name", kModuleName);
-    module->SetAttribute("ID", kModuleId);
-    module->SetAttribute("Version", ModuleVersion().c_str());
+    tinyxml2::XMLElement* module = document.NewElement(kModuleElement);
+    module->SetAttribute(kNameAttribute, kModuleName);
+    module->SetAttribute(kIdAttribute, kModuleId);
+    module->SetAttribute(kVersionAttribute, ModuleVersion().c_str());
     modules->InsertEndChild(module);
 
     SendDocument(kRegisterCommand, document);

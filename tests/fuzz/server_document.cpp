@@ -2,6 +2,7 @@
 
 #include "server_document.h"
 
+#include "document_check.h"
 #include "require.h"
 
 #include <algorithm>
@@ -42,6 +43,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(!dropped || context.serverPort == kPortBefore, "no port of a dropped document");
     Require(dropped || std::all_of(context.adapters.begin(), context.adapters.end(), IsComplete),
             "adapters are complete");
+
+    // What the host's check says of it is what happened.
+    const kx::tools::DocumentCheck check =
+        kx::tools::CheckDocument({reinterpret_cast<const char*>(data), size}, std::nullopt);
+    using Verdict = kx::tools::DocumentCheck::Verdict;
+    Require(dropped == (check.verdict == Verdict::kDropped), "the check agrees on the document");
+    const auto taken = std::count_if(check.findings.begin(), check.findings.end(), [](auto& each) {
+        return each.kind == kx::tools::Finding::Kind::kTaken;
+    });
+    Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
+            "the check agrees on the adapters");
 
     // The same up to its NUL, which ends the document in either case.
     kx::PluginContext upToNul;

@@ -39,7 +39,7 @@ protected:
 
     void Send(const Lines& adapters, const std::string& port = "22609") const
     {
-        host.Apply(ServerDocument(adapters, port));
+        host.Apply(MakeServerDocument(adapters, port));
     }
 
     /// The log of what was started, without that of the messages.

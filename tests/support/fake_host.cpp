@@ -1,5 +1,7 @@
 #include "fake_host.h"
 
+#include "document_source.h"
+
 #include <algorithm>
 #include <regex>
 #include <sstream>
@@ -62,12 +64,12 @@ void FakeHost::Run()
     // Nothing tells when the loop waits. A document that changes and changes back is taken in only
     // then: the first record, that of stopping an empty set, shows that it was.
     for (int port = 1; Log().empty(); ++port) {
-        Apply(ServerDocument({}, std::to_string(port)));
+        Apply(MakeServerDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     // Twice, since the first may find the loop still at work.
     for (int time = 0; time < 2; ++time) {
-        Apply(ServerDocument({}, "22609"));
+        Apply(MakeServerDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
     Forget();
@@ -141,15 +143,14 @@ bool FakeHost::WaitFor(const std::string& text, std::size_t count,
     });
 }
 
-std::string ServerDocument(const std::vector<std::string>& adapters, const std::string& port)
+std::string MakeServerDocument(const std::vector<std::string>& adapters, const std::string& port)
 {
-    std::string text = "<Qorm Delta=\"0\"><Servers><Server Port=\"" + port + "\"><Network>";
+    std::vector<kx::tools::Adapter> list;
     for (const std::string& each : adapters) {
-        std::istringstream fields(each);
-        std::string ip, handle, mac;
-        fields >> ip >> handle >> mac;
-        text += "<Adapter MACAddress='" + mac + "' Handle='" + handle + "' IPAddress='" + ip +
-                "' Connected='1'/>";
+        kx::tools::Adapter adapter{};
+        std::istringstream(each) >> adapter.ipAddress >> adapter.name >> adapter.macAddress;
+        adapter.connected = true;
+        list.push_back(adapter);
     }
-    return text + "</Network></Server></Servers></Qorm>";
+    return kx::tools::MakeServerDocument(std::stoi(port), list);
 }

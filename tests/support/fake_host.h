@@ -94,4 +94,4 @@ private:
 };
 
 /// A server and adapter document. Adapters are given as "ip handle mac".
-std::string ServerDocument(const std::vector<std::string>& adapters, const std::string& port);
+std::string MakeServerDocument(const std::vector<std::string>& adapters, const std::string& port);

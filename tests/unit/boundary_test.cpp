@@ -112,11 +112,11 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     host.Load();
     host.Run();
     EXPECT_TRUE(host.Log().empty());
-    host.Apply(ServerDocument({}, "22609"));
+    host.Apply(MakeServerDocument({}, "22609"));
     host.Apply("<Qorm Delta=\"1\"/>");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_TRUE(host.Log().empty()) << "nothing changed";
-    host.Apply(ServerDocument({}, "1"));
+    host.Apply(MakeServerDocument({}, "1"));
     EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
 }
 
@@ -124,11 +124,11 @@ TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
 {
     FakeHost host;
     host.Load();
-    host.Apply(ServerDocument({"10.0.0.300 lo m"}, "80"));
+    host.Apply(MakeServerDocument({"10.0.0.300 lo m"}, "80"));
     host.Load(); // keeps the document
     host.Lend();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    host.Apply(ServerDocument({}, "80")); // as the run found it
+    host.Apply(MakeServerDocument({}, "80")); // as the run found it
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
 }

@@ -1,5 +1,6 @@
 #include "core_log.h"
 #include "data.h"
+#include "document_check.h"
 #include "module_registration.h"
 #include "report.h"
 #include "send_to_host.h"
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <locale>
 
 namespace {
@@ -119,6 +121,37 @@ TEST_P(ServerDocuments, AreTakenInOrDropped)
 
 INSTANTIATE_TEST_SUITE_P(Cases, ServerDocuments,
                          testing::ValuesIn(ReadCases("server_documents.txt")),
+                         [](const auto& each) { return each.param.name; });
+
+/// Verdict and findings as in document_checks.txt.
+std::string Show(const kx::tools::DocumentCheck& check)
+{
+    std::string text = kx::tools::ToText(check.verdict);
+    for (const kx::tools::Finding& each : check.findings)
+        text += " | " + ToText(each);
+    return text;
+}
+
+class DocumentChecks : public testing::TestWithParam<DataCase> {};
+
+TEST_P(DocumentChecks, SayWhatThePluginDoes)
+{
+    using kx::tools::Finding;
+    const kx::tools::Devices devices{{"eth0", {"10.0.0.5", "10.0.0.6"}}, {"eth1", {"10.0.1.5"}}};
+    const std::string& text = GetParam().text;
+    const kx::tools::DocumentCheck check = kx::tools::CheckDocument(text, devices);
+    EXPECT_EQ(Show(check), GetParam().expected);
+
+    kx::PluginContext context;
+    context.adapters.resize(100);
+    kx::ApplyServerDocument(context, text.data(), static_cast<std::int32_t>(text.size()));
+    const auto taken = std::count_if(check.findings.begin(), check.findings.end(),
+                                     [](auto& each) { return each.kind == Finding::Kind::kTaken; });
+    const bool dropped = check.verdict == kx::tools::DocumentCheck::Verdict::kDropped;
+    EXPECT_EQ(context.adapters.size(), dropped ? 100U : static_cast<std::size_t>(taken));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, DocumentChecks, testing::ValuesIn(ReadCases("document_checks.txt")),
                          [](const auto& each) { return each.param.name; });
 
 TEST(ServerDocument, LengthDecidesWhereItEnds)

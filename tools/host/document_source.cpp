@@ -24,25 +24,6 @@ namespace {
 constexpr int kNoIndex = 0; // no device has it
 constexpr char kStandardInput[] = "-";
 
-std::string MakeDocument(int port, const std::vector<Adapter>& adapters)
-{
-    tinyxml2::XMLDocument document;
-    XMLElement* root = document.NewElement(kRootElement);
-    document.InsertEndChild(root);
-    root->SetAttribute(kDeltaAttribute, 0);
-    XMLElement* server = root->InsertNewChildElement("Servers")->InsertNewChildElement("Server");
-    server->SetAttribute("Port", port);
-    XMLElement* network = server->InsertNewChildElement("Network");
-    for (const Adapter& each : adapters) {
-        XMLElement* adapter = network->InsertNewChildElement("Adapter");
-        adapter->SetAttribute("MACAddress", each.macAddress.c_str());
-        adapter->SetAttribute("Handle", each.name.c_str());
-        adapter->SetAttribute("IPAddress", each.ipAddress.c_str());
-        adapter->SetAttribute("Connected", each.connected ? 1 : 0);
-    }
-    return PrintDocument(document);
-}
-
 std::string Summary(int port, const std::vector<Adapter>& adapters)
 {
     std::string list;
@@ -65,25 +46,27 @@ bool IsGone(const Adapter& before, const std::vector<Adapter>& adapters)
            });
 }
 
-std::string ReadAll(const std::string& name)
-{
-    try {
-        std::ifstream file;
-        if (name != kStandardInput) {
-            file.open(name, std::ios::binary);
-            if (!file)
-                throw std::system_error(errno, std::generic_category());
-        }
-        std::istream& input = name == kStandardInput ? std::cin : file;
-        return {std::istreambuf_iterator<char>(input), {}};
-    } catch (const std::system_error& error) {
-        throw std::runtime_error(Compose("cannot read the document ", name, ": ",
-                                         error.code().message(),
-                                         "; --document takes a file, or - for standard input"));
-    }
-}
-
 } // namespace
+
+std::string MakeServerDocument(int port, const std::vector<Adapter>& adapters)
+{
+    tinyxml2::XMLDocument document;
+    XMLElement* root = document.NewElement(kRootElement);
+    document.InsertEndChild(root);
+    root->SetAttribute(kDeltaAttribute, 0);
+    XMLElement* server =
+        root->InsertNewChildElement(kServersElement)->InsertNewChildElement(kServerElement);
+    server->SetAttribute(kPortAttribute, port);
+    XMLElement* network = server->InsertNewChildElement(kNetworkElement);
+    for (const Adapter& each : adapters) {
+        XMLElement* adapter = network->InsertNewChildElement(kAdapterElement);
+        adapter->SetAttribute(kMacAddressAttribute, each.macAddress.c_str());
+        adapter->SetAttribute(kHandleAttribute, each.name.c_str());
+        adapter->SetAttribute(kIpAddressAttribute, each.ipAddress.c_str());
+        adapter->SetAttribute(kConnectedAttribute, each.connected ? 1 : 0);
+    }
+    return PrintDocument(document);
+}
 
 CAdapterSource::CAdapterSource(int serverPort, ReadListed listed, bool follow)
     : port(serverPort), readListed(std::move(listed))
@@ -115,7 +98,7 @@ void CAdapterSource::ReadChanges()
     pending = true;
 }
 
-std::optional<ServerDocument> CAdapterSource::Next()
+std::optional<OutgoingDocument> CAdapterSource::Next()
 {
     if (!std::exchange(pending, false))
         return std::nullopt;
@@ -134,34 +117,56 @@ std::optional<ServerDocument> CAdapterSource::Next()
     }
 
     handedOver = next;
-    std::string text = MakeDocument(port, next);
+    std::string text = MakeServerDocument(port, next);
     if (text == handedOverText)
         return std::nullopt;
     handedOverText = text;
-    return ServerDocument{std::move(text), Summary(port, next), !gone.empty(), false};
+    return OutgoingDocument{std::move(text), Summary(port, next), !gone.empty(), std::nullopt};
 }
 
 CFileSource::CFileSource(std::string file) : name(std::move(file)) {}
 
 void CFileSource::Read()
 {
-    if (std::exchange(inputRead, name == kStandardInput))
-        throw std::runtime_error("standard input can be read only once");
-    std::string text = ReadAll(name);
-    if (text.size() > std::numeric_limits<std::int32_t>::max())
-        throw std::runtime_error(Compose("the document ", name, " is too long"));
-    unsent = std::move(text);
+    unsent = ReadDocument(name);
 }
 
-std::optional<ServerDocument> CFileSource::Next()
+std::optional<OutgoingDocument> CFileSource::Next()
 {
     if (!unsent)
         return std::nullopt;
-    ServerDocument next{std::move(*unsent), "", false, true};
-    unsent.reset();
-    next.summary =
-        Compose(name == kStandardInput ? "standard input" : name, ", ", next.text.size(), " bytes");
-    return next;
+    const std::string text = *std::exchange(unsent, std::nullopt);
+    return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"), false,
+                            CheckDocument(text, ReadDevices())};
+}
+
+std::string ReadDocument(const std::string& name)
+{
+    static bool inputRead = false;
+    try {
+        std::ifstream file;
+        if (name != kStandardInput) {
+            file.open(name, std::ios::binary);
+            if (!file)
+                throw std::system_error(errno, std::generic_category());
+        } else if (std::exchange(inputRead, true)) {
+            throw std::runtime_error("standard input can be read only once");
+        }
+        std::istream& input = name == kStandardInput ? std::cin : file;
+        std::string text{std::istreambuf_iterator<char>(input), {}};
+        if (text.size() > std::numeric_limits<std::int32_t>::max())
+            throw std::runtime_error(Compose("the document ", name, " is too long"));
+        return text;
+    } catch (const std::system_error& error) {
+        throw std::runtime_error(Compose("cannot read the document ", name, ": ",
+                                         error.code().message(),
+                                         "; name a file, or - for standard input"));
+    }
+}
+
+std::string DocumentName(const std::string& name)
+{
+    return name == kStandardInput ? "standard input" : name;
 }
 
 } // namespace kx::tools

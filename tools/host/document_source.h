@@ -2,6 +2,7 @@
 
 #include "adapter.h"
 #include "adapter_monitor.h"
+#include "document_check.h"
 
 #include <functional>
 #include <optional>
@@ -10,16 +11,29 @@
 
 namespace kx::tools {
 
+/// Writes a server and adapter document. A device's name is the handle.
+std::string MakeServerDocument(int port, const std::vector<Adapter>& adapters);
+
 /// A server and adapter document on its way to the plug-in.
-struct ServerDocument {
+struct OutgoingDocument {
     std::string text;
     std::string summary; ///< what it lists, for the log
     /// Set when it takes adapters away. The next document then waits until the plug-in has acted on
-    /// this one: of several that reach it at once the plug-in compares but the last with what it
-    /// has, and an adapter that went and came back would look as if nothing had happened.
+    /// this one: of several that arrive while it is busy it compares only the last with what it
+    /// has, and would not notice an adapter that went and came back.
     bool takesAway;
-    bool usersOwn; ///< it may be no good, which nothing but the plug-in's silence tells
+    std::optional<DocumentCheck> check; ///< of the user's own document
 };
+
+/// Reads a whole file.
+///
+/// @param name  "-": standard input, which can be read only once
+///
+/// Errors: std::runtime_error, also when it is too long for a document.
+std::string ReadDocument(const std::string& name);
+
+/// What a document's file is called in messages.
+std::string DocumentName(const std::string& name);
 
 /// Where the documents for the plug-in come from.
 ///
@@ -43,10 +57,10 @@ public:
     virtual void ReadChanges() {}
 
     /// The next document to hand over, which then counts as handed over.
-    virtual std::optional<ServerDocument> Next() = 0;
+    virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
-/// Documents by which a server tells its port and its adapters. A device's name is the handle.
+/// Documents by which a server tells its port and its adapters.
 class CAdapterSource : public IDocumentSource {
 public:
     /// Gives the adapters to list, as they are now.
@@ -61,7 +75,7 @@ public:
 
     /// Leaves an adapter out once if its device is another than the one handed over last: the
     /// plug-in has to let go of the old one first.
-    std::optional<ServerDocument> Next() override;
+    std::optional<OutgoingDocument> Next() override;
 
 private:
     const int port;
@@ -73,19 +87,18 @@ private:
     bool pending = false;
 };
 
-/// A document of the user's own, as it is.
+/// A document of the user's own, handed over as it is, with what CheckDocument finds in it.
 class CFileSource : public IDocumentSource {
 public:
     /// @param file  its name; "-": standard input, which can be read only once
     explicit CFileSource(std::string file);
 
     void Read() override;
-    std::optional<ServerDocument> Next() override;
+    std::optional<OutgoingDocument> Next() override;
 
 private:
     const std::string name;
     std::optional<std::string> unsent;
-    bool inputRead = false;
 };
 
 } // namespace kx::tools

@@ -1,3 +1,4 @@
+#include "check_files.h"
 #include "document_source.h"
 #include "host_log.h"
 #include "plugin_library.h"
@@ -27,6 +28,8 @@ struct HostOptions {
     bool follow = false;
     int port = 22609;
     std::optional<std::string> documentFile;
+    std::vector<std::string> checkedFiles;
+    bool elsewhere = false;
     std::optional<double> limitSeconds;
     std::optional<std::string> pluginFile;
     bool json = false;
@@ -47,16 +50,28 @@ void AddOptions(CLI::App& app, HostOptions& options)
                             ->check(CLI::Range(1, kLastPort).description(""))
                             ->type_name("PORT")
                             ->capture_default_str();
-    app.add_option("--document", options.documentFile,
-                   "Hand over this document, whatever it holds; - for standard input, once")
-        ->excludes(adapter, all, follow, port)
-        ->type_name("FILE");
-    app.add_option("--for", options.limitSeconds, "Time to run; otherwise until SIGINT or SIGTERM")
-        ->check(PositiveSeconds())
-        ->type_name("SECONDS");
-    app.add_option("--plugin", options.pluginFile,
-                   "Plug-in; otherwise pelorin.so beside this file, or the installed one")
-        ->type_name("FILE");
+    CLI::Option* document =
+        app.add_option("--document", options.documentFile,
+                       "Hand over this document, whatever it holds; - for standard input, once")
+            ->excludes(adapter, all, follow, port)
+            ->type_name("FILE");
+    CLI::Option* limit = app.add_option("--for", options.limitSeconds,
+                                        "Time to run; otherwise until SIGINT or SIGTERM")
+                             ->check(PositiveSeconds())
+                             ->type_name("SECONDS");
+    CLI::Option* plugin =
+        app.add_option("--plugin", options.pluginFile,
+                       "Plug-in; otherwise pelorin.so beside this file, or the installed one")
+            ->type_name("FILE");
+    CLI::Option* check =
+        app.add_option("--check", options.checkedFiles,
+                       "Run nothing; say how the plug-in reads these documents; - for standard "
+                       "input")
+            ->excludes(adapter, all, follow, port, document, limit, plugin)
+            ->type_name("FILE");
+    app.add_flag("--elsewhere", options.elsewhere,
+                 "The documents are for another machine: leave out this one's adapters")
+        ->needs(check);
     app.add_flag("--json", options.json, "Print JSON, one object a line");
 }
 
@@ -96,6 +111,8 @@ void SayWhatIsMissing(const std::vector<std::string>& names)
 
 int Host(const HostOptions& options)
 {
+    if (!options.checkedFiles.empty())
+        return CheckFiles(options.checkedFiles, options.elsewhere, options.json);
     SetLogForm(ChooseLogForm(options.json));
     const std::unique_ptr<IDocumentSource> source = MakeSource(options);
     source->Read();

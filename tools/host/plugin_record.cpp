@@ -14,9 +14,9 @@ namespace {
 
 std::optional<PluginRecord> ReadLogRecord(const XMLDocument& document)
 {
-    const XMLElement* record = document.FirstChildElement("log_msg");
+    const XMLElement* record = document.FirstChildElement(kLogElement);
     int level = 0;
-    if (!record || record->QueryIntAttribute("level", &level) != tinyxml2::XML_SUCCESS)
+    if (!record || record->QueryIntAttribute(kLevelAttribute, &level) != tinyxml2::XML_SUCCESS)
         return std::nullopt;
     const char* text = record->GetText();
     return LogRecord{level, text ? text : ""};
@@ -26,14 +26,14 @@ std::optional<PluginRecord> ReadRegistration(const XMLDocument& document)
 {
     const auto* module = tinyxml2::XMLConstHandle(document)
                              .FirstChildElement(kRootElement)
-                             .FirstChildElement("Modules")
-                             .FirstChildElement("Module")
+                             .FirstChildElement(kModulesElement)
+                             .FirstChildElement(kModuleElement)
                              .ToElement();
     if (!module)
         return std::nullopt;
-    const char* name = module->Attribute("Name");
-    const char* identifier = module->Attribute("ID");
-    const char* version = module->Attribute("Version");
+    const char* name = module->Attribute(kNameAttribute);
+    const char* identifier = module->Attribute(kIdAttribute);
+    const char* version = module->Attribute(kVersionAttribute);
     if (!name || !identifier || !version)
         return std::nullopt;
     return Registration{name, identifier, version};

@@ -26,8 +26,16 @@ constexpr std::chrono::seconds kRepeatInterval{2};
 /// first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
-    "The plug-in did not act on this within a second: it brings nothing new, the plug-in cannot "
-    "read it, or it is held up";
+    "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
+    "held up";
+
+/// Says what the check found in a document of the user's own.
+void SayFindings(const DocumentCheck& check)
+{
+    for (const Finding& each : check.findings)
+        Say("Line " + ToText(each));
+    Say(Compose("The document is ", ToText(check.verdict)));
+}
 
 /// Hands documents to the plug-in, each several times.
 ///
@@ -40,10 +48,12 @@ public:
     /// Whether the document in hand may give way to another.
     bool Free() const { return settled || !document.takesAway; }
 
-    void Start(ServerDocument next)
+    void Start(OutgoingDocument next)
     {
         document = std::move(next);
         Say("Handing over " + document.summary);
+        if (document.check)
+            SayFindings(*document.check);
         stopsBefore = StopRecordCount();
         actBy = steady_clock::now() + kActBound;
         settled = false;
@@ -61,7 +71,9 @@ public:
         // Looked at before the sending, so it is sent once more after the plug-in acted: that may
         // have been on the document before.
         const bool acted = StopRecordCount() != stopsBefore;
-        if (document.usersOwn && !settled && !acted && now >= actBy)
+        const bool readable =
+            document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
+        if (readable && !settled && !acted && now >= actBy)
             Say(kNotActedText);
         settled = settled || acted || now >= actBy;
         sentAt = now;
@@ -70,7 +82,7 @@ public:
 
 private:
     const CPluginLibrary& plugin;
-    ServerDocument document{};
+    OutgoingDocument document{};
     unsigned stopsBefore = 0;
     steady_clock::time_point actBy;
     steady_clock::time_point sentAt;

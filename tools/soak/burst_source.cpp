@@ -40,7 +40,7 @@ CBurstSource::CBurstSource(const CPluginLibrary& served, std::mt19937& generator
 {
 }
 
-std::optional<ServerDocument> CBurstSource::Next()
+std::optional<OutgoingDocument> CBurstSource::Next()
 {
     const auto now = Clock::now();
     if (now >= nextState) {
@@ -78,17 +78,17 @@ void CBurstSource::SendBurst()
 std::string CBurstSource::MakeDocument()
 {
     const bool huge = RandomBelow(random, 2 * kBurstDocuments) == 0;
-    std::string list;
+    std::vector<Adapter> list;
     for (int count = huge ? kHugeAdapters : RandomBelow(random, 3); count > 0; --count) {
         const bool loopback = RandomBelow(random, 2) == 0;
-        list +=
-            Compose("<Adapter MACAddress='02:00:00:00:07:00' Handle='", loopback ? "lo" : "none",
-                    "' IPAddress='", loopback ? "127.0.0." : "10.9.0.", 1 + RandomBelow(random, 2),
-                    "' Connected='", huge ? 0 : 1, "'/>");
+        Adapter adapter{};
+        adapter.name = loopback ? "lo" : "none";
+        adapter.ipAddress = Compose(loopback ? "127.0.0." : "10.9.0.", 1 + RandomBelow(random, 2));
+        adapter.macAddress = "02:00:00:00:07:00";
+        adapter.connected = !huge;
+        list.push_back(adapter);
     }
-    std::string document =
-        Compose("<Qorm Delta='0'><Servers><Server Port='", RandomBelow(random, 65536),
-                "'><Network>", list, "</Network></Server></Servers></Qorm>");
+    std::string document = MakeServerDocument(RandomBelow(random, 65536), list);
     if (RandomBelow(random, 4) == 0)
         document.resize(document.size() * static_cast<std::size_t>(RandomBelow(random, 100)) / 100);
     return document;

@@ -20,7 +20,7 @@ public:
     void Read() override { adapters.Read(); }
     int Descriptor() const override { return adapters.Descriptor(); }
     void ReadChanges() override { adapters.ReadChanges(); }
-    std::optional<ServerDocument> Next() override;
+    std::optional<OutgoingDocument> Next() override;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,0 +1,334 @@
+#include "document_check.h"
+
+#include "host_document.h"
+#include "server_document_reader.h"
+#include "text.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <ifaddrs.h>
+#include <memory>
+#include <net/if.h>
+#include <strings.h>
+#include <system_error>
+
+using tinyxml2::XMLAttribute;
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+
+namespace kx::tools {
+namespace {
+
+constexpr std::int32_t kDefaultPort = 22609;
+constexpr std::int32_t kMaxPort = 65535;
+constexpr char kNoAddress[] = "0.0.0.0";
+
+std::string Quoted(const char* text)
+{
+    return Compose("\"", text, "\"");
+}
+
+bool DiffersInCase(const char* text, const char* name)
+{
+    return strcasecmp(text, name) == 0 && std::strcmp(text, name) != 0;
+}
+
+/// The parser's reason: "XML_ERROR_MISMATCHED_ELEMENT, XMLElement name=Server".
+std::string ParserReason(const tinyxml2::XMLDocument& document)
+{
+    const std::string text = document.ErrorStr();
+    const std::string mark = "Line number=";
+    const auto line = text.find(mark);
+    const auto detail = line == std::string::npos ? line : text.find(": ", line);
+    return Compose(document.ErrorName(),
+                   detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
+}
+
+/// Why a handle cannot be the name of a device; empty if it can. The rule is the kernel's, but for
+/// "%", with which the plug-in's format would go wrong.
+std::string HandleFault(const std::string& handle)
+{
+    if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
+        return Compose("is a label of an address; the device is ", handle.substr(0, colon));
+    if (handle.find_first_of("%/: \t\n\v\f\r") != std::string::npos || handle == "." ||
+        handle == "..")
+        return "cannot be the name of a device";
+    if (handle.size() >= IF_NAMESIZE)
+        return Compose("is longer than the ", IF_NAMESIZE - 1, " characters of a device's name");
+    return "";
+}
+
+/// The devices that have an address: "eth1, eth2" or "no device of this machine".
+std::string Holders(const Devices& devices, const std::string& address)
+{
+    std::string list;
+    for (const auto& [name, addresses] : devices) {
+        if (addresses.count(address) > 0)
+            list += (list.empty() ? "" : ", ") + name;
+    }
+    return list.empty() ? "no device of this machine" : list;
+}
+
+/// "; line 3 has "servers"" if a child element has this name but for its case.
+std::string OtherSpelling(const XMLNode& parent, const char* name)
+{
+    for (const XMLElement* each = parent.FirstChildElement(); each;
+         each = each->NextSiblingElement()) {
+        if (DiffersInCase(each->Name(), name))
+            return Compose("; line ", each->GetLineNum(), " has ", Quoted(each->Name()));
+    }
+    return "";
+}
+
+/// Why an attribute of an element does not count: missing, empty or of a wrong value.
+std::string AttributeFault(const XMLElement& element, const char* name, const char* expected)
+{
+    if (const char* value = element.Attribute(name))
+        return *value ? Compose(name, " is ", Quoted(value), ", not ", expected)
+                      : Compose(name, " is empty");
+    std::string other;
+    for (const XMLAttribute* each = element.FirstAttribute(); each; each = each->Next()) {
+        if (DiffersInCase(each->Name(), name))
+            other = Compose("; it has ", Quoted(each->Name()));
+    }
+    return Compose(element.Name(), " has no attribute ", name, other);
+}
+
+using Kind = Finding::Kind;
+using Verdict = DocumentCheck::Verdict;
+
+/// Collects the findings of one document.
+class CChecker {
+public:
+    explicit CChecker(const std::optional<Devices>& machine) : devices(machine) {}
+
+    DocumentCheck Check(const std::string& text)
+    {
+        tinyxml2::XMLDocument document;
+        if (!ParseServerDocument(document, text.data(), static_cast<std::int32_t>(text.size()))) {
+            Add(Kind::kDropped, std::max(document.ErrorLineNum(), 1),
+                Compose("not well-formed XML: ", ParserReason(document)));
+            return Result(Verdict::kDropped);
+        }
+        const ServerElements elements = FindServerElements(document);
+        if (!elements.network) {
+            ExplainDrop(document, elements);
+            return Result(Verdict::kDropped);
+        }
+        NoteFurther(*elements.root);
+        NoteFurther(*elements.servers);
+        NoteFurther(*elements.server);
+        CheckPort(*elements.server);
+        NoteFurther(*elements.network);
+        for (const XMLElement* each = elements.network->FirstChildElement(); each;
+             each = each->NextSiblingElement())
+            CheckAdapter(*each);
+        return Result(startedCount > 0 ? Verdict::kUsable : Verdict::kNothingToAdvertise);
+    }
+
+private:
+    DocumentCheck Result(Verdict verdict)
+    {
+        std::stable_sort(
+            findings.begin(), findings.end(),
+            [](const Finding& left, const Finding& right) { return left.line < right.line; });
+        return {verdict, std::move(findings)};
+    }
+
+    void Add(Kind kind, int line, std::string text)
+    {
+        findings.push_back({kind, line, std::move(text)});
+    }
+
+    void ExplainDrop(const tinyxml2::XMLDocument& document, const ServerElements& elements)
+    {
+        if (!elements.root)
+            AddMissing(document, "the top level", kRootElement);
+        else if (std::int32_t delta = 0;
+                 !ReadInteger(*elements.root, kDeltaAttribute, delta) || delta != 0)
+            Add(Kind::kDropped, elements.root->GetLineNum(),
+                AttributeFault(*elements.root, kDeltaAttribute, "0"));
+        else if (!elements.servers)
+            AddMissing(*elements.root, kRootElement, kServersElement);
+        else if (!elements.server)
+            AddMissing(*elements.servers, kServersElement, kServerElement);
+        else
+            AddMissing(*elements.server, kServerElement, kNetworkElement);
+    }
+
+    void AddMissing(const XMLNode& parent, const char* parentName, const char* name)
+    {
+        Add(Kind::kDropped, std::max(parent.GetLineNum(), 1),
+            Compose(parentName, " has no element ", name, OtherSpelling(parent, name)));
+    }
+
+    /// The plug-in reads the first element of each name.
+    void NoteFurther(const XMLElement& first)
+    {
+        for (const XMLElement* each = first.NextSiblingElement(first.Name()); each;
+             each = each->NextSiblingElement(first.Name()))
+            Add(Kind::kNote, each->GetLineNum(),
+                Compose("not read: only the first ", first.Name(), " counts"));
+    }
+
+    void CheckPort(const XMLElement& server)
+    {
+        const int line = server.GetLineNum();
+        std::int32_t port = 0;
+        if (!ReadInteger(server, kPortAttribute, port)) {
+            Add(Kind::kPort, line,
+                Compose(kDefaultPort, " unless an earlier document set another: ",
+                        AttributeFault(server, kPortAttribute, "a number")));
+            return;
+        }
+        Add(Kind::kPort, line, Compose(port, ", from ", kPortAttribute));
+        NoteOtherText(server, kPortAttribute, port);
+        if (port < 1 || port > kMaxPort)
+            Add(Kind::kNote, line,
+                Compose("port ", port, " is not one of 1 to ", kMaxPort,
+                        " and is advertised all the same"));
+    }
+
+    void NoteOtherText(const XMLElement& element, const char* name, std::int32_t value)
+    {
+        const char* text = element.Attribute(name);
+        if (Compose(value) != text)
+            Add(Kind::kNote, element.GetLineNum(),
+                Compose(name, " ", Quoted(text), " is read as ", value));
+    }
+
+    void CheckAdapter(const XMLElement& element)
+    {
+        const int line = element.GetLineNum();
+        if (DiffersInCase(element.Name(), kAdapterElement))
+            Add(Kind::kSkipped, line,
+                Compose("element ", Quoted(element.Name()), " is not ", Quoted(kAdapterElement)));
+        if (std::strcmp(element.Name(), kAdapterElement) != 0)
+            return;
+        AdapterRecord adapter;
+        if (const char* attribute = ReadAdapter(element, adapter)) {
+            Add(Kind::kSkipped, line, AttributeFault(element, attribute, "1"));
+            return;
+        }
+        Add(Kind::kTaken, line,
+            Compose(adapter.handle, " (", adapter.ipAddress, "), MAC address ",
+                    adapter.macAddress));
+        NoteOtherText(element, kConnectedAttribute, 1);
+        CheckHandle(adapter, line);
+        CheckStart(adapter, line);
+    }
+
+    /// Whether the plug-in starts an endpoint, as it does in the document's order.
+    void CheckStart(const AdapterRecord& adapter, int line)
+    {
+        in_addr address{};
+        if (stopLine > 0) {
+            Add(Kind::kNote, line,
+                Compose("not started because of the address in line ", stopLine));
+        } else if (inet_pton(AF_INET, adapter.ipAddress.c_str(), &address) != 1) {
+            stopLine = line;
+            Add(Kind::kNote, line,
+                Compose(
+                    "IPAddress ", Quoted(adapter.ipAddress.c_str()),
+                    " is not an IPv4 address: neither this adapter nor a later one is started"));
+        } else if (adapter.ipAddress == kNoAddress) {
+            Add(Kind::kNote, line, Compose("not started: IPAddress is ", kNoAddress));
+        } else {
+            ++startedCount;
+            CheckAddress(adapter, line);
+        }
+    }
+
+    void CheckAddress(const AdapterRecord& adapter, int line)
+    {
+        if (!devices)
+            return;
+        const auto device = devices->find(adapter.handle.substr(0, adapter.handle.find(':')));
+        if (device != devices->end() && device->second.count(adapter.ipAddress) > 0)
+            return;
+        Add(Kind::kNote, line,
+            Compose("address ", adapter.ipAddress, " is on ",
+                    Holders(*devices, adapter.ipAddress)));
+    }
+
+    void CheckHandle(const AdapterRecord& adapter, int line)
+    {
+        const std::string fault = HandleFault(adapter.handle);
+        if (!fault.empty())
+            Add(Kind::kNote, line, Compose("Handle ", Quoted(adapter.handle.c_str()), " ", fault));
+        else if (devices && devices->count(adapter.handle) == 0)
+            Add(Kind::kNote, line, Compose("this machine has no device ", adapter.handle));
+    }
+
+    const std::optional<Devices>& devices;
+    std::vector<Finding> findings;
+    int startedCount = 0;
+    int stopLine = 0; ///< of the adapter that ends the start
+};
+
+} // namespace
+
+Devices ReadDevices()
+{
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0)
+        throw std::system_error(errno, std::generic_category(), "cannot read the network devices");
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
+    Devices devices;
+    for (const ifaddrs* each = list; each; each = each->ifa_next) {
+        // An entry of an IPv4 address bears the address's label, as "eth0:1".
+        const std::string name(each->ifa_name, std::strcspn(each->ifa_name, ":"));
+        std::set<std::string>& addresses = devices[name];
+        if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET)
+            continue;
+        char text[INET_ADDRSTRLEN] = "";
+        inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr, text,
+                  sizeof(text));
+        addresses.insert(text);
+    }
+    return devices;
+}
+
+DocumentCheck CheckDocument(const std::string& document, const std::optional<Devices>& devices)
+{
+    return CChecker(devices).Check(document);
+}
+
+const char* ToText(Kind kind)
+{
+    switch (kind) {
+    case Kind::kDropped:
+        return "dropped";
+    case Kind::kPort:
+        return "port";
+    case Kind::kTaken:
+        return "adapter";
+    case Kind::kSkipped:
+        return "skipped";
+    case Kind::kNote:
+        return "note";
+    }
+    return "";
+}
+
+const char* ToText(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::kUsable:
+        return "usable";
+    case Verdict::kNothingToAdvertise:
+        return "nothing to advertise";
+    case Verdict::kDropped:
+        return "dropped";
+    }
+    return "";
+}
+
+std::string ToText(const Finding& finding)
+{
+    return Compose(finding.line, ": ", ToText(finding.kind), ": ", finding.text);
+}
+
+} // namespace kx::tools
