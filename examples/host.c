@@ -60,8 +60,8 @@ static char* MakeDocument(const char* port)
         // "eth0:1" is the label of an address; the device, which the plug-in needs, is eth0.
         char device[IF_NAMESIZE];
         snprintf(device, sizeof(device), "%.*s", (int)strcspn(each->ifa_name, ":"), each->ifa_name);
-        // Linux allows these in a name, but the plug-in takes it as a format, and XML as markup.
-        if (strpbrk(device, "%&<'"))
+        // Linux allows these in a name; in XML they would have to be escaped.
+        if (strpbrk(device, "&<'"))
             continue;
         unsigned char mac[6] = {0}; // zeros for a device without one, as a tunnel is
         for (struct ifaddrs* link = list; link; link = link->ifa_next) {

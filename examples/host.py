@@ -43,11 +43,10 @@ def call(function, request=None):
 
 
 def adapters():
-    """What the document says about each adapter. ifname is a device; a label of an address would
-    not do."""
+    """Yields the element for each adapter. ifname is the device, not the label of an address."""
     listed = subprocess.run(["ip", "-json", "address"], check=True, stdout=subprocess.PIPE).stdout
     for device in json.loads(listed):
-        if device["link_type"] == "loopback" or "%" in device["ifname"]:
+        if device["link_type"] == "loopback":
             continue
         connected = int({"UP", "LOWER_UP"} <= set(device["flags"]))
         for entry in device["addr_info"]:
