@@ -24,11 +24,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto isControl = [](unsigned char each) { return each < 0x20 || each == 0x7f; };
     for (const kx::tools::Device& each : message->devices) {
         Require(!each.address.empty(), "a device has an address");
-        const Event event{Event::Kind::kAnswer, {each, "eth0", {}, {}, {}}, false, {}};
+        const Event event{Event::Kind::kAnswer, {each, "", {}, "eth0", {}, {}, {}}, false, {}};
         const std::string json = ToJsonLine(event);
         Require(std::none_of(json.begin(), json.end(), isControl), "JSON is one line");
         std::ostringstream table;
-        kx::tools::CEventTable(table, false).Print(event);
+        kx::tools::CEventTable(table, {}).Print(event);
         const std::string lines = table.str();
         Require(std::count_if(lines.begin(), lines.end(), isControl) == 2,
                 "a device is a line below the heading");

@@ -42,16 +42,16 @@ TEST_P(ReadMessage, FindsWhatADeviceSaysWhateverItsPrefixes)
 INSTANTIATE_TEST_SUITE_P(Cases, ReadMessage, testing::ValuesIn(ReadCases("answers.txt")),
                          [](const auto& each) { return each.param.name; });
 
-std::vector<std::string> ListOf(const std::string& word)
+std::vector<std::string> ListOf(const std::string& word, const std::string& start = "")
 {
-    return word == "-" ? std::vector<std::string>() : std::vector<std::string>{word};
+    return word == "-" ? std::vector<std::string>() : std::vector<std::string>{start + word};
 }
 
 std::string Show(const kx::tools::Event& event)
 {
-    const auto& [device, adapter, source, time, roundTrip] = event.heard;
+    const kx::tools::Device& device = event.heard.device;
     return std::string(event.otherPath ? "+" : "") + NameOf(event.kind) + " " + device.address +
-           " " + adapter + " (" + Join(device.xaddrs) + ")" +
+           " " + event.heard.adapter + " (" + Join(device.xaddrs) + ")" +
            (event.was ? " was (" + Join(event.was->xaddrs) + ") " + Join(event.was->scopes) : "");
 }
 
@@ -60,24 +60,32 @@ class DeviceList : public testing::TestWithParam<DataCase> {};
 TEST_P(DeviceList, TellsWhatIsNew)
 {
     const std::map<std::string, Message::Kind> kinds{{"answer", Message::Kind::kProbeMatches},
+                                                     {"resolved", Message::Kind::kResolveMatches},
                                                      {"hello", Message::Kind::kHello},
                                                      {"bye", Message::Kind::kBye}};
-    kx::tools::CDeviceList devices("T", GetParam().name.find("Once") != 0);
+    kx::tools::CDeviceList devices(kx::tools::DeviceType{"t", "urn:t", "T"},
+                                   GetParam().name.find("Once") != 0);
     std::string told;
     std::istringstream lines(GetParam().text);
     for (std::string line; std::getline(lines, line);) {
         std::string kind, address, adapter, source, xaddrs, scope, type;
         std::istringstream(line) >> kind >> address >> adapter >> source >> xaddrs >> scope >> type;
-        const kx::tools::Device device{address, ListOf(type), ListOf(scope), ListOf(xaddrs), {}};
+        const kx::tools::Device device{
+            address, ListOf(type, "{urn:t}"), ListOf(scope), ListOf(xaddrs), {}};
         const auto from = boost::asio::ip::make_address(source.empty() ? "0.0.0.0" : source);
         for (const auto& each :
-             kind == "round" ? devices.TakeSilent()
-                             : devices.Take(kinds.at(kind), {device, adapter, {from, 1}, {}, {}}))
+             kind == "round" ? devices.RemoveSilent()
+             : kind == "end"
+                 ? devices.ReleaseHeld()
+                 : devices.Record(kinds.at(kind), {device, {}, {}, adapter, {from, 1}, {}, {}}))
             told += Show(each) + ", ";
         if (kind == "round")
             devices.StartRound();
     }
-    EXPECT_EQ(told + std::to_string(devices.PathCount()), GetParam().expected);
+    told += std::to_string(devices.PathCount());
+    if (devices.OtherCount() > 0)
+        told += " and others: " + std::to_string(devices.OtherCount());
+    EXPECT_EQ(told, GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, DeviceList, testing::ValuesIn(ReadCases("sightings.txt")),

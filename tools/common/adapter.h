@@ -16,8 +16,8 @@ struct Adapter {
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up and has a carrier
     bool loopback;
-    /// RFC 2863 operational state as in IF_OPER_* of linux/if.h. A bridge without a port is connected
-    /// in the state "unknown", and its first port changes nothing else.
+    /// RFC 2863 operational state as in IF_OPER_* of linux/if.h. A bridge without a port is
+    /// connected in the state "unknown", and its first port changes nothing else.
     int operationalState;
 };
 

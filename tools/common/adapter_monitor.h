@@ -1,11 +1,16 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <set>
 
 struct nl_sock;
 
 namespace kx::tools {
+
+/// Time to wait after a change before the adapters are read. Changes come in bursts: a new adapter
+/// is announced several times before it has its address.
+inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
 /// Tells when the machine's adapters or their addresses change, over rtnetlink(7). What they have
 /// become is for ReadAdapters to find out: it sees them in the kernel's order, and sees all of them

@@ -1,5 +1,6 @@
 #include "run_plugin.h"
 
+#include "adapter_monitor.h"
 #include "host_log.h"
 #include "text.h"
 
@@ -17,7 +18,6 @@ namespace kx::tools {
 namespace {
 
 constexpr milliseconds kTurnInterval{100};
-constexpr milliseconds kGatherTime{75};
 /// How often a document is sent again for as long as it holds: the plug-in may have been held up
 /// for longer than anybody would wait.
 constexpr std::chrono::seconds kRepeatInterval{2};
@@ -139,7 +139,7 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
         poll(watched, std::size(watched),
              static_cast<int>(std::chrono::ceil<milliseconds>(next - now).count()));
         if (watched[1].revents)
-            gathered = steady_clock::now() + kGatherTime;
+            gathered = steady_clock::now() + kAdapterGatherTime;
         if (TakeSignals(signals, source))
             return;
     }

@@ -9,23 +9,23 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Of those that never answered silence tells nothing. Hellos of ever new devices would fill the
-/// memory.
-constexpr std::ptrdiff_t kMostUnanswered = 1000;
+/// Devices known by Hello alone are never found silent: without a bound, Hellos of ever new devices
+/// would fill the memory. More than one site has.
+constexpr std::size_t kMaxUnanswered = 20'000;
+constexpr std::size_t kMaxOthers = 10'000;
 
-/// Whether two lists are the same but for their order.
-bool Same(const Texts& left, const Texts& right)
+/// Whether two lists are equal but for their order.
+bool AreSame(const Texts& left, const Texts& right)
 {
-    return std::set<std::string>(left.begin(), left.end()) ==
-           std::set<std::string>(right.begin(), right.end());
+    return std::is_permutation(left.begin(), left.end(), right.begin(), right.end());
 }
 
-/// Takes over a list that a message gave. One that it left out says nothing new.
+/// Replaces a list by one that a message gave. A list that the message left out says nothing new.
 ///
-/// @return whether the list is another one now
+/// @return whether the list changed
 bool Update(Texts& known, const Texts& given)
 {
-    if (given.empty() || Same(given, known))
+    if (given.empty() || AreSame(given, known))
         return false;
     known = given;
     return true;
@@ -36,12 +36,9 @@ bool Update(Device& known, const Device& given)
     const bool types = Update(known.types, given.types);
     const bool scopes = Update(known.scopes, given.scopes);
     const bool xaddrs = Update(known.xaddrs, given.xaddrs);
+    if (given.metadataVersion)
+        known.metadataVersion = given.metadataVersion;
     return types || scopes || xaddrs;
-}
-
-bool Lists(const Device& device, const std::string& type)
-{
-    return std::find(device.types.begin(), device.types.end(), type) != device.types.end();
 }
 
 } // namespace
@@ -52,53 +49,116 @@ const char* NameOf(Event::Kind kind)
     return kNames[static_cast<std::size_t>(kind)];
 }
 
-CDeviceList::CDeviceList(std::string sought, bool watch)
-    : soughtType(std::move(sought)), watching(watch)
+CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
+    : sought(std::move(type)), watching(watch)
 {
 }
 
-// unknown --answer, or Hello of the type--> known: answer or appeared
-// known   --watching, other lists---------> known: changed
-//         --Bye---------------------------> unknown: gone
-//         --silent in a round-------------> unknown: lost
-//         --many others said Hello--------> unknown: lost, unless it ever answered
-std::vector<Event> CDeviceList::Take(Message::Kind kind, const Heard& heard)
+// unknown --answer or Hello of the type--> known: answer or appeared
+// known   --watching, other lists--------> known: changed
+//         --Bye--------------------------> unknown: gone
+//         --silent in a round------------> unknown: lost
+//         --many others said Hello-------> unknown: lost, unless it ever answered
+std::vector<Event> CDeviceList::Record(Message::Kind kind, const Heard& heard)
 {
-    const std::string& address = heard.device.address;
-    std::vector<Event> events;
-    if (kind == Message::Kind::kBye) {
-        for (auto each = paths.lower_bound(address); each != paths.upper_bound(address);) {
-            if (each->second.last.adapter != heard.adapter) {
-                ++each;
-                continue;
-            }
-            events.push_back(End(Event::Kind::kGone, each));
-            events.back().heard.source = heard.source;
-            events.back().heard.time = heard.time;
-        }
-        return events;
-    }
+    if (kind == Message::Kind::kBye)
+        return RecordBye(heard);
+    if (kind == Message::Kind::kResolveMatches)
+        return RecordXAddrs(heard);
 
     const bool answer = kind == Message::Kind::kProbeMatches;
     const auto found = Find(heard);
-    if (found == paths.end()) {
-        if (answer || Lists(heard.device, soughtType)) {
-            if (!answer)
-                MakeRoom(events);
-            paths.insert({address, {heard, answer, true}});
-            events.push_back({watching ? Event::Kind::kAppeared : Event::Kind::kAnswer, heard,
-                              HasOtherPath(address, 1), std::nullopt});
-        }
-        return events;
+    const bool known = found != paths.end();
+    // A known device may leave its types out.
+    if (sought && !HasType(heard.device, *sought) && !(known && heard.device.types.empty())) {
+        if (answer && others.size() < kMaxOthers)
+            others.insert(heard.device.address);
+        return {};
     }
+    if (!known)
+        return RecordNew(heard, answer);
 
     Path& path = found->second;
     const Device was = std::exchange(path.last, heard).device;
     path.last.device = was;
-    path.answered = path.answered || answer;
+    if (answer && !std::exchange(path.answered, true))
+        --unansweredCount;
     path.heard = true;
     if (watching && Update(path.last.device, heard.device))
-        events.push_back({Event::Kind::kChanged, path.last, HasOtherPath(address, 1), was});
+        return {{Event::Kind::kChanged, path.last, HasOtherPath(was.address, 1), was}};
+    return {};
+}
+
+std::vector<Event> CDeviceList::RecordNew(const Heard& heard, bool answer)
+{
+    const std::string& address = heard.device.address;
+    std::vector<Event> events;
+    if (!answer) {
+        MakeRoom(events);
+        ++unansweredCount;
+    }
+    const bool held = !watching && heard.device.xaddrs.empty();
+    paths.insert({address, {heard, answer, true, held}});
+    if (!held)
+        events.push_back({watching ? Event::Kind::kAppeared : Event::Kind::kAnswer, heard,
+                          HasOtherPath(address, 1), std::nullopt});
+    return events;
+}
+
+std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
+{
+    const std::string& address = heard.device.address;
+    std::vector<Event> events;
+    for (auto each = paths.lower_bound(address); each != paths.upper_bound(address);) {
+        if (each->second.last.adapter != heard.adapter) {
+            ++each;
+            continue;
+        }
+        events.push_back(End(Event::Kind::kGone, each));
+        events.back().heard.source = heard.source;
+        events.back().heard.time = heard.time;
+    }
+    return events;
+}
+
+/// Supplies the XAddrs of a device to its paths on the adapter that lack them.
+std::vector<Event> CDeviceList::RecordXAddrs(const Heard& heard)
+{
+    const std::string& address = heard.device.address;
+    std::vector<Event> events;
+    const auto range = paths.equal_range(address);
+    for (auto each = range.first; each != range.second; ++each) {
+        Path& path = each->second;
+        Device& device = path.last.device;
+        if (path.last.adapter != heard.adapter || !device.xaddrs.empty() ||
+            heard.device.xaddrs.empty())
+            continue;
+        const Device was = device;
+        Update(device, heard.device);
+        path.resolved = true;
+        if (watching)
+            events.push_back({Event::Kind::kChanged, path.last, HasOtherPath(address, 1), was});
+        else if (std::exchange(path.held, false))
+            events.push_back(
+                {Event::Kind::kAnswer, path.last, HasOtherPath(address, 1), std::nullopt});
+    }
+    return events;
+}
+
+bool CDeviceList::LacksXAddrs(const Heard& heard)
+{
+    const auto found = Find(heard);
+    return found != paths.end() && found->second.last.device.xaddrs.empty();
+}
+
+std::vector<Event> CDeviceList::ReleaseHeld()
+{
+    std::vector<Event> events;
+    for (auto& [address, path] : paths) {
+        if (std::exchange(path.held, false))
+            events.push_back(
+                {Event::Kind::kAnswer, path.last, HasOtherPath(address, 1), std::nullopt});
+    }
     return events;
 }
 
@@ -113,7 +173,7 @@ bool CDeviceList::AnySilent()
     return !Silent().empty();
 }
 
-std::vector<Event> CDeviceList::TakeSilent()
+std::vector<Event> CDeviceList::RemoveSilent()
 {
     std::vector<Event> events;
     for (auto each : Silent()) {
@@ -125,7 +185,7 @@ std::vector<Event> CDeviceList::TakeSilent()
 
 std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
 {
-    // The addresses and MAC addresses, by adapter, of which answers do come.
+    // The addresses and MAC addresses that answers come from, by adapter.
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
@@ -151,12 +211,19 @@ std::size_t CDeviceList::DeviceCount() const
     return count;
 }
 
-/// Forgets the path that said Hello the longest ago when as many as may be never did anything else.
+std::size_t CDeviceList::OtherCount() const
+{
+    const auto isOther = [this](const std::string& address) { return paths.count(address) == 0; };
+    return static_cast<std::size_t>(std::count_if(others.begin(), others.end(), isOther));
+}
+
+/// Removes the path whose Hello is the oldest when there is no room for another one that never
+/// answered.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
-    const auto unanswered = [](const auto& each) { return !each.second.answered; };
-    if (std::count_if(paths.begin(), paths.end(), unanswered) < kMostUnanswered)
+    if (unansweredCount < kMaxUnanswered)
         return;
+    const auto unanswered = [](const auto& each) { return !each.second.answered; };
     auto oldest =
         std::min_element(paths.begin(), paths.end(), [&](const auto& left, const auto& right) {
             return unanswered(left) &&
@@ -166,8 +233,8 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
     events.back().heard.time = std::chrono::system_clock::now();
 }
 
-/// The path by which something was heard. When watching, what one message leaves out another may
-/// fill in; when asking once, each is shown as it came.
+/// Returns the path by which something was heard. When watching, one message may supply what
+/// another leaves out; when asking once, each is shown as it came.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;
@@ -178,7 +245,7 @@ CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
         if (last.adapter != heard.adapter ||
             (!watching && last.source.address() != heard.source.address()))
             continue;
-        if (Same(last.device.xaddrs, xaddrs))
+        if (AreSame(last.device.xaddrs, xaddrs) || (each->second.resolved && xaddrs.empty()))
             return each;
         if (watching && (xaddrs.empty() || last.device.xaddrs.empty()))
             found = each;
@@ -186,9 +253,11 @@ CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
     return found;
 }
 
-/// Forgets a path, and moves the iterator to the next.
+/// Removes a path, and moves the iterator to the next.
 Event CDeviceList::End(Event::Kind kind, Paths::iterator& path)
 {
+    if (!path->second.answered)
+        --unansweredCount;
     Heard last = std::move(path->second.last);
     last.roundTrip.reset();
     path = paths.erase(path);

@@ -18,7 +18,15 @@ Json ToJson(const Device& device)
             {"types", device.types},
             {"scopes", device.scopes},
             {"xaddrs", device.xaddrs},
-            {"mac", mac.empty() ? Json() : Json(mac)}};
+            {"mac", mac.empty() ? Json() : Json(mac)},
+            {"metadataVersion", device.metadataVersion ? Json(*device.metadataVersion) : Json()}};
+}
+
+Json ToJson(const AppSequence& sequence)
+{
+    return {{"instanceId", sequence.instanceId},
+            {"sequenceId", sequence.sequenceId.empty() ? Json() : Json(sequence.sequenceId)},
+            {"messageNumber", sequence.messageNumber}};
 }
 
 } // namespace
@@ -31,6 +39,9 @@ std::string ToJsonLine(const Event& event)
     json.update(ToJson(heard.device));
     json["adapter"] = heard.adapter;
     json["source"] = Compose(heard.source);
+    json["advertisesOtherHost"] = AdvertisesOtherHost(heard.device, heard.source.address());
+    json["relatesTo"] = heard.relatesTo.empty() ? Json() : Json(heard.relatesTo);
+    json["appSequence"] = heard.appSequence ? ToJson(*heard.appSequence) : Json();
     json["roundTripMs"] = nullptr;
     if (heard.roundTrip) {
         const auto roundTrip = duration_cast<std::chrono::microseconds>(*heard.roundTrip);

@@ -6,11 +6,9 @@
 
 namespace kx::tools {
 
-/// An event as a line of JSON without its end; null stands for what is not known. All but ASCII is
-/// escaped, what is no UTF-8 replaced: much of it came over the network, where anybody may have
-/// sent it.
-///
-/// Threads: any.
+/// Returns an event as a line of JSON without its end; null stands for what is not known.
+/// Characters outside ASCII are escaped, invalid UTF-8 is replaced: anybody on the network may have
+/// sent it. Thread-safe.
 std::string ToJsonLine(const Event& event);
 
 } // namespace kx::tools

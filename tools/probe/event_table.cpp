@@ -11,12 +11,13 @@
 namespace kx::tools {
 namespace {
 
-/// What is longer is printed whole but moves only its own line's columns: anybody on the network
+/// A longer cell is printed whole but moves only its own line's columns: anybody on the network
 /// could send an answer that would push all others out of sight.
-constexpr std::size_t kWidestColumn = 80;
+constexpr std::size_t kMaxColumnWidth = 80;
 
 constexpr char kOtherPathIndent[] = "  ";
 constexpr char kChangeIndent[] = "              ";
+constexpr char kOtherHostMark[] = " !";
 
 std::string Cell(const std::string& text)
 {
@@ -31,55 +32,91 @@ std::string RoundTripText(const Heard& heard)
     return Compose(std::fixed, std::setprecision(1), roundTrip.count(), " ms");
 }
 
-/// One line for a list that changed, as it was and as it is.
-void PrintChange(std::ostream& out, const char* name, const std::vector<std::string>& was,
-                 const std::vector<std::string>& is)
+std::string ShortTypeNames(const std::vector<std::string>& types)
+{
+    std::vector<std::string> names;
+    for (const std::string& each : types)
+        names.push_back(ShortTypeName(each));
+    return Join(names);
+}
+
+/// Prints a line for a list that changed.
+void PrintChange(std::ostream& out, const char* name, const std::string& was, const std::string& is)
 {
     if (was != is)
-        out << kChangeIndent << name << Cell(Join(was)) << " -> " << Cell(Join(is)) << '\n';
+        out << kChangeIndent << name << Cell(was) << " -> " << Cell(is) << '\n';
 }
 
 } // namespace
 
-CEventTable::CEventTable(std::ostream& stream, bool watch)
-    : out(stream),
-      watching(watch),
-      headings{"ADDRESS", "XADDRS", "MAC", "ADAPTER", "SOURCE", "ROUND TRIP"},
-      widths{38, 28, 17, 7, 17, 0} // those of a recorder, with room for an indentation
+struct CEventTable::Column {
+    const char* heading;
+    std::size_t width; ///< that of a recorder's cell, with room for an indentation or a mark
+    bool (*isShown)(const TableForm& form);
+    std::string (*cell)(const Event& event);
+};
+
+const CEventTable::Column CEventTable::kColumns[] = {
+    {"TIME", 12, [](const TableForm& form) { return form.watching; },
+     [](const Event& event) { return TimeText(event.heard.time, localtime_r, "%H:%M:%S"); }},
+    {"EVENT", 8, [](const TableForm& form) { return form.watching; },
+     [](const Event& event) { return std::string(NameOf(event.kind)); }},
+    {"ADDRESS", 38, [](const TableForm&) { return true; },
+     [](const Event& event) {
+         return (event.otherPath ? kOtherPathIndent : "") + Cell(event.heard.device.address);
+     }},
+    {"TYPES", 12, [](const TableForm& form) { return form.wide || !form.sameType; },
+     [](const Event& event) { return Cell(ShortTypeNames(event.heard.device.types)); }},
+    {"XADDRS", 28, [](const TableForm&) { return true; },
+     [](const Event& event) {
+         const Heard& heard = event.heard;
+         return Cell(Join(heard.device.xaddrs)) +
+                (AdvertisesOtherHost(heard.device, heard.source.address()) ? kOtherHostMark : "");
+     }},
+    {"SCOPES", 21, [](const TableForm& form) { return form.wide; },
+     [](const Event& event) { return Cell(Join(event.heard.device.scopes)); }},
+    {"MAC", 17, [](const TableForm& form) { return form.wide || form.recorders; },
+     [](const Event& event) { return Cell(MacOf(event.heard.device)); }},
+    {"ADAPTER", 7, [](const TableForm&) { return true; },
+     [](const Event& event) { return Cell(event.heard.adapter); }},
+    {"SOURCE", 17, [](const TableForm&) { return true; },
+     [](const Event& event) { return Cell(Compose(event.heard.source)); }},
+    {"ROUND TRIP", 0, [](const TableForm&) { return true; },
+     [](const Event& event) { return Cell(RoundTripText(event.heard)); }},
+};
+
+CEventTable::CEventTable(std::ostream& stream, const TableForm& form) : out(stream)
 {
-    if (watching) {
-        headings.insert(headings.begin(), {"TIME", "EVENT"});
-        widths.insert(widths.begin(), {12, 8});
+    for (const Column& each : kColumns) {
+        if (!each.isShown(form))
+            continue;
+        columns.push_back(&each);
+        widths.push_back(each.width);
     }
 }
 
 void CEventTable::Print(const Event& event)
 {
-    const Heard& heard = event.heard;
-    std::vector<std::string> row{(event.otherPath ? kOtherPathIndent : "") +
-                                     Cell(heard.device.address),
-                                 Cell(Join(heard.device.xaddrs)),
-                                 Cell(MacOf(heard.device)),
-                                 Cell(heard.adapter),
-                                 Cell(Compose(heard.source)),
-                                 Cell(RoundTripText(heard))};
-    if (watching)
-        row.insert(row.begin(),
-                   {TimeText(heard.time, localtime_r, "%H:%M:%S"), NameOf(event.kind)});
-
-    for (std::size_t column = 0; column < row.size(); ++column)
-        widths[column] =
-            std::max(widths[column], std::min(ColumnCount(row[column]), kWidestColumn));
-    if (!headed)
+    std::vector<std::string> row;
+    for (std::size_t index = 0; index < columns.size(); ++index) {
+        row.push_back(columns[index]->cell(event));
+        widths[index] = std::max(widths[index], std::min(ColumnCount(row[index]), kMaxColumnWidth));
+    }
+    if (!headed) {
+        std::vector<std::string> headings;
+        for (const Column* each : columns)
+            headings.emplace_back(each->heading);
         PrintRow(headings);
+    }
     headed = true;
     PrintRow(row);
     if (event.was) {
-        PrintChange(out, "XAddrs  ", event.was->xaddrs, heard.device.xaddrs);
-        PrintChange(out, "Scopes  ", event.was->scopes, heard.device.scopes);
-        PrintChange(out, "Types   ", event.was->types, heard.device.types);
+        const Device& was = *event.was;
+        const Device& is = event.heard.device;
+        PrintChange(out, "XAddrs  ", Join(was.xaddrs), Join(is.xaddrs));
+        PrintChange(out, "Scopes  ", Join(was.scopes), Join(is.scopes));
+        PrintChange(out, "Types   ", ShortTypeNames(was.types), ShortTypeNames(is.types));
     }
-    out << std::flush;
 }
 
 void CEventTable::PrintRow(const std::vector<std::string>& row)

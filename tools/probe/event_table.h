@@ -4,31 +4,41 @@
 
 #include <cstddef>
 #include <iosfwd>
-#include <string>
 #include <vector>
 
 namespace kx::tools {
 
+/// What decides about the columns of a table.
+struct TableForm {
+    bool watching = false; ///< begin each line with the time and the event's name
+    bool recorders = true; ///< only recorders are listed
+    bool sameType = true;  ///< only devices of one type are listed
+    bool wide = false;     ///< all columns
+};
+
 /// Prints events as the lines of a table that grows as they come, below a heading; what is not
 /// known shows as "-". The address of a device that is known by another path as well is indented.
-/// A change is followed by a line for each list that changed.
+/// XAddrs with another host than the source are marked, see AdvertisesOtherHost. A change is
+/// followed by a line for each list that changed.
 ///
-/// Threads: one.
+/// Not thread-safe.
 class CEventTable {
 public:
-    /// @param watching  begin each line with the time and the event's name
-    CEventTable(std::ostream& out, bool watching);
+    /// @param out  not flushed
+    CEventTable(std::ostream& out, const TableForm& form);
 
     void Print(const Event& event);
 
 private:
+    struct Column;
+    static const Column kColumns[];
+
     void PrintRow(const std::vector<std::string>& row);
 
     std::ostream& out;
-    const bool watching;
+    std::vector<const Column*> columns;
     bool headed = false;
-    std::vector<std::string> headings;
-    /// A column is as wide as the widest cell so far: devices of a kind have cells of a length.
+    /// A column is as wide as its widest cell so far: devices of a kind have cells of a length.
     std::vector<std::size_t> widths;
 };
 

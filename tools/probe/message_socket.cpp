@@ -8,6 +8,7 @@
 #include <boost/system/system_error.hpp>
 
 #include <cerrno>
+#include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <utility>
@@ -23,30 +24,48 @@ namespace {
 /// As far as the recorders' own announcements go.
 constexpr int kMulticastTtl = 32;
 
-/// A whole site answers within a moment.
-constexpr int kSocketBufferSize = 1024 * 1024;
+/// Holds some 30,000 answers. The kernel counts each with its own overhead, twice its length.
+constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
-constexpr char kCannotProbe[] = "cannot probe on adapter";
+constexpr char kCannotProbe[] = "cannot probe";
 constexpr char kSendAdvice[] = "; see that it is up and that a firewall lets UDP port 3702 out";
-constexpr char kCannotListen[] = "cannot listen for announcements on adapter";
+constexpr char kCannotListen[] = "cannot listen for announcements";
 
-udp::endpoint GroupEndpoint()
+template <class Value>
+bool SetOption(udp::socket& socket, int level, int name, const Value& value)
 {
-    return {make_address_v4(kMulticastGroup), kDiscoveryPort};
+    return setsockopt(socket.native_handle(), level, name, &value, sizeof(value)) == 0;
+}
+
+template <class Value>
+void RequireOption(udp::socket& socket, int level, int name, const Value& value)
+{
+    if (!SetOption(socket, level, name, value))
+        throw system_error(errno, boost::system::system_category());
 }
 
 } // namespace
 
 AdapterError::AdapterError(const std::string& what, const Adapter& adapter, const error_code& error,
                            const std::string& advice)
-    : std::runtime_error(
-          Compose(what, " ", adapter.name, " (", adapter.ipAddress, "): ", error.message(), advice))
+    : std::runtime_error(adapter.name.empty()
+                             ? Compose(what, ": ", error.message())
+                             : Compose(what, " on adapter ", adapter.name, " (", adapter.ipAddress,
+                                       "): ", error.message(), advice))
 {
 }
 
-CMessageSocket::CMessageSocket(boost::asio::io_context& ioService, const Adapter& usedAdapter,
-                               OnMessage handler)
-    : adapter(usedAdapter), onMessage(std::move(handler)), socket(ioService)
+Adapter AnyAdapter()
+{
+    return {"", 0, "0.0.0.0", "", true, false, 0};
+}
+
+CMessageSocket::CMessageSocket(boost::asio::io_context& ioService, CReceiver& usedReceiver,
+                               const Adapter& usedAdapter, OnDatagram handler)
+    : receiver(usedReceiver),
+      adapter(usedAdapter),
+      onDatagram(std::move(handler)),
+      socket(ioService)
 {
 }
 
@@ -58,7 +77,7 @@ void CMessageSocket::OpenForProbing()
         socket.bind({address, 0});
         socket.set_option(boost::asio::ip::multicast::outbound_interface(address));
         socket.set_option(boost::asio::ip::multicast::hops(kMulticastTtl));
-        socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize));
+        SetReceiveOptions();
     } catch (const system_error& error) {
         throw AdapterError(kCannotProbe, adapter, error.code());
     }
@@ -70,55 +89,67 @@ void CMessageSocket::OpenForGroup()
     try {
         socket.open(udp::v4());
         // A recorder on this machine binds the same port. Bound to the group rather than to the
-        // wildcard, this socket never takes what is sent to that recorder alone.
+        // wildcard, this socket never gets what is sent to that recorder alone.
         socket.set_option(udp::socket::reuse_address(true));
-        failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements on adapter");
-        socket.bind(GroupEndpoint());
+        failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements");
+        socket.bind({make_address_v4(kMulticastGroup), kDiscoveryPort});
         failure = kCannotListen;
         // ip(7): otherwise it hears the group on every adapter on which anybody has joined it.
-        const int all = 0;
-        if (setsockopt(socket.native_handle(), IPPROTO_IP, IP_MULTICAST_ALL, &all, sizeof(all)) < 0)
-            throw system_error(errno, boost::system::system_category());
+        RequireOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0);
         socket.set_option(boost::asio::ip::multicast::join_group(
             make_address_v4(kMulticastGroup), make_address_v4(adapter.ipAddress)));
-        socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize));
+        SetReceiveOptions();
     } catch (const system_error& error) {
         throw AdapterError(failure, adapter, error.code());
     }
 }
 
-void CMessageSocket::SendToGroup(const std::string& text)
+void CMessageSocket::SetReceiveOptions()
 {
-    error_code error;
-    socket.send_to(boost::asio::buffer(text), GroupEndpoint(), 0, error);
-    if (error)
-        throw AdapterError(kCannotProbe, adapter, error, kSendAdvice);
+    RequireOption(socket, IPPROTO_IP, IP_PKTINFO, 1);
+    // socket(7): the first is allowed to root alone, the second goes up to net.core.rmem_max.
+    if (!SetOption(socket, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBufferSize))
+        RequireOption(socket, SOL_SOCKET, SO_RCVBUF, kReceiveBufferSize);
 }
 
-void CMessageSocket::StartReceive(std::shared_ptr<void> owner)
+void CMessageSocket::Send(const std::string& text, const udp::endpoint& destination)
 {
-    socket.async_receive_from(
-        boost::asio::buffer(buffer), source,
-        [this, kept = std::move(owner)](const error_code& error, std::size_t length) {
-            OnReceive(error, length, kept);
-        });
+    error_code error;
+    socket.send_to(boost::asio::buffer(text), destination, 0, error);
+    if (!error)
+        return;
+    if (destination.address().is_multicast())
+        throw AdapterError(kCannotProbe, adapter, error, kSendAdvice);
+    throw AdapterError(Compose("cannot probe ", Compose(destination)), adapter, error);
+}
+
+void CMessageSocket::StartReceive()
+{
+    receiver.Add(socket.native_handle(), onDatagram, [this](const error_code& error) {
+        throw AdapterError("cannot receive", adapter, error);
+    });
 }
 
 void CMessageSocket::Close()
 {
+    if (!socket.is_open())
+        return;
+    droppedCount = DroppedCount();
+    receiver.Remove(socket.native_handle());
     error_code ignored;
     socket.close(ignored);
 }
 
-void CMessageSocket::OnReceive(const error_code& error, std::size_t length,
-                               std::shared_ptr<void> owner)
+std::uint32_t CMessageSocket::DroppedCount()
 {
-    if (!socket.is_open()) // closed while this was on its way
-        return;
-    if (error)
-        throw AdapterError("cannot receive on adapter", adapter, error);
-    onMessage(ReadMessage(buffer.data(), length), source);
-    StartReceive(std::move(owner));
+    if (!socket.is_open())
+        return droppedCount;
+    // Not SO_RXQ_OVFL (socket(7)), which tells with the next datagram: after the last drop there is
+    // often none.
+    std::uint32_t memory[SK_MEMINFO_VARS] = {};
+    socklen_t size = sizeof(memory);
+    getsockopt(socket.native_handle(), SOL_SOCKET, SO_MEMINFO, memory, &size);
+    return memory[SK_MEMINFO_DROPS];
 }
 
 } // namespace kx::tools

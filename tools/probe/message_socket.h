@@ -1,77 +1,77 @@
 #pragma once
 
 #include "adapter.h"
-#include "message_reader.h"
+#include "receiver.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
 
-#include <array>
+#include <cstdint>
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
-#include <variant>
 
 namespace kx::tools {
 
 /// An adapter that cannot be used; the text names it and says why.
 class AdapterError : public std::runtime_error {
 public:
-    /// @param what    what cannot be done, "cannot ... on adapter"
+    /// @param what    what cannot be done, "cannot ..."
     /// @param advice  what to do about it, with a semicolon in front
     AdapterError(const std::string& what, const Adapter& adapter,
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// A UDP socket on one adapter, until it is closed or the I/O service's run is over.
+/// Stands for any adapter: the kernel's routes choose one for each datagram that is sent.
+Adapter AnyAdapter();
+
+/// A UDP socket on one adapter, or on any.
 ///
-/// Threads: the one that runs the service.
+/// Threads: the one that runs the I/O service.
 class CMessageSocket {
 public:
-    /// Called for each datagram with what ReadMessage made of it.
-    using OnMessage = std::function<void(const std::variant<Message, Unread>& message,
-                                         const boost::asio::ip::udp::endpoint& source)>;
+    using OnDatagram = CReceiver::OnDatagram;
 
-    CMessageSocket(boost::asio::io_context& ioService, const Adapter& adapter, OnMessage handler);
+    /// @param onDatagram  called for each datagram; may throw, see CReceiver
+    CMessageSocket(boost::asio::io_context& ioService, CReceiver& receiver, const Adapter& adapter,
+                   OnDatagram onDatagram);
+    ~CMessageSocket() { Close(); }
     CMessageSocket(const CMessageSocket&) = delete;
     CMessageSocket& operator=(const CMessageSocket&) = delete;
 
-    /// Opens it for multicast from a port of its own, and what comes back to that. It is bound to
-    /// the adapter's own address: that makes it the source of what is sent, which a socket merely
-    /// bound to the device would not have on loopback.
+    /// Opens it for sending from a port of its own, and for what comes back to that port. It is
+    /// bound to the adapter's address: a socket that is only bound to the device would send from
+    /// another one on loopback.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();
 
-    /// Opens it for what others multicast to the discovery group, on this adapter alone.
+    /// Opens it for what others send to the discovery group on this adapter.
     ///
     /// Errors: AdapterError.
     void OpenForGroup();
 
-    /// Sends to the discovery group.
-    ///
-    /// Errors: AdapterError.
-    void SendToGroup(const std::string& text);
+    /// Sends a message. Errors: AdapterError.
+    void Send(const std::string& text, const boost::asio::ip::udp::endpoint& destination);
 
-    /// Receives from here on. Errors: AdapterError from the service's run, which may be run again;
-    /// nothing more is received then.
-    ///
-    /// @param owner  what this socket is part of; kept alive while the socket waits
-    void StartReceive(std::shared_ptr<void> owner);
+    /// Starts receiving. An AdapterError comes out of the service's run when that fails; the run
+    /// may be continued.
+    void StartReceive();
 
-    /// Receives no more.
+    /// Stops receiving.
     void Close();
 
-private:
-    void OnReceive(const boost::system::error_code& error, std::size_t length,
-                   std::shared_ptr<void> owner);
+    /// Returns how many datagrams the kernel dropped since the socket was opened, for want of room.
+    std::uint32_t DroppedCount();
 
+private:
+    void SetReceiveOptions();
+
+    CReceiver& receiver;
     const Adapter adapter;
-    const OnMessage onMessage;
+    const OnDatagram onDatagram;
     boost::asio::ip::udp::socket socket;
-    boost::asio::ip::udp::endpoint source;
-    std::array<char, 65536> buffer; // no UDP datagram is longer
+    std::uint32_t droppedCount = 0;
 };
 
 } // namespace kx::tools

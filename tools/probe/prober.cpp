@@ -1,5 +1,8 @@
 #include "prober.h"
 
+#include <algorithm>
+#include <net/if.h>
+#include <optional>
 #include <utility>
 
 using boost::asio::ip::udp;
@@ -7,33 +10,57 @@ using std::chrono::steady_clock;
 using std::chrono::system_clock;
 
 namespace kx::tools {
+namespace {
 
-CProber::CProber(boost::asio::io_context& ioService, const Adapter& adapter, bool watch,
+/// For each Probe. Every device on the network reads each Resolve, so a device that invents others
+/// must not make us send without end.
+constexpr std::size_t kMaxResolves = 100;
+
+bool IsAnswer(Message::Kind kind)
+{
+    return kind == Message::Kind::kProbeMatches || kind == Message::Kind::kResolveMatches;
+}
+
+} // namespace
+
+IgnoredCounts& IgnoredCounts::operator+=(const IgnoredCounts& other)
+{
+    otherProbe += other.otherProbe;
+    for (std::size_t index = 0; index < unread.size(); ++index)
+        unread[index] += other.unread[index];
+    return *this;
+}
+
+CProber::CProber(boost::asio::io_context& ioService, CReceiver& receiver,
+                 const Adapter& usedAdapter, const udp::endpoint& probeDestination, bool watching,
                  OnHeard handler)
-    : adapterName(adapter.name),
-      watching(watch),
+    : adapter(usedAdapter),
+      destination(probeDestination),
+      listening(watching && destination.address().is_multicast()),
       onHeard(std::move(handler)),
-      probing(ioService, adapter,
-              [this](const auto& message, const auto& source) { OnAnswer(message, source); }),
-      group(ioService, adapter,
-            [this](const auto& message, const auto& source) { OnAnnouncement(message, source); }),
+      probing(ioService, receiver, adapter,
+              [this](const Datagram& datagram) { OnAnswer(datagram); }),
+      group(ioService, receiver, adapter,
+            [this](const Datagram& datagram) { OnAnnouncement(datagram); }),
       sendTimer(ioService)
 {
     probing.OpenForProbing();
-    if (watching)
+    if (listening)
         group.OpenForGroup();
 }
 
 void CProber::Start()
 {
-    probing.StartReceive(shared_from_this());
-    if (watching)
-        group.StartReceive(shared_from_this());
+    probing.StartReceive();
+    if (listening)
+        group.StartReceive();
 }
 
 void CProber::Ask(const ClientMessage& message, const ProbeSchedule& schedule)
 {
     probe = message;
+    resolves.clear();
+    sentTimes.clear();
     remaining = schedule;
     Send();
 }
@@ -46,14 +73,21 @@ void CProber::Close()
     sendTimer.cancel();
 }
 
+std::uint64_t CProber::DroppedCount()
+{
+    return std::uint64_t{probing.DroppedCount()} + group.DroppedCount();
+}
+
 void CProber::Send()
 {
-    // A wait that was over before another Ask or Close comes here all the same.
+    // A timer that expired before Ask or Close still gets here.
     if (remaining.times == 0)
         return;
     --remaining.times;
-    sentAt = steady_clock::now();
-    probing.SendToGroup(probe.text);
+    sentTimes.push_back(steady_clock::now());
+    probing.Send(probe.text, destination);
+    for (const auto& each : resolves)
+        probing.Send(each.second.text, destination);
     if (remaining.times == 0)
         return;
     sendTimer.expires_after(remaining.interval);
@@ -63,26 +97,76 @@ void CProber::Send()
     });
 }
 
-void CProber::OnAnswer(const std::variant<Message, Unread>& read, const udp::endpoint& source)
+void CProber::Resolve(const std::string& address)
 {
-    const auto roundTrip = steady_clock::now() - sentAt;
-    const auto* message = std::get_if<Message>(&read);
-    if (!message) {
-        ++malformed;
-    } else if (message->kind == Message::Kind::kProbeMatches &&
-               RelatesTo(*message, probe.identifier)) {
-        for (const Device& device : message->devices)
-            onHeard(message->kind, {device, adapterName, source, system_clock::now(), roundTrip});
-    }
+    if (resolves.size() >= kMaxResolves || resolves.count(address) > 0)
+        return;
+    const ClientMessage& message = resolves[address] = MakeResolve(address);
+    probing.Send(message.text, destination);
 }
 
-void CProber::OnAnnouncement(const std::variant<Message, Unread>& read, const udp::endpoint& source)
+bool CProber::AnswersUs(const Message& message) const
 {
+    if (message.kind == Message::Kind::kProbeMatches)
+        return RelatesTo(message, probe.identifier);
+    return std::any_of(resolves.begin(), resolves.end(), [&](const auto& each) {
+        return RelatesTo(message, each.second.identifier);
+    });
+}
+
+void CProber::OnAnswer(const Datagram& datagram)
+{
+    const auto read = ReadMessage(datagram.data.data(), datagram.data.size());
     const auto* message = std::get_if<Message>(&read);
-    if (!message || message->kind == Message::Kind::kProbeMatches)
-        return;
-    for (const Device& device : message->devices)
-        onHeard(message->kind, {device, adapterName, source, system_clock::now(), std::nullopt});
+    if (!message)
+        ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
+    else if (!IsAnswer(message->kind))
+        ++ignored.unread[static_cast<std::size_t>(Unread::kOtherMessage)];
+    else if (!AnswersUs(*message))
+        ++ignored.otherProbe;
+    else
+        HandOver(*message, datagram);
+}
+
+void CProber::OnAnnouncement(const Datagram& datagram)
+{
+    const auto read = ReadMessage(datagram.data.data(), datagram.data.size());
+    const auto* message = std::get_if<Message>(&read);
+    if (message && !IsAnswer(message->kind))
+        HandOver(*message, datagram);
+    // Others' Probes, which are meant for devices, come here too.
+    else if (!message && std::get<Unread>(read) != Unread::kOtherMessage)
+        ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
+}
+
+/// From the latest Probe before the answer: which of several it belongs to it does not tell.
+std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
+{
+    const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);
+    if (after == sentTimes.begin())
+        return std::nullopt;
+    return answer.receivedAt - *(after - 1);
+}
+
+void CProber::HandOver(const Message& message, const Datagram& datagram)
+{
+    Heard heard{};
+    heard.adapter = adapter.name;
+    char name[IF_NAMESIZE];
+    if (heard.adapter.empty() && if_indextoname(static_cast<unsigned>(datagram.adapterIndex), name))
+        heard.adapter = name;
+    heard.source = datagram.source;
+    heard.time = system_clock::now() - std::chrono::duration_cast<system_clock::duration>(
+                                           steady_clock::now() - datagram.receivedAt);
+    heard.relatesTo = message.relatesTo;
+    heard.appSequence = message.appSequence;
+    if (message.kind == Message::Kind::kProbeMatches)
+        heard.roundTrip = RoundTrip(datagram);
+    for (const Device& device : message.devices) {
+        heard.device = device;
+        if (onHeard(message.kind, heard))
+            Resolve(device.address);
+    }
 }
 
 } // namespace kx::tools

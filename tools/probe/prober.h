@@ -6,69 +6,94 @@
 
 #include <boost/asio/steady_timer.hpp>
 
+#include <array>
 #include <chrono>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace kx::tools {
 
-/// How often a Probe is sent and at what distance. It stays the same Probe, with the same
-/// identifier.
+/// How often a Probe is sent, and how far apart. It stays the same Probe, with the same identifier.
 struct ProbeSchedule {
     int times;
     std::chrono::steady_clock::duration interval;
 };
 
-/// Looks for devices on one adapter: sends a Probe to the discovery group and takes in what comes
-/// back to its socket; when watching, what devices announce to the group as well.
+/// Datagrams that were ignored, by reason.
+struct IgnoredCounts {
+    std::uint64_t otherProbe = 0;          ///< answers to other messages than ours
+    std::array<std::uint64_t, 4> unread{}; ///< by Unread
+
+    IgnoredCounts& operator+=(const IgnoredCounts& other);
+};
+
+/// Looks for devices on one adapter: sends a Probe, to the discovery group or to one host, and
+/// hears what comes back to its socket. When watching the group, it also hears what devices
+/// announce.
 ///
-/// Made by std::make_shared: what it waits for keeps it alive, so it may be closed and dropped
-/// while the service runs. Threads: the one that runs the service.
+/// Made by std::make_shared: a timer keeps it alive, so it may be closed and dropped while the
+/// service runs. Threads: the one that runs the service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
-    /// Called for every device in every answer to our Probe and, when watching, in every
-    /// announcement; those that come again included.
-    using OnHeard = std::function<void(Message::Kind, const Heard&)>;
+    /// Called for every device in every answer to our messages and in every announcement, repeated
+    /// ones included.
+    ///
+    /// @return whether the device is to be asked for its XAddrs
+    using OnHeard = std::function<bool(Message::Kind, const Heard&)>;
 
+    /// @param destination  the discovery group, or a host that is asked directly
+    ///
     /// Errors: AdapterError.
-    CProber(boost::asio::io_context& ioService, const Adapter& adapter, bool watching,
-            OnHeard handler);
+    CProber(boost::asio::io_context& ioService, CReceiver& receiver, const Adapter& adapter,
+            const boost::asio::ip::udp::endpoint& destination, bool watching, OnHeard onHeard);
     CProber(const CProber&) = delete;
     CProber& operator=(const CProber&) = delete;
 
     /// Starts receiving.
     void Start();
 
-    /// Sends a Probe, in place of one that is still to be sent again. Answers to the former no
-    /// longer count.
+    /// Sends a Probe, in place of one that is still to be repeated. Answers to the former no longer
+    /// count.
     ///
-    /// Errors: AdapterError; nothing is left pending then. It also comes from the service's run,
-    /// which may be run again, when the Probe cannot be sent again.
+    /// Errors: AdapterError; nothing is left pending then. It also comes out of the service's run,
+    /// which may be continued, when the Probe cannot be repeated.
     void Ask(const ClientMessage& probe, const ProbeSchedule& schedule);
 
-    /// Ends it: nothing is heard any more.
+    /// Stops hearing and sending.
     void Close();
 
-    /// Datagrams so far that were no well-formed answer.
-    int malformed = 0;
+    const boost::asio::ip::udp::endpoint& Destination() const { return destination; }
+    const IgnoredCounts& Ignored() const { return ignored; }
+
+    /// Returns how many datagrams the kernel dropped because the sockets' buffers were full.
+    std::uint64_t DroppedCount();
 
 private:
     void Send();
-    void OnAnswer(const std::variant<Message, Unread>& read,
-                  const boost::asio::ip::udp::endpoint& source);
-    void OnAnnouncement(const std::variant<Message, Unread>& read,
-                        const boost::asio::ip::udp::endpoint& source);
+    void Resolve(const std::string& address);
+    bool AnswersUs(const Message& message) const;
+    void OnAnswer(const Datagram& datagram);
+    void OnAnnouncement(const Datagram& datagram);
+    void HandOver(const Message& message, const Datagram& datagram);
+    std::optional<std::chrono::steady_clock::duration> RoundTrip(const Datagram& answer) const;
 
-    const std::string adapterName;
-    const bool watching;
+    const Adapter adapter;
+    const boost::asio::ip::udp::endpoint destination;
+    const bool listening; ///< to the group
     const OnHeard onHeard;
     CMessageSocket probing;
-    CMessageSocket group; ///< open when watching
+    CMessageSocket group; ///< open when listening
     boost::asio::steady_timer sendTimer;
     ClientMessage probe;
+    std::map<std::string, ClientMessage> resolves; ///< sent since the last Ask, by device address
     ProbeSchedule remaining{};
-    /// When the Probe was sent last: which of several an answer is to, it does not tell.
-    std::chrono::steady_clock::time_point sentAt;
+    /// When the Probe was sent, each time.
+    std::vector<std::chrono::steady_clock::time_point> sentTimes;
+    IgnoredCounts ignored;
 };
 
 } // namespace kx::tools

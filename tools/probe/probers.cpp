@@ -1,37 +1,52 @@
 #include "probers.h"
 
+#include "discovery_group.h"
 #include "text.h"
 
 #include <algorithm>
 #include <utility>
 
+using boost::asio::ip::udp;
 using boost::system::error_code;
 
 namespace kx::tools {
 namespace {
 
-/// Changes come in bursts: a new adapter is announced several times before it has its address.
-constexpr std::chrono::milliseconds kGatherTime{75};
-
-/// Whether an adapter is still what a prober was made for.
-bool SameDevice(const Adapter& left, const Adapter& right)
+/// Whether an adapter is still the one that a prober was made for.
+bool IsSameDevice(const Adapter& left, const Adapter& right)
 {
     return left.name == right.name && left.index == right.index &&
            left.ipAddress == right.ipAddress;
 }
 
+std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
+{
+    if (!options.hosts.empty())
+        return options.hosts;
+    return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
+}
+
+/// Whether the kernel's routes choose the adapters, which only works for hosts.
+bool IsRouted(const ProbeOptions& options)
+{
+    return !options.hosts.empty() && options.adapterNames.empty();
+}
+
 } // namespace
 
-CProbers::CProbers(boost::asio::io_context& service, const ProbeOptions& probeOptions,
-                   CProber::OnHeard heardHandler, Complaint complaint)
+CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
+                   const ProbeOptions& probeOptions, CProber::OnHeard heardHandler,
+                   Complaint complaint)
     : ioService(service),
+      receiver(usedReceiver),
       options(probeOptions),
+      destinations(Destinations(options)),
       onHeard(std::move(heardHandler)),
       complain(std::move(complaint)),
       monitored(service),
       gathering(service)
 {
-    if (options.watch)
+    if (options.watch && !IsRouted(options))
         monitor.emplace();
 }
 
@@ -43,57 +58,82 @@ CProbers::~CProbers()
 
 void CProbers::Open()
 {
-    for (const Adapter& each :
-         options.all ? ReadUsableAdapters() : SelectAdapters(ReadAdapters(), options.adapterNames))
-        Open(each);
+    std::vector<Adapter> adapters{AnyAdapter()};
+    if (!IsRouted(options))
+        adapters = options.adapterNames.empty()
+                       ? ReadUsableAdapters()
+                       : SelectAdapters(ReadAdapters(), options.adapterNames);
+    for (const Adapter& adapter : adapters) {
+        for (const udp::endpoint& destination : destinations)
+            Open(adapter, destination);
+    }
 }
 
-void CProbers::Open(const Adapter& adapter)
+void CProbers::Open(const Adapter& adapter, const udp::endpoint& destination)
 {
     try {
-        auto prober = std::make_shared<CProber>(ioService, adapter, options.watch, onHeard);
+        auto prober = std::make_shared<CProber>(ioService, receiver, adapter, destination,
+                                                options.watch, onHeard);
         prober->Start();
-        lines.push_back({adapter, std::move(prober)});
+        probers.push_back({adapter, std::move(prober)});
     } catch (const AdapterError& error) {
-        ComplainOnce(adapter, error.what());
+        ComplainOnce(adapter, destination, error.what());
     }
 }
 
 void CProbers::Ask(const ProbeSchedule& schedule)
 {
-    for (auto each = lines.begin(); each != lines.end();) {
+    const std::vector<AdapterProber> asked = probers;
+    for (const auto& [adapter, prober] : asked) {
         try {
-            each->prober->Ask(MakeProbe(ParseDeviceType(options.type, options.namespaceUri)),
-                              schedule);
-            unusable.erase(each->adapter.name);
+            prober->Ask(MakeProbe(options.sought), schedule);
+            unusable.erase({adapter.name, prober->Destination()});
         } catch (const AdapterError& error) {
-            ComplainOnce(each->adapter, error.what());
-            if (!options.watch) {
-                each->prober->Close();
-                each = lines.erase(each);
-                continue;
-            }
+            ComplainOnce(adapter, prober->Destination(), error.what());
+            if (!options.watch)
+                Drop({adapter, prober});
         }
-        ++each;
     }
 }
 
-int CProbers::Malformed() const
+std::vector<std::string> CProbers::AdapterNames() const
 {
-    int count = formerMalformed;
-    for (const Line& each : lines)
-        count += each.prober->malformed;
+    std::vector<std::string> names;
+    for (const AdapterProber& each : probers) {
+        const std::string& name = each.adapter.name;
+        if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+    }
+    return names;
+}
+
+IgnoredCounts CProbers::Ignored() const
+{
+    IgnoredCounts counts = formerIgnored;
+    for (const AdapterProber& each : probers)
+        counts += each.prober->Ignored();
+    return counts;
+}
+
+std::uint64_t CProbers::DroppedCount() const
+{
+    std::uint64_t count = formerDropped;
+    for (const AdapterProber& each : probers)
+        count += each.prober->DroppedCount();
     return count;
 }
 
-void CProbers::ComplainOnce(const Adapter& adapter, const std::string& text)
+void CProbers::ComplainOnce(const Adapter& adapter, const udp::endpoint& destination,
+                            const std::string& text)
 {
-    if (unusable.insert(adapter.name).second)
+    if (unusable.insert({adapter.name, destination}).second)
         complain(text);
 }
 
 void CProbers::Follow(std::function<void()> changed)
 {
+    if (!monitor)
+        return;
     onChanged = std::move(changed);
     monitored.assign(monitor->Descriptor());
     AwaitChange();
@@ -102,7 +142,7 @@ void CProbers::Follow(std::function<void()> changed)
 void CProbers::AwaitChange()
 {
     monitored.async_wait(monitored.wait_read, [this](const error_code& /*error*/) {
-        gathering.expires_after(kGatherTime);
+        gathering.expires_after(kAdapterGatherTime);
         gathering.async_wait([this](const error_code& /*error*/) { OnChange(); });
     });
 }
@@ -111,9 +151,9 @@ void CProbers::OnChange()
 {
     try {
         const std::set<int> deleted = monitor->TakeDeleted();
-        if (TakeOver(options.all ? ReadNetworkAdapters()
-                                 : FindAdapters(ReadAdapters(), options.adapterNames),
-                     deleted))
+        if (Adopt(options.adapterNames.empty() ? ReadNetworkAdapters()
+                                               : FindAdapters(ReadAdapters(), options.adapterNames),
+                  deleted))
             onChanged();
     } catch (const std::exception& error) {
         complain(error.what());
@@ -121,40 +161,57 @@ void CProbers::OnChange()
     AwaitChange();
 }
 
+void CProbers::Drop(const AdapterProber& former)
+{
+    former.prober->Close();
+    formerIgnored += former.prober->Ignored();
+    formerDropped += former.prober->DroppedCount();
+    const auto isSame = [&](const AdapterProber& each) { return each.prober == former.prober; };
+    probers.erase(std::remove_if(probers.begin(), probers.end(), isSame), probers.end());
+}
+
 /// Makes the probers those of the adapters.
 ///
-/// @return whether probers or what they are connected to changed
-bool CProbers::TakeOver(const std::vector<Adapter>& adapters, const std::set<int>& deleted)
+/// @return whether other devices may be in reach now
+bool CProbers::Adopt(const std::vector<Adapter>& adapters, const std::set<int>& deleted)
 {
-    const std::vector<Line> former = std::exchange(lines, {});
     bool changed = false;
-    for (const Adapter& each : adapters) {
-        const auto line = std::find_if(former.begin(), former.end(), [&](const Line& known) {
-            return SameDevice(known.adapter, each) && deleted.count(each.index) == 0;
-        });
-        if (line != former.end()) {
-            changed = changed || each.connected != line->adapter.connected ||
-                      each.operationalState != line->adapter.operationalState;
-            lines.push_back({each, line->prober});
-        } else if (!each.ipAddress.empty()) {
-            Open(each);
+    const std::vector<AdapterProber> formers = probers;
+    for (const AdapterProber& former : formers) {
+        const auto isSame = [&](const Adapter& each) {
+            return IsSameDevice(former.adapter, each) && deleted.count(each.index) == 0;
+        };
+        if (std::none_of(adapters.begin(), adapters.end(), isSame)) {
             changed = true;
+            Drop(former);
         }
     }
 
-    for (const Line& each : former) {
-        const auto isSame = [&](const Line& line) { return line.prober == each.prober; };
-        const auto isNamed = [&](const Line& line) {
-            return line.adapter.name == each.adapter.name;
-        };
-        if (std::any_of(lines.begin(), lines.end(), isSame))
-            continue;
-        changed = true;
-        each.prober->Close();
-        formerMalformed += each.prober->malformed;
-        if (std::none_of(lines.begin(), lines.end(), isNamed))
-            ComplainOnce(each.adapter, Compose("adapter ", each.adapter.name,
-                                               " is gone or has no IPv4 address; waiting for it"));
+    for (const Adapter& adapter : adapters) {
+        for (const udp::endpoint& destination : destinations) {
+            const auto known =
+                std::find_if(probers.begin(), probers.end(), [&](const AdapterProber& each) {
+                    return each.adapter.name == adapter.name &&
+                           each.prober->Destination() == destination;
+                });
+            if (known != probers.end()) {
+                changed = changed || adapter.connected != known->adapter.connected ||
+                          adapter.operationalState != known->adapter.operationalState;
+                known->adapter = adapter;
+            } else if (!adapter.ipAddress.empty()) {
+                changed = true;
+                Open(adapter, destination);
+            }
+        }
+    }
+
+    for (const AdapterProber& former : formers) {
+        const std::string& name = former.adapter.name;
+        const auto isNamed = [&](const AdapterProber& each) { return each.adapter.name == name; };
+        if (std::none_of(probers.begin(), probers.end(), isNamed))
+            ComplainOnce(
+                former.adapter, destinations.front(),
+                Compose("adapter ", name, " is gone or has no IPv4 address; waiting for it"));
     }
     return changed;
 }

@@ -8,14 +8,18 @@ namespace kx::tools {
 namespace {
 
 constexpr seconds kAnswerTime{1};
-constexpr int kMostProbes = 3; // datagrams get lost
+constexpr int kMaxProbes = 3; // datagrams get lost
 constexpr seconds kRestTime{30};
 
 } // namespace
 
-CRounds::CRounds(boost::asio::io_context& ioService, CDeviceList& list, std::function<void()> asker,
-                 std::function<void(const Event&)> listener)
-    : devices(list), ask(std::move(asker)), lost(std::move(listener)), timer(ioService)
+CRounds::CRounds(boost::asio::io_context& ioService, CReceiver& usedReceiver, CDeviceList& list,
+                 std::function<void()> asker, std::function<void(const Event&)> listener)
+    : receiver(usedReceiver),
+      devices(list),
+      ask(std::move(asker)),
+      lost(std::move(listener)),
+      timer(ioService)
 {
 }
 
@@ -23,7 +27,7 @@ void CRounds::Start()
 {
     devices.StartRound();
     asked = 1;
-    Wait(kAnswerTime, &CRounds::Judge);
+    Wait(kAnswerTime, &CRounds::CheckSilent);
 }
 
 void CRounds::AskSoon()
@@ -40,15 +44,20 @@ void CRounds::Begin()
     Start();
 }
 
-void CRounds::Judge()
+void CRounds::CheckSilent()
 {
-    if (devices.AnySilent() && asked < kMostProbes) {
-        ask();
-        ++asked;
-        Wait(kAnswerTime, &CRounds::Judge);
+    // What is silent may have answered: the answer waits to be read.
+    if (receiver.HasBacklog()) {
+        Wait(kAnswerTime, &CRounds::CheckSilent);
         return;
     }
-    for (const Event& each : devices.TakeSilent())
+    if (devices.AnySilent() && asked < kMaxProbes) {
+        ask();
+        ++asked;
+        Wait(kAnswerTime, &CRounds::CheckSilent);
+        return;
+    }
+    for (const Event& each : devices.RemoveSilent())
         lost(each);
     Rest();
 }

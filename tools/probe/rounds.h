@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device_list.h"
+#include "receiver.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -9,31 +10,32 @@
 
 namespace kx::tools {
 
-/// Asks all devices again, at times and whenever there is doubt, and tells of those that do not
-/// answer any more. A Probe in a round is sent again only while somebody is silent: each recorder
-/// logs each of them.
+/// Asks all devices again, regularly and whenever there is doubt, and reports those that no longer
+/// answer. A Probe is repeated within a round only while a device is silent, since each recorder
+/// logs each Probe.
 ///
 /// Must outlive the service's run. Threads: the one that runs the service.
 class CRounds {
 public:
     /// @param ask   sends a Probe on every adapter
-    /// @param lost  called for each path that fell silent
-    CRounds(boost::asio::io_context& ioService, CDeviceList& devices, std::function<void()> ask,
-            std::function<void(const Event&)> lost);
+    /// @param lost  called for each path that stopped responding
+    CRounds(boost::asio::io_context& ioService, CReceiver& receiver, CDeviceList& devices,
+            std::function<void()> ask, std::function<void(const Event&)> lost);
 
-    /// Takes the Probe that was just sent for the first one of a round.
+    /// Starts a round with the Probe that was just sent.
     void Start();
 
-    /// Asks at once, or as soon as the round under way is over: somebody has come who may be
-    /// another one's successor, or an adapter is back.
+    /// Asks now, or as soon as the present round is over: a device has come that may be another
+    /// one's successor, or an adapter is back.
     void AskSoon();
 
 private:
     void Begin();
-    void Judge();
+    void CheckSilent();
     void Rest();
     void Wait(std::chrono::steady_clock::duration time, void (CRounds::*next)());
 
+    CReceiver& receiver;
     CDeviceList& devices;
     const std::function<void()> ask;
     const std::function<void(const Event&)> lost;

@@ -2,7 +2,6 @@
 
 #include "event_json.h"
 #include "event_table.h"
-#include "namespaces.h"
 #include "probers.h"
 #include "progress.h"
 #include "rounds.h"
@@ -10,6 +9,7 @@
 #include "text.h"
 #include "words.h"
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 
 #include <algorithm>
@@ -25,26 +25,64 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-constexpr int kExitNobody = 1;
+constexpr int kExitNoDevice = 1;
 
-constexpr std::chrono::milliseconds kLongestProbeInterval{250};
+constexpr std::chrono::milliseconds kMaxProbeInterval{250};
 constexpr std::chrono::milliseconds kProgressInterval{100};
+
+bool IsRecorder(const std::optional<DeviceType>& type)
+{
+    const DeviceType recorder = RecorderType();
+    return type && type->uri == recorder.uri && type->name == recorder.name;
+}
+
+/// What is looked for, in words.
+std::string Sought(const std::optional<DeviceType>& type)
+{
+    if (!type)
+        return "device";
+    return IsRecorder(type) ? "recorder" : type->prefix + ":" + type->name;
+}
+
+/// "; ignored: 2 not well-formed, ..."; empty when nothing was ignored.
+std::string IgnoredText(const IgnoredCounts& counts)
+{
+    const auto unread = [&](Unread reason) {
+        return counts.unread[static_cast<std::size_t>(reason)];
+    };
+    const std::pair<std::uint64_t, const char*> reasons[] = {
+        {unread(Unread::kNotWellFormed), "not well-formed"},
+        {counts.otherProbe, "in answer to another Probe"},
+        {unread(Unread::kOtherVersion),
+         "of another version of SOAP, WS-Addressing or WS-Discovery"},
+        {unread(Unread::kNoAddress), "without an address"},
+        {unread(Unread::kOtherMessage), "of another kind"},
+    };
+    std::string text;
+    for (const auto& [count, reason] : reasons) {
+        if (count > 0)
+            text += Compose(text.empty() ? "; ignored: " : ", ", count, " ", reason);
+    }
+    return text;
+}
 
 /// One run of the tool: probers on the adapters, the list that they feed, and what shows it.
 ///
-/// The service is before all that waits in it.
+/// The service comes before all that waits in it, the receiver before all that it receives for.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
         : options(lookupOptions),
-          devices(ExpandedName(options.namespaceUri, options.type), options.watch),
-          table(std::cout, options.watch),
+          receiver(ioService),
+          devices(options.sought, options.watch),
+          table(std::cout, {options.watch, IsRecorder(options.sought), options.sought.has_value(),
+                            options.wide}),
           probers(
-              ioService, options,
-              [this](Message::Kind kind, const Heard& heard) { OnHeard(kind, heard); },
+              ioService, receiver, options,
+              [this](Message::Kind kind, const Heard& heard) { return OnHeard(kind, heard); },
               [this](const std::string& text) { Tell(text); }),
           rounds(
-              ioService, devices,
+              ioService, receiver, devices,
               [this] {
                   probers.Ask({1, {}});
               },
@@ -58,10 +96,15 @@ public:
 
 private:
     void StartProbers(double timeoutSeconds);
+    void Listen();
+    int Close(double timeoutSeconds);
     void ShowProgress(); ///< now and from then on
-    void OnHeard(Message::Kind kind, const Heard& heard);
+    bool OnHeard(Message::Kind kind, const Heard& heard);
     void Show(const Event& event);
-    std::string Found() const;
+    std::string FoundText() const;
+    std::string NotFoundText(double timeoutSeconds) const;
+    std::string OthersText() const;
+    std::string DroppedText() const;
 
     /// Complains on a line of its own.
     void Tell(const std::string& text)
@@ -72,6 +115,7 @@ private:
 
     const ProbeOptions& options;
     boost::asio::io_context ioService;
+    CReceiver receiver;
     CDeviceList devices;
     CEventTable table;
     CProgress progress;
@@ -81,7 +125,9 @@ private:
     boost::asio::steady_timer progressTimer;
     std::optional<steady_clock::time_point> deadline;
     bool interrupted = false;
-    bool anybody = false;
+    bool anyShown = false;
+    bool anyMarked = false; ///< see AdvertisesOtherHost
+    bool flushPosted = false;
 };
 
 int CLookup::Run()
@@ -102,48 +148,60 @@ int CLookup::Run()
         deadline = steady_clock::now() + ToDuration(timeoutSeconds);
     if (isatty(STDERR_FILENO) && (!options.json || isatty(STDOUT_FILENO)))
         ShowProgress();
-
-    for (bool ended = false; !ended;) {
-        try {
-            deadline ? ioService.run_until(*deadline) : ioService.run();
-            ended = true;
-        } catch (const AdapterError& error) {
-            Tell(error.what()); // the other adapters go on
-        }
-    }
-
-    progress.Clear();
-    if (const int malformed = probers.Malformed())
-        Complain(kProbeName,
-                 Compose("ignored answers, malformed or without a device: ", malformed));
-    if (!std::cout)
-        throw std::runtime_error("cannot write to standard output");
-    if (!anybody && !interrupted) {
-        Complain(kProbeName,
-                 Compose("nobody answered within ", timeoutSeconds, " s on ",
-                         options.all ? "any adapter but loopback; --adapter lo asks there"
-                                     : Join(options.adapterNames) +
-                                           "; --all asks on all adapters but loopback"));
-        return kExitNobody;
-    }
-    if (!options.json)
-        std::cerr << Found() + "\n";
-    return 0;
+    Listen();
+    return Close(timeoutSeconds);
 }
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // All within the first half of the time, so that there is as much for the last answers.
+    // All within the first half of the time, which leaves as much for the last answers.
     const ProbeSchedule schedule{
-        options.times,
-        std::min<steady_clock::duration>(kLongestProbeInterval,
-                                         ToDuration(timeoutSeconds) / (2 * options.times))};
+        options.times, std::min<steady_clock::duration>(
+                           kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
     probers.Open();
     probers.Ask(schedule);
     if (options.watch) {
         probers.Follow([this] { rounds.AskSoon(); });
         rounds.Start();
     }
+}
+
+/// Runs the service until the end, and hands over what was received by then.
+void CLookup::Listen()
+{
+    for (;;) {
+        try {
+            deadline ? ioService.run_until(*deadline) : ioService.run();
+            if (!interrupted)
+                receiver.Finish();
+            return;
+        } catch (const AdapterError& error) {
+            Tell(error.what()); // the other adapters go on
+        }
+    }
+}
+
+int CLookup::Close(double timeoutSeconds)
+{
+    for (const Event& each : devices.ReleaseHeld())
+        Show(each);
+    progress.Clear();
+    std::cout << std::flush;
+    if (!std::cout)
+        throw std::runtime_error("cannot write to standard output");
+    if (anyMarked && !options.json)
+        std::cerr << "! XADDRS names another host than SOURCE: an address that the device does not "
+                     "have, or has behind a NAT\n";
+    if (!anyShown && !interrupted) {
+        Complain(kProbeName, NotFoundText(timeoutSeconds));
+        return kExitNoDevice;
+    }
+    const std::string remarks = OthersText() + IgnoredText(probers.Ignored()) + DroppedText();
+    if (!options.json)
+        std::cerr << FoundText() + remarks + "\n";
+    else if (!remarks.empty())
+        Complain(kProbeName, FoundText() + remarks);
+    return 0;
 }
 
 void CLookup::ShowProgress()
@@ -153,39 +211,84 @@ void CLookup::ShowProgress()
         const std::chrono::duration<double> left = *deadline - steady_clock::now();
         text += Compose(std::fixed, std::setprecision(1), std::max(left.count(), 0.0), " s left, ");
     }
-    progress.Show(text + Found());
+    progress.Show(text + FoundText());
     progressTimer.expires_after(kProgressInterval);
     progressTimer.async_wait([this](const error_code& /*error*/) { ShowProgress(); });
 }
 
-void CLookup::OnHeard(Message::Kind kind, const Heard& heard)
+bool CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
-    for (const Event& each : devices.Take(kind, heard)) {
+    for (const Event& each : devices.Record(kind, heard)) {
         Show(each);
-        // It may be what somebody became who is listed already, and whether it answers is not
-        // known.
+        // It may be the successor of a device that is listed, and whether it answers is not known.
         if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
             rounds.AskSoon();
     }
+    return devices.LacksXAddrs(heard);
 }
 
 void CLookup::Show(const Event& event)
 {
-    anybody = true;
+    anyShown = true;
+    anyMarked = anyMarked || AdvertisesOtherHost(event.heard.device, event.heard.source.address());
     progress.Clear();
     if (options.json)
-        std::cout << ToJsonLine(event) + "\n" << std::flush;
+        std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
+    // Not for each line: a crowd answers at the same time.
+    if (!std::exchange(flushPosted, true)) {
+        boost::asio::post(ioService, [this] {
+            flushPosted = false;
+            std::cout << std::flush;
+        });
+    }
 }
 
 /// "2 found, by 3 paths"; when watching, those that have not gone.
-std::string CLookup::Found() const
+std::string CLookup::FoundText() const
 {
     const auto count = devices.DeviceCount();
     const auto paths = devices.PathCount();
     return Compose(count, options.watch ? " present" : " found",
                    paths == count ? "" : Compose(", by ", paths, " paths"));
+}
+
+std::string CLookup::NotFoundText(double timeoutSeconds) const
+{
+    std::vector<std::string> asked;
+    for (const auto& each : options.hosts)
+        asked.push_back(Compose(each));
+    const std::string at = asked.empty() ? " on " : " at ";
+    if (asked.empty())
+        asked = probers.AdapterNames();
+    const std::string others = OthersText();
+    std::string hint = "; pelorin-doctor client finds out why";
+    if (!others.empty())
+        hint = "";
+    else if (options.adapterNames == std::vector<std::string>{"lo"})
+        hint = "; without --adapter all adapters but loopback are asked";
+    return Compose("no ", Sought(options.sought), " answered within ", timeoutSeconds, " s", at,
+                   Join(asked), others, IgnoredText(probers.Ignored()), DroppedText(), hint);
+}
+
+std::string CLookup::OthersText() const
+{
+    const std::size_t count = devices.OtherCount();
+    if (count == 0)
+        return "";
+    return Compose("; ", count, count == 1 ? " other device" : " other devices",
+                   " answered (--any lists them)");
+}
+
+std::string CLookup::DroppedText() const
+{
+    const std::uint64_t count = probers.DroppedCount();
+    if (count == 0)
+        return "";
+    return Compose("; ", count,
+                   " lost for want of buffer: ask again with --repeat, or as root, or ",
+                   "with a larger net.core.rmem_max (sysctl)");
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "uris.h"
+#include "device_type.h"
+
+#include <boost/asio/ip/udp.hpp>
 
 #include <optional>
 #include <string>
@@ -14,20 +16,21 @@ inline constexpr double kDefaultTimeoutSeconds = 2;
 
 /// What the command line asks for.
 struct ProbeOptions {
-    std::vector<std::string> adapterNames{"lo"};
-    bool all = false; ///< rather every adapter but loopback
-    std::string type = kDeviceType;
-    std::string namespaceUri = kVendorDiscoveryUri;
-    std::optional<double> timeoutSeconds; ///< without one the default, or no end when watching
+    std::vector<std::string>
+        adapterNames; ///< none: all but loopback, or for hosts what routes choose
+    std::vector<boost::asio::ip::udp::endpoint> hosts; ///< asked in place of the group, if any
+    std::optional<DeviceType> sought = RecorderType(); ///< none: every device
+    std::optional<double> timeoutSeconds; ///< none: the default, or no end when watching
     int times = 1;
     bool watch = false;
+    bool wide = false;
     bool json = false;
 };
 
 /// Looks for devices and shows them on standard output as they are heard.
 ///
-/// @return exit status: 0 when somebody was heard, or a signal ended the watching; 1 when nobody
-///         was; kExitError when no adapter can be used
+/// @return exit status: 0 when a device was heard, or a signal ended the watching; 1 when none was;
+///         kExitError when no adapter can be used
 ///
 /// Errors: std::runtime_error.
 int RunProbe(const ProbeOptions& options);

@@ -1,0 +1,157 @@
+// pelorin-probe against targets of all kinds: what it asks, and what it says about who answers.
+
+#include "data.h"
+#include "discovery_group.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/multicast.hpp>
+#include <boost/asio/ip/udp.hpp>
+#include <boost/asio/post.hpp>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <regex>
+#include <sstream>
+#include <sys/wait.h>
+#include <thread>
+
+namespace asio = boost::asio;
+using asio::ip::udp;
+
+namespace {
+
+/// What a target sends back to each message that comes by the way, "group" or "direct", and holds
+/// the text.
+struct Reaction {
+    std::string way;
+    std::string text;
+    std::string answer;
+};
+
+/// Targets on loopback, on a thread of their own, that react to what is sent to the group or to
+/// 127.0.0.1.
+class Targets {
+public:
+    explicit Targets(std::vector<Reaction> given) : reactions(std::move(given))
+    {
+        const auto loopback = asio::ip::address_v4::loopback();
+        const auto group = asio::ip::make_address_v4(kx::kMulticastGroup);
+        Open(fromGroup, group);
+        fromGroup.set_option(asio::ip::multicast::join_group(group, loopback));
+        Open(direct, loopback);
+        Receive(fromGroup, "group");
+        Receive(direct, "direct");
+        thread = std::thread([this] { service.run(); });
+    }
+    Targets(const Targets&) = delete;
+    Targets& operator=(const Targets&) = delete;
+    ~Targets()
+    {
+        service.stop();
+        thread.join();
+    }
+
+private:
+    static void Open(udp::socket& socket, const asio::ip::address_v4& address)
+    {
+        socket.open(udp::v4());
+        socket.set_option(udp::socket::reuse_address(true));
+        socket.bind({address, kx::kDiscoveryPort});
+    }
+
+    void Receive(udp::socket& socket, const std::string& way)
+    {
+        socket.async_wait(socket.wait_read, [this, &socket, way](const auto& /*error*/) {
+            udp::endpoint source;
+            const std::size_t length = socket.receive_from(asio::buffer(buffer), source);
+            React({buffer.data(), length}, way, source);
+            Receive(socket, way);
+        });
+    }
+
+    void React(const std::string& message, const std::string& way, const udp::endpoint& source)
+    {
+        std::smatch identifier;
+        std::regex_search(message, identifier, std::regex("MessageID>([^<]*)<"));
+        for (const Reaction& each : reactions) {
+            if (each.way == way && message.find(each.text) != std::string::npos)
+                direct.send_to(asio::buffer(std::regex_replace(each.answer, std::regex("@ID"),
+                                                               identifier[1].str())),
+                               source);
+        }
+    }
+
+    const std::vector<Reaction> reactions;
+    std::array<char, 65536> buffer{};
+    asio::io_context service;
+    udp::socket fromGroup{service};
+    udp::socket direct{service};
+    std::thread thread;
+};
+
+std::string RunProbe(const std::string& arguments)
+{
+    const std::string command = PELORIN_PROBE " --adapter lo " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    std::string output;
+    for (std::array<char, 4096> piece{}; std::fgets(piece.data(), piece.size(), pipe);)
+        output += piece.data();
+    const int status = pclose(pipe);
+    return output + "status " + std::to_string(WEXITSTATUS(status));
+}
+
+/// On one line, without what differs from run to run.
+std::string Plain(std::string output)
+{
+    for (const auto& [pattern, replacement] :
+         {std::pair("[0-9.]+ ms", "T ms"),
+          {"\"time\":\"[^\"]*\"", "\"time\":T"},
+          {"\"roundTripMs\":[0-9.]+", "\"roundTripMs\":T"},
+          {"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}", "UUID"},
+          {" +", " "},
+          {"\n", " / "}})
+        output = std::regex_replace(output, std::regex(pattern), replacement);
+    return output;
+}
+
+class ProbeOf : public testing::TestWithParam<DataCase> {};
+
+TEST_P(ProbeOf, ListsDevicesOfTheSoughtType)
+{
+    std::vector<Reaction> reactions;
+    std::istringstream text(GetParam().text);
+    std::string arguments;
+    std::getline(text, arguments);
+    for (std::string line; std::getline(text, line);) {
+        std::string way;
+        if (std::istringstream words(line); words >> way && (way == "group" || way == "direct"))
+            reactions.push_back({way, line.substr(way.size() + 1), ""});
+        else
+            reactions.back().answer += line + "\n";
+    }
+    const Targets targets(reactions);
+    EXPECT_EQ(Plain(RunProbe("--timeout 0.4 " + arguments)), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ProbeOf, testing::ValuesIn(ReadCases("targets.txt")),
+                         [](const auto& each) { return each.param.name; });
+
+TEST(Probe, HearsACrowdOrTellsWhatItLost)
+{
+    constexpr int kCount = 2000;
+    const std::string first = ReadCases("targets.txt").front().text;
+    const std::string answer = first.substr(first.find('<'));
+    std::vector<Reaction> reactions;
+    for (int number = 0; number < kCount; ++number)
+        reactions.push_back({"group", "Probe>",
+                             std::regex_replace(answer, std::regex("@A"), std::to_string(number))});
+    const Targets targets(reactions);
+    const std::string output = RunProbe("--timeout 2");
+    std::smatch counts;
+    ASSERT_TRUE(std::regex_search(output, counts, std::regex("([0-9]+) found(; ([0-9]+) lost)?")));
+    EXPECT_EQ(std::stoi(counts[1]) + (counts[3].matched ? std::stoi(counts[3]) : 0), kCount);
+}
+
+} // namespace

@@ -1,0 +1,239 @@
+#include "receiver.h"
+
+#include <boost/asio/post.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <netinet/in.h>
+#include <numeric>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+using boost::asio::ip::udp;
+
+namespace kx::tools {
+namespace {
+
+constexpr std::size_t kBatchSize = 64;
+constexpr std::size_t kMaxDatagramSize = 65536; // no UDP datagram is longer
+constexpr std::size_t kMaxQueuedBytes = 64 * 1024 * 1024;
+
+} // namespace
+
+/// The buffers of recvmmsg(2).
+class CBatch {
+public:
+    CBatch() : text(kBatchSize * kMaxDatagramSize) {}
+
+    /// Receives what is there. Returns the number of datagrams; -1 with errno when there are none.
+    int Receive(int descriptor)
+    {
+        for (std::size_t index = 0; index < kBatchSize; ++index) {
+            pieces[index] = {&text[index * kMaxDatagramSize], kMaxDatagramSize};
+            msghdr& header = headers[index].msg_hdr;
+            header = {};
+            header.msg_name = &sources[index];
+            header.msg_namelen = sizeof(sources[index]);
+            header.msg_iov = &pieces[index];
+            header.msg_iovlen = 1;
+            header.msg_control = &controls[index];
+            header.msg_controllen = sizeof(controls[index]);
+        }
+        return recvmmsg(descriptor, headers.data(), kBatchSize, MSG_DONTWAIT, nullptr);
+    }
+
+    Datagram At(std::size_t index, std::chrono::steady_clock::time_point receivedAt)
+    {
+        const sockaddr_in& source = sources[index];
+        return {
+            std::string(&text[index * kMaxDatagramSize], headers[index].msg_len),
+            {boost::asio::ip::address_v4(ntohl(source.sin_addr.s_addr)), ntohs(source.sin_port)},
+            AdapterIndex(headers[index].msg_hdr),
+            receivedAt};
+    }
+
+private:
+    static int AdapterIndex(msghdr& header)
+    {
+        for (cmsghdr* each = CMSG_FIRSTHDR(&header); each; each = CMSG_NXTHDR(&header, each)) {
+            if (each->cmsg_level == IPPROTO_IP && each->cmsg_type == IP_PKTINFO)
+                return reinterpret_cast<const in_pktinfo*>(CMSG_DATA(each))->ipi_ifindex;
+        }
+        return 0;
+    }
+
+    struct alignas(cmsghdr) Control {
+        char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+    };
+    std::vector<char> text;
+    std::array<mmsghdr, kBatchSize> headers{};
+    std::array<iovec, kBatchSize> pieces{};
+    std::array<sockaddr_in, kBatchSize> sources{};
+    std::array<Control, kBatchSize> controls{};
+};
+
+CReceiver::CReceiver(boost::asio::io_context& service)
+    : ioService(service),
+      work(service.get_executor()),
+      wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      batch(std::make_unique<CBatch>())
+{
+    if (wakeUp < 0)
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    thread = std::thread([this] { Run(); });
+}
+
+CReceiver::~CReceiver()
+{
+    StopThread();
+    close(wakeUp);
+}
+
+void CReceiver::Add(int descriptor, OnDatagram onDatagram, OnError onError)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    sockets[descriptor] =
+        std::make_shared<Handlers>(Handlers{std::move(onDatagram), std::move(onError)});
+    eventfd_write(wakeUp, 1);
+}
+
+void CReceiver::Remove(int descriptor)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    sockets.erase(descriptor);
+    const auto isOfSocket = [&](const Received& each) { return each.descriptor == descriptor; };
+    queue.erase(std::remove_if(queue.begin(), queue.end(), isOfSocket), queue.end());
+    queuedBytes = std::accumulate(
+        queue.begin(), queue.end(), std::size_t{0},
+        [](std::size_t sum, const Received& each) { return sum + each.datagram.data.size(); });
+}
+
+bool CReceiver::HasBacklog()
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return !queue.empty();
+}
+
+void CReceiver::Finish()
+{
+    StopThread();
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        // A copy, for a socket that fails is erased.
+        const auto open = sockets;
+        for (const auto& each : open) {
+            while (Receive(each.first))
+                continue;
+        }
+    }
+    while (HandOverNext())
+        continue;
+}
+
+void CReceiver::StopThread()
+{
+    if (!thread.joinable())
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        stopping = true;
+    }
+    roomMade.notify_one();
+    eventfd_write(wakeUp, 1);
+    thread.join();
+}
+
+/// Thread: the receiving one.
+void CReceiver::Run()
+{
+    for (;;) {
+        std::vector<pollfd> polled{{wakeUp, POLLIN, 0}};
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            roomMade.wait(lock, [this] { return stopping || queuedBytes < kMaxQueuedBytes; });
+            if (stopping)
+                return;
+            for (const auto& each : sockets)
+                polled.push_back({each.first, POLLIN, 0});
+        }
+        poll(polled.data(), polled.size(), -1);
+
+        const std::lock_guard<std::mutex> lock(mutex);
+        eventfd_t ignored = 0;
+        eventfd_read(wakeUp, &ignored);
+        for (const pollfd& each : polled) {
+            if (each.revents != 0 && sockets.count(each.fd) > 0)
+                Receive(each.fd);
+        }
+    }
+}
+
+/// Receives a batch. The mutex is locked.
+///
+/// @return whether there may be more
+bool CReceiver::Receive(int descriptor)
+{
+    const int count = batch->Receive(descriptor);
+    if (count < 0) {
+        if (errno != EAGAIN && errno != EINTR) {
+            Enqueue(
+                {descriptor, sockets[descriptor], {errno, boost::system::system_category()}, {}});
+            sockets.erase(descriptor);
+        }
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    for (std::size_t index = 0; index < static_cast<std::size_t>(count); ++index)
+        Enqueue({descriptor, sockets[descriptor], {}, batch->At(index, now)});
+    return true;
+}
+
+void CReceiver::Enqueue(Received received)
+{
+    queuedBytes += received.datagram.data.size();
+    queue.push_back(std::move(received));
+    if (!std::exchange(deliveryPosted, true))
+        boost::asio::post(ioService, [this] { Deliver(); });
+}
+
+/// Hands over some datagrams, then lets timers and signals have their turn.
+void CReceiver::Deliver()
+{
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        deliveryPosted = !queue.empty();
+        // Before handing over: a handler may throw.
+        if (deliveryPosted)
+            boost::asio::post(ioService, [this] { Deliver(); });
+    }
+    for (std::size_t count = 0; count < kBatchSize && HandOverNext(); ++count)
+        continue;
+}
+
+/// @return false when there is nothing to hand over
+bool CReceiver::HandOverNext()
+{
+    Received next;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (queue.empty())
+            return false;
+        next = std::move(queue.front());
+        queue.pop_front();
+        queuedBytes -= next.datagram.data.size();
+    }
+    roomMade.notify_one();
+    if (next.error)
+        next.handlers->onError(next.error);
+    else
+        next.handlers->onDatagram(next.datagram);
+    return true;
+}
+
+} // namespace kx::tools
