@@ -1,23 +1,8 @@
-# What `cmake --install` puts where, and the Debian package made from it.
+# What `cmake --install` installs where, and the two Debian packages made from it: pelorin (component
+# "runtime") for the machine of a recorder or a client, pelorin-dev for a server's developer.
 include(GNUInstallDirs)
 
-install(TARGETS pelorin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pelorin)
-install(FILES package/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
-# The documents, and the few sources that they link to, lie as here, so that all links hold.
-file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS *.md docs/*.md
-  docs/*.svg)
-set(documentation ${documents})
-foreach(document IN LISTS documents)
-  file(READ ${document} text)
-  string(REGEX MATCHALL "\\(\\.\\./[^)#]+" links "${text}")
-  list(TRANSFORM links REPLACE "^\\(\\.\\./" "")
-  list(APPEND documentation ${links})
-endforeach()
-list(REMOVE_DUPLICATES documentation)
-foreach(document IN LISTS documentation)
-  get_filename_component(folder ${document} DIRECTORY)
-  install(FILES ${document} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder})
-endforeach()
+set(tools pelorin-host pelorin-probe)
 
 # pelorin_compress(FILE INPUT): makes INPUT.gz, named FILE.gz, in the build folder.
 function(pelorin_compress name input)
@@ -26,43 +11,91 @@ function(pelorin_compress name input)
     DEPENDS ${input} VERBATIM)
 endfunction()
 
-pelorin_compress(changelog ${PROJECT_SOURCE_DIR}/package/changelog)
-set(compressed ${PROJECT_BINARY_DIR}/changelog.gz)
-install(FILES ${compressed} DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# pelorin_install_documents(COMPONENT PACKAGE PAGE): the changelog, the copyright and a page of docs/,
+# in which links to other files become plain text, since those are not installed.
+function(pelorin_install_documents component package page)
+  set(source ${PROJECT_SOURCE_DIR}/docs/${page})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+  file(READ ${source} text)
+  string(REGEX REPLACE "\\[([^][]+)\\]\\([^():#][^():]*\\)" "\\1" text "${text}")
+  file(WRITE ${PROJECT_BINARY_DIR}/${page} "${text}")
+  install(
+    FILES ${PROJECT_BINARY_DIR}/${page} package/copyright ${PROJECT_BINARY_DIR}/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+endfunction()
 
-install(TARGETS pelorin-host pelorin-probe)
+pelorin_compress(changelog ${PROJECT_SOURCE_DIR}/package/changelog)
+set(documents ${PROJECT_BINARY_DIR}/changelog.gz)
+
+install(TARGETS pelorin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pelorin COMPONENT runtime)
+install(TARGETS ${tools} RUNTIME COMPONENT runtime)
+pelorin_install_documents(runtime pelorin operations.md)
 find_program(SCDOC scdoc DOC "makes the manual pages; without it there are none")
 if(SCDOC)
-  foreach(page IN ITEMS pelorin-host.1 pelorin-probe.1)
+  foreach(tool IN LISTS tools)
+    set(page ${tool}.1)
     set(source ${PROJECT_SOURCE_DIR}/man/${page}.scd)
     add_custom_command(OUTPUT ${page}
       COMMAND ${SCDOC} < ${source} > ${page}
       DEPENDS ${source} VERBATIM)
     pelorin_compress(${page} ${PROJECT_BINARY_DIR}/${page})
-    list(APPEND compressed ${PROJECT_BINARY_DIR}/${page}.gz)
-    install(FILES ${PROJECT_BINARY_DIR}/${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    list(APPEND documents ${PROJECT_BINARY_DIR}/${page}.gz)
+    install(FILES ${PROJECT_BINARY_DIR}/${page}.gz
+      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
   endforeach()
 endif()
-add_custom_target(pelorin_documents ALL DEPENDS ${compressed})
+add_custom_target(pelorin_documents ALL DEPENDS ${documents})
+
+install(FILES include/pelorin/plugin.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/pelorin COMPONENT dev)
+install(FILES examples/host.c examples/host.py
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pelorin-dev/examples COMPONENT dev)
+pelorin_install_documents(dev pelorin-dev host-interface.md)
 
 # The version is the one that the plug-in registers with; scripts/test-package compares them.
 file(STRINGS package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" CPACK_PACKAGE_VERSION "${headline}")
+configure_file(package/pelorin.pc.in pelorin.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/pelorin.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+
+# All that the packages need built; the rest is for tests and measurements.
+add_custom_target(pelorin_packaged DEPENDS pelorin ${tools} pelorin_documents)
+
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME pelorin)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_COMPONENTS_ALL runtime dev)
 set(CPACK_PACKAGE_CONTACT "Pelorin developers <pelorin@ktzkx.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"Pelorin announces a network video recorder on every IPv4 network that it is
-connected to and answers whoever looks for one there, so that people find it
-without knowing its address. The recorder's server loads it as pelorin.so.
-.
-Two tools come with it: pelorin-host runs the plug-in without a server, and
-pelorin-probe lists the recorders of a network.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+# Each description begins with the package's own summary.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME pelorin)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
+"${PROJECT_DESCRIPTION}
+Pelorin announces a network video recorder on every IPv4 network that it is
+connected to and answers clients that look for one there, so that people find
+it without knowing its address. The recorder's server loads it as pelorin.so.
+.
+Two tools come with it: pelorin-host runs the plug-in without a server, and
+pelorin-probe lists the recorders of a network.")
+
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME pelorin-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "pelorin (= ${CPACK_PACKAGE_VERSION})")
+set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "pkg-config, python3")
+set(CPACK_DEBIAN_DEV_DESCRIPTION
+"Network-discovery plug-in of a network video recorder server: development files
+Pelorin announces a network video recorder on every IPv4 network that it is
+connected to and answers clients that look for one there.
+.
+This package is for developers of a server that loads the plug-in: the C header
+of its interface, a page that explains it, and example hosts in C and Python.")
 include(CPack)
