@@ -13,8 +13,7 @@ namespace kx::tools {
 inline constexpr int kExitError = 2;
 
 /// Runs a tool: reads the command line, then works. Adds --help, wrapped at the terminal's width,
-/// and
-/// --version; subcommands inherit the former.
+/// and --version; subcommands inherit the former.
 ///
 /// @param name         the tool's name; its complaints begin with it
 /// @param description  what the tool does, for --help; only paragraphs need line feeds
@@ -24,6 +23,17 @@ inline constexpr int kExitError = 2;
 ///         on standard error, when the command line is invalid or `work` throws
 int RunTool(int argc, char** argv, const char* name, const char* description,
             const std::function<void(CLI::App&)>& addOptions, const std::function<int()>& work);
+
+/// The same for a tool with a record of its options.
+template <class Options>
+int RunTool(int argc, char** argv, const char* name, const char* description,
+            void (*addOptions)(CLI::App&, Options&), int (*work)(const Options&))
+{
+    Options options;
+    return RunTool(
+        argc, argv, name, description, [&](CLI::App& app) { addOptions(app, options); },
+        [&] { return work(options); });
+}
 
 /// Writes "name: text" as one line to standard error.
 void Complain(const std::string& name, const std::string& text);

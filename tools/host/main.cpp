@@ -139,8 +139,5 @@ int Host(const HostOptions& options)
 int main(int argc, char** argv)
 {
     using namespace kx::tools;
-    HostOptions options;
-    return RunTool(
-        argc, argv, "pelorin-host", kDescription, [&](CLI::App& app) { AddOptions(app, options); },
-        [&] { return Host(options); });
+    return RunTool(argc, argv, "pelorin-host", kDescription, AddOptions, Host);
 }

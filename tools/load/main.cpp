@@ -18,8 +18,8 @@ namespace {
 using boost::asio::ip::make_address_v4;
 
 constexpr char kDescription[] =
-    "Sends Probes to a recorder and prints, as JSON, how many it answered and how fast. For the "
-    "developers' measurements in network namespaces of their own. "
+    "Sends Probes to a recorder and prints, as JSON, how many it answered and how fast. For "
+    "measurements in network namespaces.\n\n"
     "Exit status: 0 when the load was sent, whether answered or not, 2 on misuse or failure.";
 
 struct LoadOptions {
@@ -156,8 +156,5 @@ int Run(const LoadOptions& options)
 int main(int argc, char** argv)
 {
     using namespace kx::tools;
-    LoadOptions options;
-    return RunTool(
-        argc, argv, "pelorin-load", kDescription, [&](CLI::App& app) { AddOptions(app, options); },
-        [&] { return Run(options); });
+    return RunTool(argc, argv, "pelorin-load", kDescription, AddOptions, Run);
 }

@@ -17,8 +17,7 @@ namespace kx::tools {
 namespace {
 
 constexpr char kDescription[] =
-    "Loads, runs, closes and unloads the plug-in beside this file again and again, on all "
-    "adapters\n"
+    "Loads, runs, closes and unloads the plug-in beside this file again and again, on all adapters "
     "but loopback: short lives for two thirds of the time, then a long one.";
 
 constexpr milliseconds kMeanLife{2000};
@@ -83,8 +82,5 @@ int Soak(const SoakOptions& options)
 int main(int argc, char** argv)
 {
     using namespace kx::tools;
-    SoakOptions options;
-    return RunTool(
-        argc, argv, "pelorin-soak", kDescription, [&](CLI::App& app) { AddOptions(app, options); },
-        [&] { return Soak(options); });
+    return RunTool(argc, argv, "pelorin-soak", kDescription, AddOptions, Soak);
 }
