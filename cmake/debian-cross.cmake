@@ -4,8 +4,7 @@
 #
 #   DEB_HOST_ARCH=arm64 CMAKE_TOOLCHAIN_FILE=$PWD/cmake/debian-cross.cmake scripts/build release
 
-# Reads a value of the host architecture; -f since dpkg's tools may have left those of another in the
-# environment.
+# Reads a value of the host architecture. --force: those of another may be in the environment.
 function(read_architecture name)
   execute_process(
     COMMAND dpkg-architecture --force --host-arch $ENV{DEB_HOST_ARCH} --query ${name}

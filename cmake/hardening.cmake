@@ -1,7 +1,7 @@
 # Makes a fault in this code harder to exploit: the plug-in reads what any machine on the network
-# sends, inside the server. The flags apply to everything, tests included, so that the tests run what
-# is delivered; scripts/check-hardening checks the built files. Not under a sanitizer, which detects
-# more.
+# sends, inside the server. The flags apply to everything, tests included, so that the tests run
+# what is delivered; scripts/check-hardening checks the built files. Not under a sanitizer, which
+# detects more.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)

@@ -1,5 +1,6 @@
-# What `cmake --install` installs where, and the two Debian packages made from it: pelorin (component
-# "runtime") for the machine of a recorder or a client, pelorin-dev for a server's developer.
+# What `cmake --install` installs where, and the two Debian packages made from it: pelorin
+# (component "runtime") for the machine of a recorder or a client, pelorin-dev for developers of
+# servers.
 include(GNUInstallDirs)
 
 set(tools pelorin-host pelorin-probe)
@@ -11,8 +12,8 @@ function(pelorin_compress name input)
     DEPENDS ${input} VERBATIM)
 endfunction()
 
-# pelorin_install_documents(COMPONENT PACKAGE PAGE): the changelog, the copyright and a page of docs/,
-# in which links to other files become plain text, since those are not installed.
+# pelorin_install_documents(COMPONENT PACKAGE PAGE): the changelog, the copyright and a page of
+# docs/, in which links to other files become plain text, since those are not installed.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})

@@ -22,19 +22,19 @@ void Check(int error)
             Compose("cannot watch the network adapters: ", nl_geterror(error)));
 }
 
-void TakeObject(nl_object* object, void* deleted)
+void NoteDeletedLink(nl_object* object, void* deleted)
 {
     if (nl_object_get_msgtype(object) != RTM_DELLINK)
         return;
     auto* link = reinterpret_cast<rtnl_link*>(object);
-    // A device that leaves a bridge is announced as deleted too, in the bridge's family.
+    // A device that leaves a bridge is also announced as deleted, but in the bridge's family.
     if (rtnl_link_get_family(link) == AF_UNSPEC)
         static_cast<std::set<int>*>(deleted)->insert(rtnl_link_get_ifindex(link));
 }
 
 int OnAnnouncement(nl_msg* message, void* deleted)
 {
-    nl_msg_parse(message, TakeObject, deleted);
+    nl_msg_parse(message, NoteDeletedLink, deleted);
     return NL_OK;
 }
 
@@ -45,13 +45,13 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Not by the library's cache of links: that also takes in what a device is in the family of IPv6,
-// of which no end is announced, and keeps it for ever.
+// Does not use the library's link cache: it also stores a device's entry in the family of IPv6,
+// whose end is never announced, and so keeps it after the device is gone.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)
         throw std::bad_alloc();
-    nl_socket_disable_seq_check(socket.get()); // announcements answer nothing
+    nl_socket_disable_seq_check(socket.get()); // announcements are no replies
     Check(nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnAnnouncement, &deleted));
     Check(nl_connect(socket.get(), NETLINK_ROUTE));
     Check(nl_socket_set_nonblocking(socket.get()));
@@ -65,8 +65,8 @@ int CAdapterMonitor::Descriptor() const
 
 std::set<int> CAdapterMonitor::TakeDeleted()
 {
-    // Fails once nothing is left, or when the kernel had to drop announcements: ReadAdapters does
-    // not need them, and with others left the descriptor stays readable.
+    // Fails when the queue is empty, or when the kernel dropped announcements. The latter does not
+    // matter: ReadAdapters does not need them, and more of them keep the descriptor readable.
     while (nl_recvmsgs_default(socket.get()) >= 0)
         continue;
     return std::exchange(deleted, {});

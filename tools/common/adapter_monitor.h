@@ -12,31 +12,31 @@ namespace kx::tools {
 /// is announced several times before it has its address.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
-/// Tells when the machine's adapters or their addresses change, over rtnetlink(7). What they have
-/// become is for ReadAdapters to find out: it sees them in the kernel's order, and sees all of them
-/// also when so much was announced at once that the kernel dropped some of it.
+/// Reports that adapters of this machine or their addresses changed, over rtnetlink(7). Call
+/// ReadAdapters for the new state: it is complete even when the kernel dropped announcements
+/// because there were too many.
 ///
-/// Threads: one.
+/// Not thread-safe.
 class CAdapterMonitor {
 public:
-    /// What changes from here on is announced.
+    /// Reports changes from now on.
     ///
     /// Errors: std::runtime_error.
     CAdapterMonitor();
 
-    /// Readable, as poll(2) has it, as soon as something was announced.
+    /// Returns a descriptor that is readable, see poll(2), once there is an announcement.
     int Descriptor() const;
 
-    /// Takes in what was announced, without waiting.
+    /// Reads the announcements there are, without waiting.
     ///
-    /// @return the indexes of the devices that were deleted
+    /// @return the indexes of the devices that were deleted since the last call
     std::set<int> TakeDeleted();
 
 private:
     struct FreeSocket {
         void operator()(nl_sock* freed) const;
     };
-    std::set<int> deleted; // outlives the socket, which is told where it is
+    std::set<int> deleted; // outlives the socket, whose callback writes to it
     std::unique_ptr<nl_sock, FreeSocket> socket;
 };
 
