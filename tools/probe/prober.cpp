@@ -56,9 +56,9 @@ void CProber::Start()
         group.StartReceive();
 }
 
-void CProber::Ask(const ClientMessage& message, const ProbeSchedule& schedule)
+void CProber::Ask(const std::vector<ClientMessage>& messages, const ProbeSchedule& schedule)
 {
-    probe = message;
+    probes = messages;
     resolves.clear();
     sentTimes.clear();
     remaining = schedule;
@@ -85,7 +85,8 @@ void CProber::Send()
         return;
     --remaining.times;
     sentTimes.push_back(steady_clock::now());
-    probing.Send(probe.text, destination);
+    for (const ClientMessage& each : probes)
+        probing.Send(each.text, destination);
     for (const auto& each : resolves)
         probing.Send(each.second.text, destination);
     if (remaining.times == 0)
@@ -108,7 +109,9 @@ void CProber::Resolve(const std::string& address)
 bool CProber::AnswersUs(const Message& message) const
 {
     if (message.kind == Message::Kind::kProbeMatches)
-        return RelatesTo(message, probe.identifier);
+        return std::any_of(probes.begin(), probes.end(), [&](const ClientMessage& each) {
+            return RelatesTo(message, each.identifier);
+        });
     return std::any_of(resolves.begin(), resolves.end(), [&](const auto& each) {
         return RelatesTo(message, each.second.identifier);
     });

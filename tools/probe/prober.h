@@ -17,7 +17,7 @@
 
 namespace kx::tools {
 
-/// How often a Probe is sent, and how far apart. It stays the same Probe, with the same identifier.
+/// How often a Probe is sent, and how far apart. Its identifier stays the same.
 struct ProbeSchedule {
     int times;
     std::chrono::steady_clock::duration interval;
@@ -56,12 +56,12 @@ public:
     /// Starts receiving.
     void Start();
 
-    /// Sends a Probe, in place of one that is still to be repeated. Answers to the former no longer
-    /// count.
+    /// Sends Probes, in place of those that are still to be repeated. Answers to the former no
+    /// longer count.
     ///
     /// Errors: AdapterError; nothing is left pending then. It also comes out of the service's run,
-    /// which may be continued, when the Probe cannot be repeated.
-    void Ask(const ClientMessage& probe, const ProbeSchedule& schedule);
+    /// which may be continued, when the Probes cannot be repeated.
+    void Ask(const std::vector<ClientMessage>& probes, const ProbeSchedule& schedule);
 
     /// Stops hearing and sending.
     void Close();
@@ -88,10 +88,10 @@ private:
     CMessageSocket probing;
     CMessageSocket group; ///< open when listening
     boost::asio::steady_timer sendTimer;
-    ClientMessage probe;
+    std::vector<ClientMessage> probes;
     std::map<std::string, ClientMessage> resolves; ///< sent since the last Ask, by device address
     ProbeSchedule remaining{};
-    /// When the Probe was sent, each time.
+    /// When the Probes were sent, each time.
     std::vector<std::chrono::steady_clock::time_point> sentTimes;
     IgnoredCounts ignored;
 };

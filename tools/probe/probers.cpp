@@ -26,6 +26,18 @@ std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
     return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
 }
 
+/// Without a type, every device is to answer; but some, recorders among them, answer only a Probe
+/// for a type of theirs. These are asked for the types that are the most common.
+std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
+{
+    std::vector<ClientMessage> probes{MakeProbe(sought)};
+    if (!sought) {
+        probes.push_back(MakeProbe(ParseDeviceType("wsdp:Device", "")));
+        probes.push_back(MakeProbe(RecorderType()));
+    }
+    return probes;
+}
+
 /// Whether the kernel's routes choose the adapters, which only works for hosts.
 bool IsRouted(const ProbeOptions& options)
 {
@@ -86,7 +98,7 @@ void CProbers::Ask(const ProbeSchedule& schedule)
     const std::vector<AdapterProber> asked = probers;
     for (const auto& [adapter, prober] : asked) {
         try {
-            prober->Ask(MakeProbe(options.sought), schedule);
+            prober->Ask(MakeProbes(options.sought), schedule);
             unusable.erase({adapter.name, prober->Destination()});
         } catch (const AdapterError& error) {
             ComplainOnce(adapter, prober->Destination(), error.what());
