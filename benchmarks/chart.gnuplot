@@ -33,7 +33,8 @@ set logscale x 2
 set xtics (1, 16, 64, 256)
 set xrange [0.8:320]
 set title "Start and stop over the number of adapters, ms"
-plot results."/adapters.dat" using 1:2:3:4 with yerrorlines lt 3 pt 7 title "document to last Hello", \
+plot results."/adapters.dat" \
+    using 1:2:3:4 with yerrorlines lt 3 pt 7 title "document to last Hello", \
     "" using 1:5:6:7 with yerrorlines lt 2 pt 7 title "Close to return"
 
 set title "Processor time per answer over the number of adapters, µs"

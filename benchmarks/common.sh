@@ -14,8 +14,8 @@ Sample()
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: waits until as many adapters of the namespace $namespace have a carrier, which
-# the kernel notices late.
+# AwaitAdapters COUNT: waits until as many adapters of the namespace $namespace have a carrier,
+# which the kernel notices late.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do

@@ -2,8 +2,8 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats, with the quartiles in parentheses. A ratio is taken between
-# two values of the same repeat, before the median: what else the machine did affected both.
+# A value is the median over the repeats, with the quartiles in parentheses. A ratio is taken
+# between two values of the same repeat, before the median: what else the machine did affected both.
 
 BEGIN { FS = "," }
 
@@ -135,8 +135,8 @@ function PrintAnsweringRow(load, server, base,    row, field, figures, lost) {
 }
 
 function PrintAnswering(    load, base, kase, server) {
-    Head("Answering", "load | server | CPU µs each | ratio | answers/s | ratio | p50 µs | ratio | " \
-        "p99 µs | ratio | lost")
+    Head("Answering", "load | server | CPU µs each | ratio | answers/s | ratio | p50 µs | " \
+        "ratio | p99 µs | ratio | lost")
     for (kase = 1; kase <= case_count["answering"]; ++kase) {
         load = cases["answering", kase]
         base = load ~ /^(foreign|hello)/ ? "drop" : "floor"

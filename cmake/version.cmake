@@ -1,10 +1,10 @@
-# Writes the version of the package, and the commit where git tells it, into a source file. A script,
-# run by each build: what git says changes without CMake noticing.
+# Writes the version of the package, and the commit if git knows it, into a source file. A script
+# that each build runs, since the commit changes without CMake noticing.
 #
 #   cmake -D SOURCE=<folder> -D INPUT=<template> -D OUTPUT=<file> -P version.cmake
 file(STRINGS ${SOURCE}/package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" version_text "${headline}")
-# A folder that merely lies in somebody else's repository has no commit of its own.
+# A folder inside another project's repository has no commit of its own.
 if(EXISTS ${SOURCE}/.git)
   execute_process(COMMAND git -C ${SOURCE} describe --always --exclude=* --abbrev=12 --dirty
     OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
@@ -12,4 +12,4 @@ endif()
 if(commit)
   string(APPEND version_text " (commit ${commit})")
 endif()
-configure_file(${INPUT} ${OUTPUT} @ONLY) # leaves a file alone that would not change
+configure_file(${INPUT} ${OUTPUT} @ONLY) # writes the file only if it changes

@@ -3,9 +3,9 @@
 
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
-# EnterOwnNetwork COMMAND...: does nothing in a network namespace of own-network's, else replaces the
-# process by COMMAND, which is the calling script, in one. All processes that it starts end with it,
-# however it ends.
+# EnterOwnNetwork COMMAND...: does nothing in a network namespace of own-network's, else replaces
+# the process by COMMAND, which is the calling script, in one. All processes that it starts end with
+# it, however it ends.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \

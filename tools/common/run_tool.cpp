@@ -98,9 +98,8 @@ void Complain(const std::string& name, const std::string& text)
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description)
 {
     // One name per --adapter: what follows it without another is a mistake.
-    CLI::Option* option = app.add_option("--adapter", names, description)
-                              ->allow_extra_args(false)
-                              ->type_name("NAME");
+    CLI::Option* option =
+        app.add_option("--adapter", names, description)->allow_extra_args(false)->type_name("NAME");
     if (!names.empty())
         option->default_str(names.front());
 }

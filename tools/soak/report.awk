@@ -1,4 +1,4 @@
-# Reads what a soak left, writes the samples and prints the summary. Exit status 1 if a rule is broken.
+# Reads what a soak left, writes the samples, prints the summary. Exit status 1 if a rule is broken.
 #
 #   awk -v steady=ADDRESS -v samples=FILE -f report.awk HOST-LOG PROBES UNANSWERABLE
 #
