@@ -12,7 +12,7 @@
 namespace kx::log {
 namespace {
 
-/// Bytes of a message with its terminating NUL; what is longer is cut.
+/// Bytes of a message with its terminating NUL; longer ones are truncated.
 constexpr std::size_t kMessageSize = 512;
 
 __attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const char* format, ...)
@@ -42,7 +42,7 @@ CCoreLog g_coreLog;
 
 void CCoreLog::Log(std::int32_t level, const std::string& text)
 {
-    // Never as the format itself: a "%" in a message is text.
+    // Not as the format itself: a message may contain "%".
     LogPrintf(level, "%s", text.c_str());
 }
 

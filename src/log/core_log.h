@@ -6,23 +6,23 @@
 
 namespace kx::log {
 
-/// The log channel to the host: one XML record per message, sent on the caller's thread. Keeps no
+/// The log channel to the host: one XML record per message, sent on the caller's thread. Has no
 /// queue and no state.
 class CCoreLog : public ICoreLog {
 public:
-    /// Sends the text to the host; cut to its first 511 bytes. Level kLogLocal goes to standard
-    /// error instead.
+    /// Sends the first 511 bytes of the text to the host, or to standard error at kLogLocal.
     ///
-    /// Errors: none; what the host refuses is lost.
-    /// Threads: any, also at once; the host's callback is called without a lock.
+    /// Errors: none; a record that the host refuses is lost.
+    /// Thread-safe; the host's callback is called without a lock.
     void Log(std::int32_t level, const std::string& text) override;
 
 private:
-    /// Deliberate: never opened. Records go to the host alone, and it files them.
+    /// Deliberate: never opened. The host keeps the records; a file here would hold them twice and
+    /// grow without a limit.
     std::ofstream logFile;
 };
 
-/// The one instance; lives as long as the library is loaded.
+/// The only instance; lives as long as the library is loaded.
 extern CCoreLog g_coreLog;
 
 } // namespace kx::log

@@ -7,14 +7,13 @@
 
 namespace kx::log {
 
-/// Levels of log records. Nothing is filtered: all but kLogLocal reach the host, whatever the
-/// value.
+/// Levels of log records. Every level except kLogLocal reaches the host, other values included.
 inline constexpr std::int32_t kLogLocal = PELORIN_LEVEL_LOCAL;
 inline constexpr std::int32_t kLogInfo = PELORIN_LEVEL_INFO;
 inline constexpr std::int32_t kLogWarning = PELORIN_LEVEL_WARNING;
 inline constexpr std::int32_t kLogError = PELORIN_LEVEL_ERROR;
 
-/// Where the plug-in's components report to.
+/// The log that the plug-in's components write to.
 class ICoreLog {
 public:
     ICoreLog() = default;
@@ -22,11 +21,11 @@ public:
     ICoreLog& operator=(const ICoreLog&) = delete;
     virtual ~ICoreLog() = default;
 
-    /// Files one record.
+    /// Writes one record and returns once it is written.
     ///
     /// @param text  the message, without a trailing newline
     ///
-    /// Synchronous. Threads: any, also at once; records of one thread keep their order.
+    /// Thread-safe; records of one thread keep their order.
     virtual void Log(std::int32_t level, const std::string& text) = 0;
 };
 

@@ -7,11 +7,11 @@
 
 namespace kx::log {
 
-/// Composes a message and files it: the one way in which a component reports.
+/// Composes a message and writes it to the log. Every component reports through this function.
 ///
 /// @param sink  null: the message goes to standard output, whatever its level
 ///
-/// Threads: any.
+/// Thread-safe.
 template <class... Pieces>
 void Report(ICoreLog* sink, std::int32_t level, const Pieces&... pieces)
 {

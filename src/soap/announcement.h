@@ -14,10 +14,12 @@ inline constexpr unsigned kAnnounceBye = 1;
 /// @param kind  kAnnounceHello or kAnnounceBye
 /// @param out   out: the whole message; left empty for any other kind
 ///
-/// Deliberate: the MAC scope wins over the scope list and the two are never combined; a Bye
-/// carries the endpoint reference alone.
-/// Errors: a broken random device ends the process, see NewUuidString.
-/// Threads: any.
+/// Deliberate: the MAC scope replaces the scope list, and a Bye carries only the endpoint
+/// reference. A client that takes the one scope for the MAC address would misread a list of
+/// several, and one that looks for metadata in each message would take those of a Bye for an
+/// announcement.
+///
+/// Errors: a broken random device ends the process, see NewUuidString. Thread-safe.
 void BuildAnnouncement(const EndpointDescription& description, unsigned kind, std::string& out);
 
 } // namespace kx

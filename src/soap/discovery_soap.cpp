@@ -23,15 +23,16 @@ void CDiscoverySoap::Bye(const EndpointDescription& description, std::string& ou
 void CDiscoverySoap::ProbeMatches(const std::string& probeMessageId,
                                   const EndpointDescription& description, std::string& out) const
 {
-    // Deliberate: "uuid:" stands before the whole identifier, which normally begins with
-    // "urn:uuid:" itself. Whoever matches on this doubled form would lose us with any other.
+    // Deliberate: "uuid:" precedes the whole identifier, which normally begins with "urn:uuid:"
+    // itself. Clients that match answers by this doubled form would miss any other.
     const std::string relatesTo = "uuid:" + probeMessageId;
 
     XMLDocument document;
     XMLElement* body = OpenMessage(document, kProbeMatchesAction, relatesTo.c_str(), kAnonymousUri);
     XMLElement* matches = AppendElement(*body, "wsd:ProbeMatches");
     XMLElement* match = AppendElement(*matches, "wsd:ProbeMatch");
-    // Deliberate: always the MAC scope, even when empty; the scope list belongs to Hello.
+    // Deliberate: always the MAC scope, even when empty. A client that reads the MAC address there
+    // would fail on an answer without the element, or take a configured scope for the address.
     AppendTarget(*match, description, MakeMacScope(document, description.mac));
     out = PrintDocument(document);
 }

@@ -11,37 +11,38 @@
 
 namespace kx {
 
-/// The message codec of a WS-Discovery target (WS-Discovery (April 2005), SOAP 1.2): text in, text
-/// out; it neither logs nor touches a socket.
+/// The message codec of a WS-Discovery target (WS-Discovery (April 2005), SOAP 1.2). Builds and
+/// reads texts; neither logs nor uses a socket.
 ///
 /// Owned by the discovery manager and shared by its endpoints.
-/// Threads: any; `types` is complete before the first endpoint starts and no operation changes it.
+/// Thread-safe: `types` is complete before the first endpoint starts and does not change
+/// afterwards.
 class CDiscoverySoap {
 public:
-    /// Device type names that are answered to, without prefix.
+    /// Device type names, without prefix, whose Probes are answered.
     std::vector<std::string> types;
 
-    /// Builds the announcement of a target that has come; replaces `out`.
+    /// Builds a Hello; replaces `out`.
     void Hello(const EndpointDescription& description, std::string& out) const;
 
-    /// Builds the announcement of a target that goes; replaces `out`.
+    /// Builds a Bye; replaces `out`.
     void Bye(const EndpointDescription& description, std::string& out) const;
 
-    /// A quick look at a datagram: whether ParseProbe could give 1. A no is certain, as long as no
-    /// type holds a line feed, which XML would read out of other line ends.
+    /// Checks a datagram without parsing it: whether ParseProbe could return 1. False is definite,
+    /// unless a type contains a line feed, to which XML converts other line ends.
     ///
-    /// Of what arrives in a network of many devices nearly all is for others, and taking it apart
-    /// as XML is most of what an endpoint costs.
+    /// In a network of many devices nearly all datagrams are for others, and parsing them as XML is
+    /// most of what an endpoint costs.
     ///
     /// @param data    received bytes; a terminating NUL is not needed
-    /// @param length  bytes in `data`; nothing behind them is read
+    /// @param length  bytes in `data`; nothing after them is read
     bool MayMatch(const char* data, std::size_t length) const;
 
-    /// Decides whether a datagram is a Probe for one of our device types
-    /// (WS-Discovery (April 2005) 5.2).
+    /// Parses a datagram and decides whether it is a Probe for one of `types` (WS-Discovery (April
+    /// 2005) 5.2).
     ///
     /// @param data       received bytes; a terminating NUL is not needed
-    /// @param length     bytes in `data`; nothing behind them is read
+    /// @param length     bytes in `data`; nothing after them is read
     /// @param messageId  out: text of MessageID, set once found in a Probe, else untouched
     /// @param typesText  out: text of Types, set once found, else untouched
     /// @param action     out: text of Action, set once found, else untouched
@@ -52,25 +53,26 @@ public:
     /// Builds the answer to an accepted Probe (WS-Discovery (April 2005) 5.3): one match, the
     /// endpoint itself.
     ///
-    /// @param probeMessageId  as ParseProbe gave it
-    /// @param out             out: the whole message, replacing what was there
+    /// @param probeMessageId  the text that ParseProbe returned
+    /// @param out             out: the whole message; its former content is replaced
     void ProbeMatches(const std::string& probeMessageId, const EndpointDescription& description,
                       std::string& out) const;
 };
 
-/// Finds the prefix under which an element declares a namespace.
+/// Finds the prefix under which an element itself declares a namespace.
 ///
-/// @param element   its own attributes alone are looked at; may be null
-/// @param fragment  what the namespace's URI contains; may be null
-/// @param prefix    out: "prefix:", or empty when no declaration fits. A default namespace and
-///                  URIs without http:// never fit, so names are then looked up bare.
+/// @param element   may be null
+/// @param fragment  a part of the namespace's URI; may be null
+/// @param prefix    out: "prefix:", or empty when no declaration matches, so that names are looked
+///                  up without a prefix. A default namespace or a URI without http:// never
+///                  matches.
 void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragment,
                         std::string& prefix);
 
-/// Whether the prefix and one of the types occur together anywhere in the text.
+/// Whether the prefix followed by one of the types occurs anywhere in the text.
 ///
-/// Deliberate: a plain substring; the text is not split into names, so without a prefix
-/// "dn:NetworkVideoRecorder" holds "NetworkVideoRecorder".
+/// Deliberate: searches for a substring instead of comparing names. A client that declares no
+/// vendor's namespace asks for "dn:NetworkVideoRecorder", and would get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

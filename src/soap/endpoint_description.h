@@ -5,18 +5,18 @@
 
 namespace kx {
 
-/// What one discovery endpoint advertises about its recorder. The message builders only read it.
+/// What one discovery endpoint advertises about its recorder.
 struct EndpointDescription {
-    /// Text of wsa:Address, the same for all endpoints of a run. A NUL and what follows it are not
-    /// part of the text (NewUuidString puts one at the end).
+    /// Text of wsa:Address, the same for all endpoints of a run, up to its first NUL: NewUuidString
+    /// puts one at the end.
     std::string address;
-    /// MAC address of the adapter; when not empty it is advertised as the one scope "mac:...".
+    /// MAC address of the adapter, advertised as the only scope, "mac:...", unless it is empty.
     std::string mac;
     /// Device type names, each advertised in the vendor's namespace.
     std::vector<std::string> types;
-    /// Text of wsd:XAddrs: where the recorder serves.
+    /// Text of wsd:XAddrs, the recorder's transport address.
     std::string xaddrs;
-    /// Scope texts, advertised by Hello alone and only when `mac` is empty.
+    /// Scope texts, advertised only by Hello and only when `mac` is empty.
     std::vector<std::string> scopes;
 };
 

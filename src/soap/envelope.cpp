@@ -25,14 +25,10 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
     parent.InsertEndChild(MakeText(*parent.GetDocument(), name, text));
 }
 
-void DropTrailingBlank(std::string& text)
-{
-    if (!text.empty())
-        text.pop_back();
-}
-
-} // namespace
-
+/// Opens a document: declaration and s:Envelope with its four namespace declarations, attached.
+///
+/// Deliberate: XML version 1.1, unlike the documents for the host. Clients may compare the first
+/// line as bytes.
 XMLElement* MakeEnvelope(XMLDocument& document)
 {
     document.InsertEndChild(document.NewDeclaration("xml version=\"1.1\" encoding=\"UTF-8\""));
@@ -45,16 +41,24 @@ XMLElement* MakeEnvelope(XMLDocument& document)
     return envelope;
 }
 
+XMLElement* MakeXAddrs(XMLDocument& document, const std::string& xaddrs)
+{
+    return MakeText(document, "wsd:XAddrs", xaddrs.c_str());
+}
+
+void DropTrailingSpace(std::string& text)
+{
+    if (!text.empty())
+        text.pop_back();
+}
+
+} // namespace
+
 XMLElement* MakeEndpointReference(XMLDocument& document, const std::string& address)
 {
     XMLElement* reference = document.NewElement("wsa:EndpointReference");
     AppendText(*reference, "wsa:Address", address.c_str());
     return reference;
-}
-
-XMLElement* MakeXAddrs(XMLDocument& document, const std::string& xaddrs)
-{
-    return MakeText(document, "wsd:XAddrs", xaddrs.c_str());
 }
 
 XMLElement* MakeMacScope(XMLDocument& document, const std::string& mac)
@@ -71,7 +75,7 @@ XMLElement* MakeTypes(XMLDocument& document, const std::vector<std::string>& typ
         text += type;
         text += ' ';
     }
-    DropTrailingBlank(text);
+    DropTrailingSpace(text);
     return MakeText(document, "wsd:Types", text.c_str());
 }
 
@@ -82,7 +86,7 @@ XMLElement* MakeScopes(XMLDocument& document, const std::vector<std::string>& sc
         text += scope + ' ';
     if (text.empty())
         return nullptr;
-    DropTrailingBlank(text);
+    DropTrailingSpace(text);
     return MakeText(document, "wsd:Scopes", text.c_str());
 }
 
@@ -116,7 +120,9 @@ void AppendTarget(XMLElement& parent, const EndpointDescription& description, XM
     if (scopes)
         parent.InsertEndChild(scopes);
     parent.InsertEndChild(MakeXAddrs(document, description.xaddrs));
-    // Deliberate: constant, though WS-Discovery (April 2005) 4.1 would have it grow on changes.
+    // Deliberate: constant, though it is to grow when metadata changes (WS-Discovery (April
+    // 2005) 4.1). A run does not know the last number; a client would take a lower one for older
+    // metadata.
     AppendText(parent, "wsd:MetadataVersion", "1");
 }
 

@@ -23,16 +23,16 @@ bool StartsWith(const char* text, const char* start)
     return std::strncmp(text, start, std::strlen(start)) == 0;
 }
 
-/// First child element with the qualified name; null when the parent is null or has none.
+/// Returns the first child element of that name; null when the parent is null or has none.
 const XMLElement* Child(const XMLElement* parent, const std::string& name)
 {
     return parent ? parent->FirstChildElement(name.c_str()) : nullptr;
 }
 
-/// Copies an element's text: its first child, when that is text.
+/// Copies an element's first child when that is a text.
 ///
-/// Deliberate: not XMLElement::GetText, which since tinyxml2 8.1 skips comments before the text;
-/// an element that opens with a comment has no text here, whatever the library's edition.
+/// Deliberate: not XMLElement::GetText, which skips comments before the text since tinyxml2 8.1:
+/// the library's version would decide which Probes are answered.
 bool ReadText(const XMLElement* element, std::string& out)
 {
     const XMLNode* first = element ? element->FirstChild() : nullptr;
@@ -77,15 +77,17 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
     const auto has = [text](std::string_view part) {
         return text.find(part) != std::string_view::npos;
     };
-    // An element's name stands in the datagram as it is read from it, and so does its text, but for
-    // references: &#78; may be any letter of a type.
+    // The parser returns names as they are in the datagram, and texts too, except for references
+    // such as &#78;, which may stand for any letter of a type.
     return has(kProbeName) && (has("&") || std::any_of(types.begin(), types.end(), has));
 }
 
-// Deliberate, all of it: scopes and reply-to are not read, only types decide; a Probe without types
-// is not answered; namespaces are recognised by a fragment of their URI on the root element alone.
-// So a sender that declares the vendor's namespace before that of WS-Discovery gets the vendor's
-// prefix for both, and no answer.
+// Deliberate: only types decide, not scopes; a Probe without types is not answered; namespaces are
+// recognised by a part of their URI, on the root element only. A stricter reading would leave
+// clients of other versions of the standards without an answer; a laxer one would answer Probes for
+// any device on networks where the recorder is silent today. One consequence: a sender that
+// declares the vendor's namespace before that of WS-Discovery gets the vendor's prefix for both,
+// and no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,
                                         std::string& action) const

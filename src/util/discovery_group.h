@@ -4,7 +4,7 @@
 
 namespace kx {
 
-/// Where ad hoc discovery takes place: port and IPv4 group of WS-Discovery (April 2005) 2.4.
+/// Port and IPv4 group of WS-Discovery (April 2005) 2.4.
 inline constexpr std::uint16_t kDiscoveryPort = 3702;
 inline constexpr char kMulticastGroup[] = "239.255.255.250";
 

@@ -6,8 +6,8 @@
 
 namespace kx {
 
-/// Prints a finished document in the indented form: each element on a line of its own, four blanks
-/// a level, text between its tags on the same line, a line feed at the end.
+/// Prints a document with one element per line, indented by four spaces per level. An element's
+/// text stays on the line of its tags. The result ends with a line feed.
 ///
 /// Threads: any; the document must not change meanwhile.
 inline std::string PrintDocument(const tinyxml2::XMLDocument& document)

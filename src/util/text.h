@@ -14,7 +14,7 @@ namespace kx {
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Whether a piece is a text or an integer. Characters and truth values count as neither.
+/// Whether a piece is a text or an integer. Characters and booleans count as neither.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -24,29 +24,27 @@ constexpr bool IsPlain()
         return kIsText<Piece>;
 }
 
-/// Appends a text as it is, or an integer in plain decimal.
+/// Appends a text unchanged, or an integer in decimal without digit grouping.
 template <class Piece>
 void AppendPlain(std::string& text, const Piece& piece)
 {
     if constexpr (kIsText<Piece>) {
         text += std::string_view(piece);
     } else {
-        // digits10 is one less than the longest number has; the sign takes one more.
+        // digits10 is one less than the longest number needs; the sign takes one more.
         char digits[std::numeric_limits<Piece>::digits10 + 2];
         text.append(digits, std::to_chars(digits, std::end(digits), piece).ptr);
     }
 }
 
-/// Joins its arguments into one text, each as it would be streamed: the only way a message, a port
-/// or a version becomes text.
+/// Joins its arguments into one text, each as std::ostream would print it in the classic locale.
+/// All numbers that the plug-in sends or logs go through here: the host may have set a global
+/// locale with digit grouping, in which a plain stream prints port 22609 as 22,609.
 ///
-/// Numbers come out in plain decimal. The host may have set a global locale with digit grouping,
-/// and a stream made without the classic locale would write port 22,609 on the wire.
-///
-/// Texts and integers are joined without a stream, since to make one takes longer than all the
+/// Texts and integers are joined without a stream, because constructing one takes longer than the
 /// rest of a message.
 ///
-/// Threads: any.
+/// Thread-safe.
 template <class... Pieces>
 std::string Compose(const Pieces&... pieces)
 {
@@ -62,7 +60,7 @@ std::string Compose(const Pieces&... pieces)
     }
 }
 
-/// Whether `text` ends with `end`, byte for byte.
+/// Whether the last bytes of `text` are `end`.
 inline bool EndsWith(const std::string& text, const std::string& end)
 {
     return text.size() >= end.size() &&

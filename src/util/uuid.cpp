@@ -16,7 +16,8 @@ int OpenRandomDevice()
 {
     for (;;) {
         errno = 0;
-        // Deliberate: no further flags.
+        // Deliberate: no O_CLOEXEC or other flag. A host's seccomp(2) filter that allows exactly
+        // this call would refuse another, and the refusal would end the host.
         const int device = open(kRandomDevice, O_RDONLY);
         if (device >= 0)
             return device;
@@ -48,8 +49,8 @@ void ReadFully(int device, GUID& guid)
 
 std::int32_t CoCreateGuid(GUID* guid)
 {
-    // Deliberate: a broken random device ends the process. With identifiers that are not random,
-    // recorders could not be told apart on the network.
+    // Deliberate: a broken random device ends the process. Without random identifiers, clients
+    // could not tell recorders apart.
     const int device = OpenRandomDevice();
     ReadFully(device, *guid);
     if (close(device) != 0)
@@ -62,7 +63,7 @@ bool FormatGuidText(const GUID& guid, char* buffer, std::size_t capacity)
     if (capacity < kUuidTextSize)
         return false;
 
-    // By hand: the C library's formatted print takes ten times as long.
+    // Not by snprintf(3), which takes ten times as long.
     const auto append = [&buffer](unsigned value, int digits) {
         for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
             *buffer++ = "0123456789abcdef"[value >> shift & 0xfU];

@@ -6,8 +6,8 @@
 
 namespace kx {
 
-/// A 128-bit identifier as raw random bytes in memory order; the first three fields are read as
-/// native integers when the text is made.
+/// A 128-bit random identifier. The random bytes fill it in memory order; the text reads the first
+/// three fields as native integers.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
@@ -19,43 +19,42 @@ static_assert(offsetof(GUID, Data2) == 4);
 static_assert(offsetof(GUID, Data3) == 6);
 static_assert(offsetof(GUID, Data4) == 8);
 
-/// Characters of a UUID text, its terminating NUL included.
+/// Bytes of a UUID text with its terminating NUL.
 inline constexpr std::size_t kUuidTextSize = 37;
 
 /// Fills all 16 bytes from /dev/urandom (random(4)).
 ///
-/// @param guid  out: 16 random bytes. Deliberate: no version or variant bits are forced (compare
-///              RFC 4122 4.4); all 128 bits are random.
-/// @return 0, always
+/// @param guid  out: 16 random bytes. Deliberate: no version or variant bits are set (compare RFC
+///              4122 4.4). With them, six bits fewer would tell recorders apart.
+/// @return always 0
 ///
 /// Errors: a device that cannot be opened or read ends the whole process with exit status 74
-/// (EX_IOERR of sysexits(3)) and one line on standard error, see err(3); a failed close is warned
-/// of there and otherwise ignored.
-/// Threads: any; nothing is shared, the device is opened anew by every call.
+/// (EX_IOERR of sysexits(3)) and one line on standard error, see err(3). A failed close leaves a
+/// warning there and is otherwise ignored.
+/// Thread-safe; every call opens the device anew.
 std::int32_t CoCreateGuid(GUID* guid);
 
-/// Writes the identifier as 36 characters in groups of 8-4-4-4-12 lowercase hexadecimal digits.
+/// Writes the identifier as lowercase hexadecimal digits in groups of 8-4-4-4-12.
 ///
-/// @param buffer    out: the text and its NUL
+/// @param buffer    out: 36 characters and a NUL
 /// @param capacity  bytes in `buffer`
 /// @return false, with nothing written, when `capacity` is below 37
 ///
-/// Threads: any.
+/// Thread-safe.
 bool FormatGuidText(const GUID& guid, char* buffer, std::size_t capacity);
 
-/// Writes the text of a fresh identifier; does nothing when `capacity` is 36 or less.
+/// Writes the text of a new identifier; does nothing when `capacity` is below 37.
 ///
-/// Errors: as CoCreateGuid.
-/// Threads: any.
+/// Errors: as CoCreateGuid. Thread-safe.
 void CreateUuidText(char* buffer, std::size_t capacity);
 
-/// Replaces `out` by the text of a fresh identifier.
+/// Replaces `out` with the text of a new identifier.
 ///
-/// @param out  out: 37 characters. Deliberate: the NUL behind the 36 characters belongs to the
-///             string; use its c_str() where the bare text is wanted.
+/// @param out  out: 37 characters. Deliberate: the NUL after the text is part of the string;
+/// callers
+///             pass c_str() on. A string of 36 would stay empty, as CreateUuidText needs 37.
 ///
-/// Errors: as CoCreateGuid.
-/// Threads: any.
+/// Errors: as CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);
 
 } // namespace kx
