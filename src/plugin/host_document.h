@@ -1,11 +1,10 @@
 #pragma once
 
-/// The names in the documents exchanged with the host. Whoever writes or reads one takes them from
-/// here; pelorin/plugin.h shows the documents.
+/// The names in the documents exchanged with the host, for all who write or read one.
+/// pelorin/plugin.h shows the documents.
 namespace kx {
 
-/// What every document but the log record begins with. Only documents with a Delta of 0, complete
-/// ones, are in use.
+/// The root of every document except the log record. Delta is 0 in all of them.
 inline constexpr char kRootElement[] = "Qorm";
 inline constexpr char kDeltaAttribute[] = "Delta";
 

@@ -2,7 +2,6 @@
 
 #include "host_document.h"
 #include "send_to_host.h"
-#include "text.h"
 
 #include <tinyxml2.h>
 
@@ -10,11 +9,7 @@ namespace kx {
 namespace {
 
 constexpr char kModuleName[] = "Pelorin";
-
-std::string ModuleVersion()
-{
-    return Compose(8, ".", 6, ".", 2, ".", 115651);
-}
+constexpr char kModuleVersion[] = "8.6.2.115651";
 
 } // namespace
 
@@ -30,7 +25,7 @@ void SendModuleRegistration()
     tinyxml2::XMLElement* module = document.NewElement(kModuleElement);
     module->SetAttribute(kNameAttribute, kModuleName);
     module->SetAttribute(kIdAttribute, kModuleId);
-    module->SetAttribute(kVersionAttribute, ModuleVersion().c_str());
+    module->SetAttribute(kVersionAttribute, kModuleVersion);
     modules->InsertEndChild(module);
 
     SendDocument(kRegisterCommand, document);

@@ -2,9 +2,9 @@
 
 namespace kx {
 
-/// Tells the host who the module is: sends the registration document under kRegisterCommand.
+/// Sends the registration document, which names the module to the host, under kRegisterCommand.
+/// Each call sends it again. The host's status is ignored.
 ///
-/// The host's status is ignored, and nothing keeps the document from being sent twice.
 /// Threads: any host thread, after Load.
 void SendModuleRegistration();
 

@@ -11,8 +11,8 @@
 
 namespace kx {
 
-/// What the entry points, the document handler and the run loop share. One per process, made by
-/// Load and freed by Unload; freeing goes from the last field to the first.
+/// What the entry points, the document handler and the run loop share. One per process, created by
+/// Load and freed by Unload; members are freed from the last to the first.
 ///
 /// Errors: construction throws boost::thread_resource_error.
 struct PluginContext {
@@ -20,12 +20,12 @@ struct PluginContext {
     std::atomic<bool> stopRequested{false};
     /// Set while the run loop lives; Unload waits for its end.
     std::atomic<bool> running{false};
-    /// Guards `adapters` and the pair of `adapters` and `serverPort`.
+    /// Guards `adapters`, and keeps `adapters` and `serverPort` a pair.
     boost::mutex mutex;
-    /// Broadcast when a document was taken in or a stop was asked for.
+    /// Broadcast after a document was taken in or a stop was requested.
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
-    /// As read, without a range check. Atomic: the run loop's first look takes no lock.
+    /// As read, without a range check. Atomic: the run loop first reads it without the mutex.
     std::atomic<std::int32_t> serverPort{22609};
 };
 

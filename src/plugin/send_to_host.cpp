@@ -5,7 +5,7 @@
 namespace kx {
 namespace {
 
-/// Atomic because a second Load may come while the I/O thread logs.
+/// Atomic: a second Load may replace it while the I/O thread logs.
 std::atomic<HostCallback> hostCallback{nullptr};
 
 } // namespace
