@@ -8,10 +8,11 @@
 #include <boost/asio/post.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/system/system_error.hpp>
+#include <boost/thread/exceptions.hpp>
+#include <boost/throw_exception.hpp>
 #include <boost/version.hpp>
 
 #include <algorithm>
-#include <future>
 #include <stdexcept>
 #include <thread>
 
@@ -27,26 +28,8 @@ namespace {
 
 constexpr char kNoAddress[] = "0.0.0.0";
 
-/// Holds the I/O thread inside a handler from its making to its end.
-///
-/// It need not wait until the thread is in: one thread runs the service, in the order in which work
-/// became ready, so nothing that is started after the making can complete before the end.
-class CIoGate {
-public:
-    explicit CIoGate(boost::asio::io_context& ioService)
-    {
-        boost::asio::post(ioService, [opened = gate.get_future().share()] { opened.wait(); });
-    }
-    CIoGate(const CIoGate&) = delete;
-    CIoGate& operator=(const CIoGate&) = delete;
-    ~CIoGate() { gate.set_value(); }
-
-private:
-    std::promise<void> gate;
-};
-
-/// Runs handlers until none are left; the number run. Later editions of the library report only by
-/// exception.
+/// Runs handlers until there is no more work and returns their number. Later versions of the
+/// library report errors only by exception.
 std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 {
 #if BOOST_VERSION < 108700
@@ -62,7 +45,11 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 CDiscoveryManager::CDiscoveryManager()
 {
     NewUuidString(endpointAddress);
-    ioService = boost::make_shared<IoService>();
+    try {
+        ioService = boost::make_shared<IoService>();
+    } catch (const boost::system::system_error& error) {
+        boost::throw_exception(boost::thread_resource_error(error.code().value(), "mutex"));
+    }
 }
 
 void CDiscoveryManager::Start(std::int32_t multicastEnabled,
@@ -72,14 +59,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
         for (const AdapterRecord& adapter : adapters) {
             if (adapter.ipAddress == kNoAddress)
                 continue;
-            // The endpoint's first operations are started here while the I/O thread could already
-            // complete them, and both would touch its fields. One gate an endpoint: those that are
-            // set up already go on answering.
-            const CIoGate gate(*ioService);
-            EndpointDescription description;
-            description.address = endpointAddress;
-            description.xaddrs = adapter.xAddr;
-            description.types = soap.types;
+            const EndpointDescription description{
+                endpointAddress, adapter.macAddress, soap.types, adapter.xAddr, {}};
             const auto endpoint = boost::make_shared<CDiscoveryUdp>(
                 *ioService, adapter, description, multicastEnabled, kMulticastGroup,
                 kDiscoveryPort);
@@ -108,9 +89,9 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // A handler uncounts itself first thing, so one may still be running on an idle endpoint. A
-    // share on the I/O thread, behind that handler, outlives it. Copied: a post that throws
-    // std::bad_alloc would destroy what was moved into it.
+    // A handler uncounts itself first, so one may still be running on an idle endpoint. The I/O
+    // thread drops its share behind that handler. Copied: a post that throws std::bad_alloc would
+    // destroy what was moved into it.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }
@@ -118,8 +99,8 @@ void CDiscoveryManager::StopAll()
 void CDiscoveryManager::Shutdown()
 {
     StopAll();
-    // On the I/O thread: dropped from here, the guard could be made after it was dropped, and the
-    // thread would never end.
+    // On the I/O thread: reset from here it could run before RunIoService makes the guard, which
+    // would then never be reset.
     boost::asio::post(*ioService, [this] { work.reset(); });
 }
 

@@ -17,13 +17,13 @@ namespace kx {
 
 /// Owns the endpoints of one run and the I/O service that drives them.
 ///
-/// Life: constructed; `log` and `soap.types` set; RunIoService on a thread of its own; any number
-/// of Start and StopAll; Shutdown; that thread joined; destroyed.
+/// Order of calls: constructor; `log` and `soap.types` set; RunIoService on a thread of its own;
+/// Start and StopAll any number of times; Shutdown; that thread joined; destructor.
 ///
-/// Threads: the manager's thread calls everything but RunIoService, which is the I/O thread.
+/// Threads: RunIoService is the I/O thread; everything else runs on the manager's thread.
 class CDiscoveryManager {
 public:
-    /// Errors: boost::system::system_error when the I/O service cannot be made; a broken random
+    /// Errors: boost::thread_resource_error when the I/O service cannot be made; a broken random
     /// device ends the process.
     CDiscoveryManager();
     CDiscoveryManager(const CDiscoveryManager&) = delete;
@@ -33,21 +33,23 @@ public:
     ///
     /// @param multicastEnabled  see CDiscoveryUdp
     ///
-    /// Errors: logged. Deliberate: an adapter whose address is no IPv4 text ends the call, and
-    /// those after it are not started.
+    /// Errors: logged. Deliberate: an address that is not IPv4 ends the call, and the adapters
+    /// after it are not started. Skipped, it would let recorders announce themselves on networks
+    /// where they are silent today.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
-    /// Stops and releases every endpoint, each with a Bye. Returns when nothing is outstanding on
-    /// them, which has no bound: the I/O thread may be held inside a log record. Takes 10 ms at
-    /// least. An endpoint itself ends shortly after, once the I/O thread has left its last handler.
+    /// Stops and releases every endpoint, each with a Bye. Takes at least 10 ms and returns when
+    /// the endpoints have nothing outstanding. That wait has no bound: the host's callback may hold
+    /// the I/O thread. An endpoint is destroyed shortly after, when its last handler has returned.
     void StopAll();
 
-    /// Stops everything and lets the I/O thread end.
+    /// Stops everything and lets RunIoService return.
     void Shutdown();
 
-    /// The body of the I/O thread; returns some time after Shutdown.
+    /// Runs all handlers of the endpoints; returns some time after Shutdown.
     ///
-    /// Errors: the library's system errors are logged and survived; others leave this function.
+    /// Errors: boost::system::system_error of a handler is logged; other exceptions leave this
+    /// function.
     void RunIoService();
 
 private:
@@ -55,14 +57,14 @@ private:
     using Work = boost::asio::executor_work_guard<IoService::executor_type>;
 
     boost::shared_ptr<IoService> ioService;
-    /// Keeps RunIoService from running out of work. Made and dropped on the I/O thread.
+    /// Keeps RunIoService from returning for lack of work. Made and reset on the I/O thread.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;
-    /// The advertised address: one UUID for all adapters of a run.
+    /// The advertised address, one UUID for all adapters of a run.
     std::string endpointAddress;
 
 public:
-    CDiscoverySoap soap;              ///< complete before Start; shared by the endpoints
+    CDiscoverySoap soap;              ///< complete before Start; the endpoints share it
     kx::log::ICoreLog* log = nullptr; ///< not owned; null: messages go to standard output
 };
 

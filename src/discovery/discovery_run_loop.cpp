@@ -19,13 +19,13 @@ namespace {
 
 constexpr char kAddressScheme[] = "ktzkx://";
 
-/// The I/O thread of a run. Its end shuts the manager down first, on every way out of the run: the
-/// thread must not outlive the manager.
+/// The I/O thread of a run. The destructor shuts the manager down and joins the thread, so that the
+/// thread never outlives the manager, exceptions included.
 ///
-/// Not a boost::thread: its compiled part would come from the host where that has one of its own.
+/// Not a boost::thread: a host with a Boost of its own would supply the compiled part.
 class CIoThread {
 public:
-    /// Errors: boost::thread_resource_error when there can be no thread.
+    /// Errors: boost::thread_resource_error when the thread cannot be started.
     explicit CIoThread(CDiscoveryManager& served) : manager(served)
     {
         try {
@@ -37,7 +37,7 @@ public:
     }
     CIoThread(const CIoThread&) = delete;
     CIoThread& operator=(const CIoThread&) = delete;
-    ~CIoThread() // NOLINT(bugprone-exception-escape): without memory the process has to end here
+    ~CIoThread() // NOLINT(bugprone-exception-escape): a stop that throws has to end the process
     {
         manager.Shutdown();
         thread.join();
@@ -48,7 +48,8 @@ private:
     std::thread thread;
 };
 
-/// Deliberate: order counts. The same adapters in another order are another set.
+/// Deliberate: the same adapters in another order are a change. A server could not otherwise have
+/// all endpoints restarted without changing one.
 bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<AdapterRecord>& right)
 {
     const auto key = [](const AdapterRecord& adapter) {
@@ -58,8 +59,8 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits for one broadcast; true when it brought another port or other adapters, which are then
-/// copied out.
+/// Waits for one broadcast; when it brought another port or other adapters, copies them and returns
+/// true.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

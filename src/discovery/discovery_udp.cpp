@@ -33,8 +33,29 @@ constexpr int kSocketBufferSize = 1024 * 1024;
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// Counts as a cancelled wait, whatever the error's category.
+/// "Operation aborted" as an error value of another system's socket library.
 constexpr int kAbortedValue = 1236;
+
+/// Holds the I/O thread at a handler from the constructor to the destructor, so that the manager's
+/// thread can start operations which the I/O thread does not complete meanwhile. On the I/O thread
+/// itself the gate is open before the thread reaches it.
+///
+/// There is no need to wait until the thread has arrived: one thread runs the service, in the order
+/// in which work becomes ready, so nothing started after the constructor completes before the
+/// destructor.
+class CIoGate {
+public:
+    explicit CIoGate(boost::asio::io_context& ioService)
+    {
+        boost::asio::post(ioService, [opened = gate.get_future().share()] { opened.wait(); });
+    }
+    CIoGate(const CIoGate&) = delete;
+    CIoGate& operator=(const CIoGate&) = delete;
+    ~CIoGate() { gate.set_value(); }
+
+private:
+    std::promise<void> gate;
+};
 
 } // namespace
 
@@ -60,7 +81,6 @@ CDiscoveryUdp::CDiscoveryUdp(boost::asio::io_context& service, const AdapterReco
       retryTimer(ioService),
       activityTimer(ioService)
 {
-    description.mac = adapter.macAddress;
 }
 
 CDiscoveryUdp::~CDiscoveryUdp() // NOLINT(bugprone-exception-escape): see the declaration
@@ -78,13 +98,18 @@ void CDiscoveryUdp::Restart()
         ScheduleRetry();
         return;
     }
+    const Message hello = MakeHello();
+    // Around the starts alone: the host's callback may hold the manager's thread in a log record,
+    // and the other endpoints must answer meanwhile.
+    const CIoGate gate(ioService);
     if (multicastEnabled)
         ArmActivityTimer();
     StartReceive();
-    SendHello();
+    if (hello)
+        SendMessage(hello);
 }
 
-/// One step, one check; false when an essential step failed, which has then been reported.
+/// Opens the socket and sets its options; false when an essential step failed, which is logged.
 bool CDiscoveryUdp::SetUpSocket()
 {
     error_code error;
@@ -113,7 +138,7 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());
     }
-    // The wildcard: bound to the adapter's own address it would not receive for the group.
+    // The wildcard address: bound to the adapter's own, the socket would not receive for the group.
     socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
     if (error) {
         Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
@@ -140,8 +165,8 @@ bool CDiscoveryUdp::BindToDevice()
     static_assert(sizeof(request.ifr_name) == 16);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-    // Deliberate: the device name is the format itself, so a "%" in it is formatted, not copied.
-    // The text comes from the server alone, never from the network.
+    // Deliberate: the device name is used as a format. Copied, a name with a "%" would select
+    // another device than it does today. It comes from the server, never from the network.
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <
@@ -180,11 +205,13 @@ void CDiscoveryUdp::OnRetryTimer(const error_code& error)
     --pendingOps;
     restartPending = false;
 
-    // Deliberate: 1236 counts as cancelled whatever its category.
+    // Deliberate: 1236 counts as cancelled in every category. As a failure it would restart an
+    // endpoint that is being stopped.
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 
-    // Deliberate: never shrinks, not even after a good restart.
+    // Deliberate: never reset. After a good restart it would let an adapter that fails again and
+    // again restart, and send its Hello, every three seconds.
     if (retryDelaySeconds <= kRetryDoublingBound)
         retryDelaySeconds *= 2;
 
@@ -206,7 +233,7 @@ void CDiscoveryUdp::StopOperations(bool final)
     stopping = true;
     closing = true;
 
-    // Runs on the I/O thread, behind the Bye and behind any handler that saw `stopping` unset: see
+    // Runs on the I/O thread, after the Bye and after any handler that saw `stopping` unset: see
     // the class.
     const auto tornDown = boost::make_shared<std::promise<void>>();
     boost::asio::post(ioService, [this, tornDown] {
@@ -215,10 +242,10 @@ void CDiscoveryUdp::StopOperations(bool final)
         --pendingOps;
     });
     ++pendingOps;
-    tornDown->get_future().wait_for(kStopBound);
+    tornDown->get_future().wait_for(kMaxStopWait);
 
-    // The I/O thread may be held inside a log record or a blocked Bye. It closes the socket when it
-    // gets to it, but a Bye that has not gone by now counts as failed.
+    // The I/O thread may be held in a log record or in a blocked Bye. It closes the socket when it
+    // gets there; a Bye that has not gone by now is given up.
     byeDone = true;
 }
 

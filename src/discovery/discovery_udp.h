@@ -19,39 +19,39 @@
 
 namespace kx {
 
-/// How often a thread looks again at what another one is to finish.
+/// Interval at which a thread checks what another one is to finish.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
-/// How long a Bye may take, and how long a stop waits for an endpoint's Bye and teardown together.
-inline constexpr auto kStopBound = 49 * kPollInterval;
+/// Longest time for a Bye, and longest wait of a stop for an endpoint's Bye and teardown together.
+inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
-/// keeps its socket alive. Held by shared pointer, never copied.
+/// restores its socket after failures. Held by shared pointer, never copied.
 ///
 ///     constructed --Restart--> listening: receive pending, watchdog armed, Hello sent
 ///     listening, Restart --essential step, receive or sends fail--> back-off: socket closed
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the I/O thread runs every completion handler and everything else that touches the
-/// socket or the timers, with one exception: the manager's thread constructs and runs the first
-/// Restart, for which the I/O thread is held at a gate (see CDiscoveryManager::Start). The
-/// manager's thread also stops; only atomic fields are touched by both at a time. A stop sets its
-/// flags and then has the I/O thread tear down. As that thread runs one handler at a time, the
-/// teardown follows every handler that looked at the flags just before: whatever such a handler
-/// opened or armed is closed and cancelled too, and no descriptor is closed under a system call
-/// that uses it.
+/// Threads: the I/O thread runs all completion handlers and everything else that touches the socket
+/// or the timers. The one exception is the first Restart, which the manager's thread runs after the
+/// constructor; the I/O thread waits at a gate while Restart starts the first operations. Otherwise
+/// the manager's thread only stops the endpoint, and both threads share only atomic fields. A stop
+/// sets its flags and then has the I/O thread do the teardown. That thread runs one handler at a
+/// time, so the teardown follows every handler that checked the flags just before: whatever such a
+/// handler opened or armed is closed and cancelled too, and no descriptor is closed while a system
+/// call uses it.
 ///
-/// Counting: every asynchronous start is counted, and its handler uncounts it first thing; the
-/// teardown's uncounts it last, which keeps the endpoint busy until the teardown is done. The
-/// manager frees an endpoint only when nothing is outstanding. A start is counted after it is made:
-/// one that throws std::bad_alloc never completes, and a stop would wait for it without end. The
-/// manager's thread looks at the counts only after it has made its own starts, and no handler of a
-/// start made on the I/O thread, or behind the gate, runs before that start is counted.
+/// Counting: every asynchronous start is counted, and its handler uncounts it first; the teardown
+/// uncounts itself last, which keeps the endpoint busy until it is done. The manager frees an
+/// endpoint only when nothing is outstanding. A start is counted after it is made: one that throws
+/// std::bad_alloc never completes, and a stop would wait for it without end. The manager's thread
+/// checks the counts only after its own starts, and no handler runs before its start is counted:
+/// the I/O thread is at the gate or in another handler, or the wait takes seconds.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
     /// @param adapter           its ipAddress names the endpoint in every message
-    /// @param description       what is advertised; its mac is replaced by the adapter's
+    /// @param description       what is advertised
     /// @param multicastEnabled  0: an ephemeral port that only sends; else a full endpoint
     /// @param groupAddress      IPv4 dotted text
     /// @param port              discovery port
@@ -63,45 +63,47 @@ public:
     CDiscoveryUdp(const CDiscoveryUdp&) = delete;
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
-    /// Closes what is open; sends nothing and logs nothing. Threads: any, behind the last handler.
+    /// Closes what is open; sends nothing and logs nothing. Threads: any, after the last handler.
     ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
 
-    /// Opens the socket on the adapter's device, joins the group and sets the endpoint going
-    /// (socket(7), ip(7)). An essential step that fails is logged and leads to back-off.
+    /// Opens the socket on the adapter's device, joins the group (socket(7), ip(7)), starts
+    /// receiving and sends a Hello. An essential step that fails is logged and leads to back-off.
     ///
-    /// Threads: manager inside Start; I/O afterwards.
+    /// Threads: manager for the first; I/O for the others.
     void Restart();
 
-    /// Withdraws the recorder: at most one Bye, sent synchronously, failures ignored. From here on
-    /// the endpoint sends nothing else.
+    /// Sends one Bye synchronously, ignoring failures. The endpoint sends nothing after it.
     ///
-    /// Threads: I/O. Waits until the datagram is accepted, for kStopBound at most and no longer
+    /// Threads: I/O. Waits until the datagram is accepted, for kMaxStopWait at most and no longer
     /// than the stop waits.
     void SendBye();
 
     /// Cancels all waits and closes the socket.
     ///
-    /// @param final  false: for a restart; done at once. Threads: I/O, or manager inside Start.
-    ///               true: for good; waits for the I/O thread to do it, kStopBound at most, and
-    ///               then gives up a Bye that has not gone. Threads: manager.
+    /// @param final  false: for a restart, at once. Threads: I/O, or manager in the first Restart.
+    ///               true: for good. Waits for the I/O thread to do it, for kMaxStopWait at most,
+    ///               and then makes a blocked Bye give up. Threads: manager.
     void StopOperations(bool final);
 
-    /// Whether the I/O thread still has work on this endpoint. Threads: any.
+    /// Whether the I/O thread still has work on this endpoint. Thread-safe.
     bool Busy() const { return pendingReceives > 0 || pendingOps > 0; }
 
     CDiscoverySoap* soap = nullptr;   ///< not owned; null: nothing is announced or answered
     kx::log::ICoreLog* log = nullptr; ///< not owned; null: messages go to standard output
 
 private:
-    friend struct DiscoveryUdpPeer; ///< tests call handlers with any error, without waiting
+    friend struct DiscoveryUdpPeer; ///< lets tests call a handler with any error
 
-    /// Longest datagram that is looked at; of a longer one, so much of its beginning.
+    /// Bytes read of a datagram; longer ones are truncated.
     static constexpr std::size_t kReceiveBufferSize = 4096;
 
-    /// Kept by a send and by all its retries.
+    /// Shared by a send and all its retries.
     using Message = boost::shared_ptr<std::string>;
 
-    // Set-up, back-off and teardown (discovery_udp.cpp).
+    // Threads of the private functions: I/O, except where noted.
+
+    // Set-up, back-off and teardown (discovery_udp.cpp). The first Restart runs SetUpSocket,
+    // BindToDevice, JoinGroup, ScheduleRetry and CloseSocketAndTimers on the manager's thread.
     bool SetUpSocket();
     bool BindToDevice();
     void JoinGroup(boost::system::error_code& error);
@@ -110,26 +112,27 @@ private:
     void CloseSocketAndTimers();
 
     // The watchdog of the group membership (discovery_udp_watchdog.cpp).
-    void ArmActivityTimer();
+    void ArmActivityTimer(); ///< Threads: I/O, or manager in the first Restart
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);
 
     // Receiving and answering (discovery_udp_receive.cpp).
-    void StartReceive();
+    void StartReceive(); ///< Threads: I/O, or manager in the first Restart
     void OnReceive(const boost::system::error_code& error, std::size_t length);
     void OnDatagram(std::size_t length);
     void AnswerProbe(const std::string& messageId, const std::string& typesText);
 
     // Announcing and sending (discovery_udp_send.cpp).
     void SendHello();
-    void SendMessage(const Message& message);
+    Message MakeHello();                      ///< Threads: I/O, or manager in the first Restart
+    void SendMessage(const Message& message); ///< Threads: I/O, or manager in the first Restart
     void OnSendComplete(const Message& message, const boost::system::error_code& error);
 
     /// The socket and the timers are being torn down; cleared by Restart.
     std::atomic<bool> closing{false};
     /// Stopped for good: no handler arms a timer or restarts any more.
     std::atomic<bool> stopping{false};
-    /// The Bye was sent, failed, was skipped or is given up; no attempt begins after this.
+    /// The Bye was sent, failed, was skipped or is given up; no further attempt begins.
     std::atomic<bool> byeDone{false};
     std::atomic<std::int32_t> pendingReceives{0};
     /// Operations of every kind: receives, sends, timer waits, the final teardown.
@@ -137,19 +140,19 @@ private:
 
     boost::asio::io_context& ioService;
     const AdapterRecord adapter;
-    EndpointDescription description;
+    const EndpointDescription description;
     const std::int32_t multicastEnabled;
     const boost::asio::ip::address_v4 groupAddress;
     const std::uint16_t port;
     const boost::asio::ip::udp::endpoint groupEndpoint;
-    /// The adapter's address; its family is the socket's, its address the membership's interface.
+    /// The adapter's address: the interface of the group membership.
     const boost::asio::ip::udp::endpoint localEndpoint;
 
     boost::asio::ip::udp::socket socket;
     boost::asio::ip::udp::endpoint senderEndpoint;
     /// Where the latest send went; retries of any message go there too.
     boost::asio::ip::udp::endpoint sendDestination;
-    /// One byte longer than what is received into it, for a NUL behind the longest datagram.
+    /// One byte longer than what is received into it, for a NUL after the longest datagram.
     std::vector<char> receiveBuffer;
 
     bool restartPending = false;
@@ -157,14 +160,14 @@ private:
     boost::asio::steady_timer retryTimer;
     /// Failed sends in a row, across messages and restarts.
     std::int32_t sendRetryCount = 0;
-    /// Re-joins in the endpoint's life.
+    /// Re-joins since the endpoint was constructed.
     std::int32_t rejoinCount = 0;
-    /// A discovery message was heard since the last Restart.
+    /// A discovery message was received since the last Restart.
     bool activitySeen = false;
     boost::asio::steady_timer activityTimer;
 };
 
-/// Whether a completion reports the cancellation of its operation. Threads: any.
+/// Whether a completion reports the cancellation of its operation. Thread-safe.
 bool WasCancelled(const boost::system::error_code& error);
 
 } // namespace kx

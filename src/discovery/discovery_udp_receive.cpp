@@ -15,7 +15,8 @@ using log::Report;
 
 namespace {
 
-/// Marks a datagram that did not fit, whatever the error's category.
+/// "More data is available": a datagram did not fit, as an error value of another system's socket
+/// library. Its category is not looked at.
 constexpr int kReceiveTooSmall = 234;
 
 /// Whether a datagram can be sent back to this source: not to port 0, to 0.0.0.0/8, to a group or
@@ -69,7 +70,7 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
-    // With the membership known to work, what cannot match has nothing to tell.
+    // Once the membership is known to work, only a matching Probe is of interest.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
@@ -78,21 +79,25 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         AnswerProbe(messageId, typesText);
         return;
     }
-    // Any Hello or Probe shows that the membership works, our own Hello included. Deliberate: a Bye
-    // or an answer does not.
+    // Any Hello or Probe, the endpoint's own Hello included, shows that the membership works.
+    // Deliberate: a Bye or an answer does not. An answer arrives by unicast, and where the
+    // membership is broken the re-join would not happen.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();
     StartReceive();
 }
 
-/// Sends the answer straight back to the prober.
+/// Sends the answer to the source of the Probe.
 ///
-/// Deliberate: at once, without the random delay of WS-Discovery (April 2005) 2.4, and every time,
-/// without looking for duplicates. No receive is started here: OnSendComplete does that, so one
-/// answer is on its way at a time and what arrives meanwhile waits in the socket's buffer.
+/// Deliberate: without the random delay of WS-Discovery (April 2005) 2.4, and also to a Probe that
+/// is repeated. Clients with a short timeout would miss a delayed answer, and clients that repeat a
+/// Probe because an answer was lost would get none.
+///
+/// Deliberate: starts no receive, which is left to OnSendComplete. With a receive in between, the
+/// next answer would change `sendDestination` under the retries of this one.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    // Always IPv4, as the socket is, so this is the endpoint's own form.
+    // The text is that of the endpoint itself, which is always IPv4.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);

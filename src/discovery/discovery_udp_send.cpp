@@ -17,26 +17,33 @@ using log::Report;
 
 namespace {
 
-/// More failed sends in a row than this, and the endpoint is restarted.
-constexpr std::int32_t kSendRetryLimit = 2;
+/// After more failed sends in a row than this, the next failure restarts the endpoint.
+constexpr std::int32_t kMaxSendFailures = 2;
 
 } // namespace
 
 void CDiscoveryUdp::SendHello()
 {
+    if (const Message hello = MakeHello())
+        SendMessage(hello);
+}
+
+/// Makes the Hello that SendMessage is to send next; null without a codec.
+CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
+{
     if (!soap)
-        return;
+        return nullptr;
     const auto hello = boost::make_shared<std::string>();
     soap->Hello(description, *hello);
     Report(log, kLogInfo, "Sending Hello to ", groupEndpoint);
     sendDestination = groupEndpoint;
-    SendMessage(hello);
+    return hello;
 }
 
 void CDiscoveryUdp::SendBye()
 {
-    // The Bye is the last word: what would complete behind it must not announce or answer any more,
-    // and what still waits to be sent must not overtake it.
+    // Nothing may follow the Bye: a handler that completes later must not announce, answer or take
+    // the cancellation for a failure. And a message that still waits to be sent must not follow it.
     stopping = true;
     error_code ignored;
     socket.cancel(ignored);
@@ -50,12 +57,11 @@ void CDiscoveryUdp::SendBye()
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
 
-    // A send that would block is tried again in short intervals instead of waiting inside the call:
-    // only so can it be given up, here or by the stop, without closing a descriptor under it. A
-    // closed socket fails here already.
+    // Polls instead of blocking, so that a timeout or the stop can abandon the send without closing
+    // the descriptor under the call. On a closed socket the first call fails.
     error_code error;
     socket.non_blocking(true, error);
-    const auto end = std::chrono::steady_clock::now() + kStopBound;
+    const auto end = std::chrono::steady_clock::now() + kMaxStopWait;
     while (!error && !byeDone && std::chrono::steady_clock::now() < end) {
         socket.send_to(boost::asio::buffer(bye), groupEndpoint, 0, error);
         if (error != boost::asio::error::would_block)
@@ -77,10 +83,10 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 }
 
 // sending --stopping or closing--> idle
-//         --failed---------------> sending the same again; from the fourth failure in a row on, or
-//                                  at once when the socket is closed, with a restart under way
+//         --failed---------------> sending the same message again; from the fourth failure in a row
+//                                  on, or when the socket is closed, after scheduling a restart
 //         --sent-----------------> idle
-// In the last two cases receiving goes on if it was held for this send.
+// In the last two cases receiving resumes if it waited for this send.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)
 {
     --pendingOps;
@@ -91,14 +97,14 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         const auto destination = sendDestination;
         Report(log, kLogError, "Send Error: ", error.message(), "(", error.value(),
                "), sending to ", destination);
-        if (!socket.is_open() || sendRetryCount > kSendRetryLimit)
+        if (!socket.is_open() || sendRetryCount > kMaxSendFailures)
             ScheduleRetry();
         ++sendRetryCount;
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {
-        // Deliberate: nothing else resets it. While sends keep failing over restarts, the first
-        // failure of each new message restarts the endpoint at once.
+        // Deliberate: nothing else resets it. Reset by a restart, it would have an endpoint that
+        // cannot send try, and log, four sends instead of one after each back-off.
         sendRetryCount = 0;
     }
     if (pendingReceives <= 0)

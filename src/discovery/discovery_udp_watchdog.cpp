@@ -13,9 +13,9 @@ using log::Report;
 
 namespace {
 
-/// A membership that works lets the endpoint hear something, its own Hello at least, by then.
+/// With a working membership the endpoint receives at least its own Hello in this time.
 constexpr std::chrono::seconds kWatchdogPeriod{3};
-constexpr std::int32_t kRejoinLimit = 2;
+constexpr std::int32_t kMaxRejoins = 2;
 
 } // namespace
 
@@ -37,9 +37,9 @@ void CDiscoveryUdp::NoteActivity()
 void CDiscoveryUdp::OnActivityTimer(const error_code& error)
 {
     --pendingOps;
-    // Deliberate: rejoinCount is never reset, so there are two re-joins in the endpoint's life,
-    // not two after each restart.
-    if (stopping || closing || activitySeen || rejoinCount >= kRejoinLimit || WasCancelled(error))
+    // Deliberate: rejoinCount is never reset. Reset by a restart, it would have an endpoint that
+    // never hears itself send two more Hellos after each back-off.
+    if (stopping || closing || activitySeen || rejoinCount >= kMaxRejoins || WasCancelled(error))
         return;
 
     ++rejoinCount;

@@ -131,6 +131,8 @@ TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
     host.Apply(MakeServerDocument({}, "80")); // as the run found it
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
+    host.Apply(MakeServerDocument({"10.0.0.300 lo m"}, "80"));
+    EXPECT_TRUE(host.WaitFor("Discovery encountered error (system:22)"));
 }
 
 TEST(Boundary, UnloadWaitsForTheRun)

@@ -5,10 +5,13 @@
 
 #include <boost/asio/error.hpp>
 #include <boost/make_shared.hpp>
+#include <boost/thread/exceptions.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <future>
+#include <pthread.h>
 
 using boost::system::error_code;
 using Lines = std::vector<std::string>;
@@ -48,6 +51,8 @@ struct DiscoveryUdpPeer {
         endpoint.closing = false;
         endpoint.OnSendComplete(boost::make_shared<std::string>("text"), error);
     }
+    std::int32_t PendingOps() const { return endpoint.pendingOps; }
+    std::uint16_t LocalPort() const { return endpoint.socket.local_endpoint().port(); }
     std::int32_t RetryDelay() const { return endpoint.retryDelaySeconds; }
     std::int32_t SendRetryCount() const { return endpoint.sendRetryCount; }
 
@@ -58,12 +63,28 @@ struct DiscoveryUdpPeer {
 
 namespace {
 
+int mutexError = 0;
+
+} // namespace
+
+// The linker sends the making of a mutex here (--wrap).
+extern "C" int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how);
+extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how)
+{
+    return mutexError != 0 ? mutexError : __real_pthread_mutex_init(mutex, how);
+}
+
+namespace {
+
 const error_code kFailed(5, boost::system::generic_category());
 
 error_code Misc(int value)
 {
     return {value, boost::asio::error::get_misc_category()};
 }
+
+const std::string kProbe = "<E><Header><Action>Probe</Action><MessageID>i</MessageID></Header>"
+                           "<Body><Probe><Types>NetworkVideoRecorder</Types></Probe></Body></E>";
 
 /// An endpoint on loopback whose handlers the test calls itself, its socket closed.
 class Endpoint : public testing::Test {
@@ -116,8 +137,6 @@ TEST_F(Endpoint, ProbeThatCannotBeAnsweredCountsAsActivityAlone)
     kx::CDiscoverySoap soap;
     soap.types = {"NetworkVideoRecorder"};
     endpoint.soap = &soap;
-    const std::string probe = "<E><Header><Action>Probe</Action><MessageID>i</MessageID></Header>"
-                              "<Body><Probe><Types>NetworkVideoRecorder</Types></Probe></Body></E>";
     struct Case {
         const char* address;
         std::uint16_t port;
@@ -132,10 +151,29 @@ TEST_F(Endpoint, ProbeThatCannotBeAnsweredCountsAsActivityAlone)
     for (const Case& each : cases) {
         SCOPED_TRACE(each.address);
         const bool ignored =
-            peer.OnIgnored(probe, {boost::asio::ip::make_address_v4(each.address), each.port});
+            peer.OnIgnored(kProbe, {boost::asio::ip::make_address_v4(each.address), each.port});
         EXPECT_NE(ignored, each.answered);
         EXPECT_EQ(TakeLines().size(), each.answered ? 2U : 0U);
     }
+}
+
+TEST_F(Endpoint, WithoutMulticastItOnlySends)
+{
+    kx::CDiscoverySoap soap;
+    soap.types = {"NetworkVideoRecorder"};
+    kx::CDiscoveryUdp sender(service, {"127.0.0.1", "lo", "m", ""}, {}, 0, kx::kMulticastGroup,
+                             kx::kDiscoveryPort);
+    sender.log = &log;
+    sender.soap = &soap;
+    sender.Restart();
+    EXPECT_EQ(TakeLines(), (Lines{"25 Restarting discovery on interface 127.0.0.1",
+                                  "25 Sending Hello to 239.255.255.250:3702"}));
+    kx::DiscoveryUdpPeer senderPeer(sender);
+    EXPECT_NE(senderPeer.LocalPort(), kx::kDiscoveryPort);
+    EXPECT_EQ(senderPeer.PendingOps(), 2) << "more than a receive and a send";
+    const boost::asio::ip::udp::endpoint source(boost::asio::ip::address_v4::loopback(), 9);
+    EXPECT_FALSE(senderPeer.OnIgnored(kProbe, source)) << "counted as activity";
+    EXPECT_EQ(TakeLines(), Lines{});
 }
 
 TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
@@ -148,6 +186,19 @@ TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
     EXPECT_EQ(TakeLines(), Lines{});
     peer.OnSendComplete({});
     EXPECT_EQ(peer.SendRetryCount(), 0);
+}
+
+TEST(Manager, IoServiceThatCannotBeMadeIsAThreadResourceError)
+{
+    mutexError = EAGAIN;
+    try {
+        kx::CDiscoveryManager manager;
+        ADD_FAILURE();
+    } catch (const boost::thread_resource_error& error) {
+        EXPECT_EQ(error.native_error(), EAGAIN);
+        EXPECT_NE(std::string(error.what()).find("mutex"), std::string::npos);
+    }
+    mutexError = 0;
 }
 
 TEST(Manager, ShutDownBeforeItsThreadStartsStillEndsTheThread)
