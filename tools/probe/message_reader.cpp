@@ -40,10 +40,9 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Whether a message that ReadMessage does not know has the form of one that it does.
-bool IsOfOtherVersion(const XMLElement* root)
+/// Whether a body that holds no known element holds one of the same name.
+bool IsOfOtherVersion(const XMLElement* body)
 {
-    const XMLElement* body = FindInAnyNamespace(root, "Body");
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
         return FindInAnyNamespace(body, each.name) != nullptr;
     });
@@ -106,9 +105,9 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
         return Unread::kNotWellFormed;
     const XMLElement* root = document.RootElement();
-    const XMLElement* envelope = IsElement(root, kSoapEnvelopeUri, "Envelope") ? root : nullptr;
-    const XMLElement* header = FindChild(envelope, kSoapEnvelopeUri, "Header");
-    const XMLElement* body = FindChild(envelope, kSoapEnvelopeUri, "Body");
+    // Whatever the version of SOAP: some devices answer in 1.1, and nothing here depends on it.
+    const XMLElement* header = FindInAnyNamespace(root, "Header");
+    const XMLElement* body = FindInAnyNamespace(root, "Body");
     for (const BodyForm& form : kBodyForms) {
         const XMLElement* content = FindChild(body, kDiscoveryUri, form.name);
         if (!content)
@@ -120,7 +119,7 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
                            form.match ? FindChild(content, kDiscoveryUri, form.match) : content,
                            form.match);
     }
-    return IsOfOtherVersion(root) ? Unread::kOtherVersion : Unread::kOtherMessage;
+    return IsOfOtherVersion(body) ? Unread::kOtherVersion : Unread::kOtherMessage;
 }
 
 bool RelatesTo(const Message& answer, const std::string& identifier)

@@ -32,7 +32,7 @@ struct Message {
 /// Why a datagram is not such a message.
 enum class Unread {
     kNotWellFormed, ///< not well-formed XML
-    kOtherVersion,  ///< of another version of SOAP, WS-Addressing or WS-Discovery
+    kOtherVersion,  ///< of another version of WS-Addressing or WS-Discovery
     kNoAddress,     ///< names no device, or none with an address
     kOtherMessage,  ///< of another kind, such as a Probe
 };

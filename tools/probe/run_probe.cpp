@@ -53,8 +53,7 @@ std::string IgnoredText(const IgnoredCounts& counts)
     const std::pair<std::uint64_t, const char*> reasons[] = {
         {unread(Unread::kNotWellFormed), "not well-formed"},
         {counts.otherProbe, "in answer to another Probe"},
-        {unread(Unread::kOtherVersion),
-         "of another version of SOAP, WS-Addressing or WS-Discovery"},
+        {unread(Unread::kOtherVersion), "of another version of WS-Addressing or WS-Discovery"},
         {unread(Unread::kNoAddress), "without an address"},
         {unread(Unread::kOtherMessage), "of another kind"},
     };
