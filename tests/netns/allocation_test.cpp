@@ -20,13 +20,13 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// Whose allocation fails. A thread that the test does not make is the plug-in's I/O thread.
+/// The thread whose allocation fails. The plug-in makes only the I/O thread.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
 
 Thread failing = Thread::kTest;
-std::atomic<int> countdown{0}; ///< to the allocation that fails
+std::atomic<int> countdown{0}; ///< allocations left; the last one fails
 std::atomic<bool> failed{false};
 
 } // namespace
@@ -49,7 +49,7 @@ __attribute__((noinline)) void operator delete(void* memory) noexcept
     std::free(memory);
 }
 
-// The sanitizers' own would not call the ones above.
+// The defaults of the sanitizers do not call the operators above.
 void* operator new[](std::size_t size)
 {
     return operator new(size);
@@ -73,7 +73,7 @@ namespace {
 constexpr int kNothingFailed = 0;
 constexpr int kReturned = 10;
 constexpr int kThrew = 11;
-/// The signal that tells of std::terminate. An exit there takes a second under ThreadSanitizer.
+/// The signal that std::terminate raises: an exit takes a second under ThreadSanitizer.
 constexpr int kEnded = SIGUSR1;
 
 std::atomic<int> hellos{0};
@@ -83,14 +83,14 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 {
     inCallback = true;
     const auto* const record = static_cast<const char*>(request->data);
-    // Short texts: where memory was missing, the end of a record is missing too.
+    // Short texts: a failed allocation may truncate the record.
     hellos += std::strstr(record, "Sending He") ? 1 : 0;
     answers += std::strstr(record, "Send Probe") ? 1 : 0;
     inCallback = false;
 }
 
-/// Lives from Load to Unload with two endpoints, a Probe and a change of adapters, in a process and
-/// a network of its own; the exit status.
+/// Runs the plug-in from Load to Unload with two endpoints, a Probe and a change of adapters, in a
+/// network of its own. Returns the exit status of the process.
 int Live(Thread thread, int number)
 {
     alarm(20);
@@ -100,7 +100,7 @@ int Live(Thread thread, int number)
         return EXIT_FAILURE;
     Network::Run("ip link set lo up");
     Socket prober("lo", "127.0.0.1", 0);
-    // Never closed: a run that threw leaves its context, without which that would be a leak.
+    // Never closed: a run that threw leaves its context, to which only the library points.
     static const CPluginLibrary& plugin = *new CPluginLibrary(PELORIN_LIBRARY);
     plugin.Load(&CountMessages);
 
@@ -118,7 +118,7 @@ int Live(Thread thread, int number)
         }
         over = true;
     });
-    // Repeated until it is acted on; where a failure has prevented that, not for long.
+    // Repeats until the plug-in has acted, or gives up where a failure prevents it.
     const auto repeat = [&](const std::atomic<int>& count, int wanted, const auto& act) {
         for (int turn = 0; count < wanted && !over && turn < 200; ++turn) {
             act();
@@ -149,7 +149,7 @@ int Live(Thread thread, int number)
     lent.join();
     failing = Thread::kTest;
     if (!runThrew)
-        plugin.Unload(); // which would wait for a run that threw
+        plugin.Unload(); // would wait for a run that threw
     if (!failed)
         return kNothingFailed;
     return runThrew || documentThrew ? kThrew : kReturned;
@@ -157,7 +157,7 @@ int Live(Thread thread, int number)
 
 class Allocation : public testing::TestWithParam<Thread> {};
 
-// The leak checker of AddressSanitizer looks at each life that does not end the process.
+// AddressSanitizer searches for leaks in each process that ends by itself.
 TEST_P(Allocation, ThatFailsNeitherHangsNorLeaks)
 {
     constexpr std::size_t kLivesAtATime = 8;

@@ -15,14 +15,14 @@ using Lines = std::vector<std::string>;
 inline const std::string kCam0 = "10.7.0.1 cam0 02:00:00:00:07:01";
 inline const std::string kCam1 = "10.8.0.1 cam1 02:00:00:00:08:01";
 
-/// Counts, in "/proc/self/fd" the open descriptors, in "/proc/self/task" the threads.
+/// Counts entries: "/proc/self/fd" has the open descriptors, "/proc/self/task" the threads.
 inline std::ptrdiff_t Entries(const char* directory)
 {
     using std::filesystem::directory_iterator;
     return std::distance(directory_iterator(directory), directory_iterator());
 }
 
-/// A recorder on the network of the test, with a host of its own, and a prober beside it.
+/// A recorder under a fake host, and a prober, each in its namespace.
 class Discovery : public testing::Test {
 protected:
     Discovery()
@@ -42,7 +42,7 @@ protected:
         host.Apply(MakeServerDocument(adapters, port));
     }
 
-    /// The log of what was started, without that of the messages.
+    /// The log records that contain the address.
     Lines LogOf(const std::string& address) const
     {
         Lines lines;

@@ -29,7 +29,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
     EXPECT_EQ(Text(hello1->text, "wsa:Address"), address) << "one address for all adapters";
 
     prober->Send(Probe("urn:uuid:other", "ktz:Other"));
-    for (const std::string id : {"urn:uuid:1", "urn:uuid:1"}) { // repeats are answered
+    for (const std::string id : {"urn:uuid:1", "urn:uuid:1"}) { // a repeated Probe is answered too
         prober->Send(Probe(id));
         const auto answer = prober->Receive(2s);
         ASSERT_TRUE(answer);
@@ -38,7 +38,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
         EXPECT_EQ(Text(answer->text, "wsa:Address"), address);
         EXPECT_EQ(Text(answer->text, "wsd:XAddrs"), "ktzkx://10.7.0.1:80");
     }
-    // A datagram that just fits the receive buffer is read to its last byte; the next is cut.
+    // A datagram of 4096 bytes fits the receive buffer; a longer one is truncated.
     const std::string probe = Probe("urn:uuid:2");
     prober1->Send(std::string(4096 - probe.size(), '\n') + probe, "10.8.0.1");
     const auto answer1 = prober1->Receive(2s);
@@ -47,7 +47,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
     prober1->Send(std::string(4097 - probe.size(), '\n') + probe, "10.8.0.1");
     prober1->Send("", "10.8.0.1");
     EXPECT_FALSE(prober1->Receive(200ms));
-    EXPECT_FALSE(prober->Receive(3s)) << "more than asked for";
+    EXPECT_FALSE(prober->Receive(3s)) << "more answers than Probes";
     EXPECT_EQ(Count("Multicast activity timer expired"), 0U) << "its own Hello is heard";
 
     host.Stop();
@@ -103,9 +103,9 @@ TEST_F(Discovery, WatchdogRejoinsTwiceAfterARestartThatHearsNothing)
 
 TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 {
-    // The endpoint's own Hello does not come back; what the prober sends does arrive.
+    // Drops the endpoints' own Hellos, not what the prober sends.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
-    Send({kCam1, kCam0}); // cam1 first: its watchdog would have barked before the other's
+    Send({kCam1, kCam0}); // cam1 first: its watchdog would expire before the other
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");
     prober1->Send(other);
@@ -120,7 +120,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
         const char* what;
         Lines adapters;
         const char* port;
-        std::size_t hellos; ///< on both adapters; none when nothing restarts
+        std::size_t hellos; ///< on both adapters; 0 when nothing restarts
     };
     const std::string stopping = "Stopping discovery operations on all interfaces";
     const Case cases[] = {
@@ -156,7 +156,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
     EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
 }
 
-// The host holds the I/O thread inside a record for longer than a stop waits for it.
+// The host holds the I/O thread in a record for longer than a stop waits for it.
 TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
 {
     std::atomic<bool> holding{false};
@@ -214,7 +214,7 @@ TEST_F(Discovery, NothingIsSentBehindTheBye)
     EXPECT_EQ(Count("level=\"75\""), 0U) << "the cancelled receive was taken for a failure";
 }
 
-// A device that takes no more data blocks the Bye, which must not hold up the stop for long.
+// A device that accepts no more data blocks the Bye.
 TEST_F(Discovery, StopWhileTheByeIsBlockedIsBounded)
 {
     Send({kCam1, kCam0});

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Bytes of the process in memory.
+/// Resident memory of the process in bytes.
 std::ptrdiff_t Resident()
 {
     std::ptrdiff_t pages = 0;
@@ -54,7 +54,7 @@ void SendAs(const std::string& source, std::uint16_t port, const std::string& te
     close(raw);
 }
 
-/// The datagrams that were read in the recorder's network.
+/// Number of datagrams read in the recorder's network (Udp InDatagrams).
 int DatagramsRead()
 {
     std::ifstream file("/proc/self/net/snmp");
@@ -64,7 +64,7 @@ int DatagramsRead()
     return std::stoi(match[1]);
 }
 
-/// Asks until there is an answer: the plug-in may still be at what came before.
+/// Repeats the Probe until it is answered: the plug-in may still be reading earlier datagrams.
 std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
 {
     std::optional<Datagram> answer;
@@ -75,7 +75,7 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
     return answer;
 }
 
-// The lengths of the answers are figures of docs/operations.md.
+// docs/operations.md names the lengths of the answers.
 TEST_F(Discovery, FloodsLeaveItAnsweringItsMemoryFlatAndItsLogShort)
 {
     std::atomic<int> records{0}, answers{0};
@@ -110,7 +110,7 @@ TEST_F(Discovery, FloodsLeaveItAnsweringItsMemoryFlatAndItsLogShort)
                 sources[count % sources.size()]->Send(datagram);
                 if (count % 64 == 0)
                     host.Forget();
-                if (count > 500) // the first come faster than they are read
+                if (count > 500) // the first 500 arrive faster than they are read
                     std::this_thread::sleep_for(100us);
             }
         };
@@ -120,10 +120,10 @@ TEST_F(Discovery, FloodsLeaveItAnsweringItsMemoryFlatAndItsLogShort)
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
         EXPECT_LT(Resident() - before, 512 * 1024);
 #endif
-        EXPECT_NEAR(records, 2 * answers, 4) << "but for those that are just written";
+        EXPECT_NEAR(records, 2 * answers, 4) << "except for records being written";
         EXPECT_LT(longest, 2700U) << "bytes of a record";
         const auto answer = Ask(*prober, answerSize > 0 ? whole : Probe("urn:uuid:1"));
-        EXPECT_TRUE(answer) << "deaf";
+        EXPECT_TRUE(answer) << "no answer any more";
         EXPECT_TRUE(answerSize == 0 || (answer && answer->text.size() == answerSize));
         while (prober->Receive(100ms)) {
         }
@@ -150,20 +150,20 @@ TEST_F(Discovery, ForgedSourcesDoNotSilenceIt)
     EXPECT_EQ(host.Calls().size(), records + 2) << "more than one Probe and its answer";
 }
 
-/// How many Probes a rule lets through: so many at once, and so many each second.
+/// How many Probes a rule accepts: a burst, and then a number per second.
 struct Limit {
     double rate;
     double burst;
 };
 
-// The rules that docs/operations.md prints.
+// Tests the rules in docs/operations.md.
 TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
 {
     const std::string text = ReadData("../../docs/operations.md");
     const std::string subnets = "10.0.0.0/24, 10.0.1.0/24";
     std::string rules = text.substr(text.find("table inet discovery {"));
     rules.resize(rules.find("```"));
-    // All that the prober may be, but not the recorder.
+    // All addresses that the prober uses, without the recorder's.
     rules.replace(rules.find(subnets), subnets.size(), "10.7.0.2-10.7.0.255");
     Network::Run("nft '" + rules + "'");
     std::vector<Limit> limits;
@@ -177,7 +177,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
     EXPECT_FALSE(host.WaitFor("timer expired", 1, 4s)) << "its own Hello is kept out";
 
     const struct {
-        const char* header; ///< what the prober's side makes of it
+        const char* header; ///< nft(8) statement for the prober's output
         double probes;
         Limit limit;
     } cases[] = {
@@ -201,19 +201,19 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
             prober->Send(Probe("urn:uuid:1"));
         const std::chrono::duration<double> taken = steady_clock::now() - start;
         const double least = std::min(each.probes, each.limit.burst);
-        // The last may still be on their way.
+        // The last Probes may not have arrived yet.
         const double most = std::min(each.probes, least + each.limit.rate * (taken.count() + 1));
         const char* const answer = "Send ProbeMatch";
         EXPECT_TRUE(host.WaitFor(answer, static_cast<std::size_t>(least), 10s));
         std::size_t answers = 0;
         do {
             answers = Count(answer);
-            group->ReceiveAll("", 1s); // hears the Probes too; and the limits recover
+            group->ReceiveAll("", 1s); // a second, in which the limits recover
         } while (Count(answer) > answers);
         EXPECT_LE(answers, most);
         EXPECT_EQ(Count("level=\"75\""), 0U);
     }
-    // Nobody has most of these addresses: a send may still wait for one of them.
+    // Most of these addresses do not exist: a send may still wait for one of them.
     network.AsProber([] { Network::Run("nft flush ruleset"); });
     while (prober->Receive(0ms)) {
     }

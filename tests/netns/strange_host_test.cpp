@@ -16,8 +16,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Enough for a message nested as deeply as any XML library takes it, with room for the host.
-#ifdef __SANITIZE_THREAD__ // which puts much of its own on every stack
+/// Enough for the deepest nesting that any version of the XML library accepts, and for the host.
+#ifdef __SANITIZE_THREAD__ // uses much of each stack itself
 constexpr std::size_t kSmallStack = 4U << 20;
 #else
 constexpr std::size_t kSmallStack = 128U << 10;
@@ -53,7 +53,7 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
         std::locale::global(std::locale(std::locale::classic(), new Grouping));
     };
     group("");
-    host.onRecord = group; // once more, while it runs
+    host.onRecord = group; // again while the plug-in runs
     pthread_attr_t small;
     pthread_attr_init(&small);
     pthread_attr_setstacksize(&small, kSmallStack);
@@ -66,7 +66,8 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     sigset_t alarm;
     sigemptyset(&alarm);
     sigaddset(&alarm, SIGALRM);
-    pthread_sigmask(SIG_BLOCK, &alarm, nullptr); // of this thread: it is for the plug-in's
+    pthread_sigmask(SIG_BLOCK, &alarm,
+                    nullptr); // so that the signal interrupts the plug-in's threads
     const itimerval often{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &often, nullptr);
 
@@ -80,7 +81,8 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
         said += datagram->text;
     };
     hear("<wsd:Hello>");
-    prober->Send(NestedProbe(400), "10.7.0.1"); // deeper than some XML libraries take it
+    prober->Send(NestedProbe(400),
+                 "10.7.0.1"); // deeper than some versions of the XML library accept
     for (int probe = 0; probe < 300; ++probe) {
         prober->Send(NestedProbe(90), "10.7.0.1");
         hear("<wsd:ProbeMatches>");
@@ -96,14 +98,14 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     EXPECT_GT(interruptions, 20);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // nor UndefinedBehaviorSanitizer, which looks at objects through pipes
+#ifndef __SANITIZE_ADDRESS__ // with UndefinedBehaviorSanitizer, which needs pipes
 TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
 {
     host.Load();
     host.Run();
     host.Apply(MakeServerDocument({"10.7.0.1 cam9 m"}, "22609"));
     ASSERT_TRUE(host.WaitFor("Stopping all socket and timer operations on 10.7.0.1"));
-    std::this_thread::sleep_for(100ms); // until it has done so
+    std::this_thread::sleep_for(100ms); // for the record to be written and the socket closed
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = static_cast<rlim_t>(dup(STDIN_FILENO));

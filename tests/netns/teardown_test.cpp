@@ -12,26 +12,26 @@ namespace {
 
 const std::string kMissing = "10.9.0.1 cam9 m";
 
-/// Seconds for which a stop would wait for a Bye that is blocked; none is here.
+/// Seconds that a stop waits for a blocked Bye. No Bye is blocked here.
 constexpr double kByeBound = 0.49;
-/// Seconds that a busy machine may add; less than a wait for each of many endpoints.
+/// Seconds that a busy machine may add; fewer than one wait per endpoint would take.
 constexpr double kNoise = 2;
 
-/// Where a stop begins.
+/// The moment at which a stop begins.
 struct Moment {
     const char* name;
     Lines adapters;
-    const char* record; ///< with a log record that holds this; null: as IOCTL code 1 is called
-    int last;           ///< with any of the first so many of them,
-    milliseconds by;    ///< or so much later at most
+    const char* record; ///< a log record with this text; null: the call of IOCTL code 1
+    int last;           ///< a random one of the first so many such records,
+    milliseconds by;    ///< plus a random delay of at most this
     int rounds;
-    int writers = 0;              ///< threads that send other documents meanwhile
+    int writers = 0;              ///< threads that send other documents
     const char* network = "true"; ///< a shell command that prepares the network
 };
 
 constexpr char kEachBriefly[] = "";
 constexpr char kAtTheMoment[] = "+";
-/// At which record the host's callback holds the thread that brings it, in turn: "-" is none.
+/// The record in which the host's callback holds the thread, one per round; "-" is none.
 const char* const kHolds[] = {"-",           kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
@@ -46,10 +46,11 @@ protected:
 
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
-    /// Seconds from the first Close to the return of IOCTL code 1, less what the callback took.
+    /// Returns the seconds from the first Close to the return of IOCTL code 1, without the
+    /// callback's.
     double Round(const std::string& hold);
 
-    /// PELORIN_SEED, with which a failed test can be run again, or else another each time.
+    /// From PELORIN_SEED, to repeat a failed test; otherwise random.
     const unsigned seed = [given = std::getenv("PELORIN_SEED")] {
         return given ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
     }();
@@ -103,10 +104,10 @@ double Teardown::Round(const std::string& hold)
         });
         const auto done = reached.get_future();
         int turns = 0;
-        do // a document that comes before the run waits is not acted on
+        do // repeated, because a document that comes before the run waits is not acted on
             Send(moment.adapters);
         while (done.wait_for(200ms) != std::future_status::ready && ++turns < 100);
-        EXPECT_LT(turns, 100) << "the moment never came";
+        EXPECT_LT(turns, 100) << "the record never came";
     } else {
         if (fromInside)
             host.Call("Close");
@@ -125,12 +126,12 @@ double Teardown::Round(const std::string& hold)
     EXPECT_NE(host.Calls().back().data.find("io service thread exiting"), std::string::npos);
     EXPECT_EQ(host.Times("Sending Bye").size() + host.Times("Retrying on").size(),
               host.Times("Stopping all socket").size())
-        << "not one Bye for each endpoint";
+        << "one Bye per endpoint";
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// At any moment and whatever the host's callback does: IOCTL code 1 returns as soon as the callback
-// lets go of the threads and the Byes are sent or given up, and nothing is left behind.
+// At any moment, and whatever the callback does, IOCTL code 1 returns as soon as the callback has
+// returned and the Byes are sent or given up. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();
@@ -143,13 +144,13 @@ TEST_P(Teardown, IsBoundedAndComplete)
         const auto taken = Round(hold);
         EXPECT_LT(taken, kNoise);
         EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
-        // A thread that was joined may be listed for a moment longer.
+        // A joined thread may stay listed for a moment.
         for (int tenth = 0; tenth < 10 && Entries("/proc/self/task") > threads; ++tenth)
             std::this_thread::sleep_for(100ms);
         EXPECT_LE(Entries("/proc/self/task"), threads);
         shortest = std::min(shortest, taken);
     }
-    EXPECT_LT(shortest, kByeBound) << "not even one was prompt";
+    EXPECT_LT(shortest, kByeBound) << "no stop was prompt";
 }
 
 constexpr char kDeaf[] = "nft 'add table ip t; add chain ip t c { type filter hook input priority"

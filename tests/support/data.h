@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// One case of a table in tests/data; the table's first lines tell what its texts mean.
+/// One case of a table in tests/data; the table's first lines explain its texts.
 struct DataCase {
     std::string name;
     std::string expected;

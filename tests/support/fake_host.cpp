@@ -12,7 +12,7 @@ namespace {
 
 FakeHost* current = nullptr;
 
-/// A log record as "level text"; a record that is something else as it is.
+/// Returns a log record as "level text", and any other record unchanged.
 std::string LogLine(const std::string& record)
 {
     std::smatch match;
@@ -61,13 +61,13 @@ void FakeHost::Lend()
 void FakeHost::Run()
 {
     Lend();
-    // Nothing tells when the loop waits. A document that changes and changes back is taken in only
-    // then: the first record, that of stopping an empty set, shows that it was.
+    // The plug-in does not say when it waits. Only then does it act on a change, of which the
+    // record of a stop without endpoints tells.
     for (int port = 1; Log().empty(); ++port) {
         Apply(MakeServerDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    // Twice, since the first may find the loop still at work.
+    // Twice, because the loop may not be waiting for the first.
     for (int time = 0; time < 2; ++time) {
         Apply(MakeServerDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));

@@ -68,19 +68,19 @@ public:
     void Stop();
 
     std::vector<HostCall> Calls() const;
-    /// Drops the calls that were kept.
+    /// Deletes the calls kept so far.
     void Forget();
     /// The log records, as "level text".
     std::vector<std::string> Log() const;
-    /// The moments of the records that hold the text.
+    /// The times of the records that contain the text.
     std::vector<std::chrono::steady_clock::time_point> Times(const std::string& text) const;
-    /// Waits until `count` log records hold the text; false after the time is up.
+    /// Waits until `count` records contain the text; false if the time is up first.
     bool WaitFor(const std::string& text, std::size_t count = 1,
                  std::chrono::milliseconds bound = std::chrono::seconds(5)) const;
 
     /// Called with each record's text, on the plug-in's thread, before it is kept.
     std::function<void(const std::string&)> onRecord;
-    /// What the host answers.
+    /// The status that the host returns.
     std::uint32_t status = 0;
 
 private:

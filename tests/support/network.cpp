@@ -53,7 +53,7 @@ Network::Network()
         Check(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    // Of the test before, when one process runs several.
+    // Left by the previous test, when one process runs several.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {
@@ -105,7 +105,7 @@ Socket::Socket(const std::string& device, const std::string& address, std::uint1
 
 void Socket::Send(const std::string& text, const std::string& address)
 {
-    boost::system::error_code ignored; // while an adapter goes, a Probe may fail
+    boost::system::error_code ignored; // a Probe may fail while an adapter goes down
     socket.send_to(boost::asio::buffer(text), {make_address_v4(address), kx::kDiscoveryPort}, 0,
                    ignored);
 }
@@ -113,7 +113,7 @@ void Socket::Send(const std::string& text, const std::string& address)
 std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
     pollfd readable{socket.native_handle(), POLLIN, 0};
-    // Less than zero, as a bound that has just passed may be, would mean for ever.
+    // A negative time, as of a bound that has just passed, would wait without end.
     if (poll(&readable, 1, std::max(0, static_cast<int>(bound.count()))) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');

@@ -26,9 +26,9 @@ public:
 
     /// Runs a shell command in the recorder's namespace; throws when it fails.
     static void Run(const std::string& command);
-    /// Has nft(8) drop what matches, on the way in ("input") or out ("output").
+    /// Drops packets that match, by nft(8), at the hook "input" or "output".
     static void Drop(const std::string& hook, const std::string& match);
-    /// Runs work on a thread inside the prober's namespace; a socket made there stays there.
+    /// Runs work on a thread in the prober's namespace, in which its sockets remain.
     void AsProber(const std::function<void()>& work) const;
 
 private:
@@ -40,15 +40,15 @@ struct Datagram {
     std::string source; ///< "address:port"
 };
 
-/// An IPv4 UDP socket on one device. Bound to the wildcard at the discovery port it is a member of
-/// the group there, else it is bound to the address.
+/// An IPv4 UDP socket on one device. At the discovery port it is bound to the wildcard address and
+/// a member of the group; at other ports it is bound to the address.
 class Socket {
 public:
     Socket(const std::string& device, const std::string& address, std::uint16_t port);
 
     void Send(const std::string& text, const std::string& address = "239.255.255.250");
     std::optional<Datagram> Receive(std::chrono::milliseconds bound);
-    /// Receives until the bound has passed; those that hold the text.
+    /// Receives for that time; returns the datagrams that contain the text.
     std::vector<Datagram> ReceiveAll(const std::string& text, std::chrono::milliseconds bound);
     /// "address:port"
     std::string Name() const;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Keeps what is reported to it, as "level text". For one thread.
+/// Keeps records as "level text". Not thread-safe.
 struct RecordingLog : kx::log::ICoreLog {
     void Log(std::int32_t level, const std::string& text) override
     {

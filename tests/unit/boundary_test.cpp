@@ -25,7 +25,7 @@ struct CallCase {
 
 class Replies : public testing::TestWithParam<CallCase> {};
 
-TEST_P(Replies, TouchOnlyTheirFields)
+TEST_P(Replies, ChangeOnlyTheirFields)
 {
     const FakeHost host;
     if (std::string(GetParam().name).find("NotLoaded") == std::string::npos)
@@ -77,7 +77,7 @@ TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
     RecordBytes request;
     RecordBytes descriptor;
     host.Call("Load", request.Put(16, std::uint64_t{0}), descriptor);
-    host.Load(); // the latest callback counts
+    host.Load(); // the last callback is used
     host.Call("Open");
     host.Call("Open");
     const std::vector<HostCall> calls = host.Calls();
@@ -101,7 +101,7 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     FakeHost host;
     host.Load();
     host.Call("Close");
-    host.Load(); // the stop is still asked for: the run shuts down at once
+    host.Load(); // the stop request remains: the run ends immediately
     RecordBytes request;
     RecordBytes reply;
     host.Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
@@ -120,7 +120,7 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
 }
 
-TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
+TEST(Boundary, EarlyDocumentWaitsForTheNextBroadcast)
 {
     FakeHost host;
     host.Load();
@@ -128,7 +128,7 @@ TEST(Boundary, EarlyDocumentIsNotActedOnBeforeTheNextBroadcast)
     host.Load(); // keeps the document
     host.Lend();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    host.Apply(MakeServerDocument({}, "80")); // as the run found it
+    host.Apply(MakeServerDocument({}, "80")); // what the run started with
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
     host.Apply(MakeServerDocument({"10.0.0.300 lo m"}, "80"));

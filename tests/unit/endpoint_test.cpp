@@ -18,8 +18,8 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Opens the endpoint's handlers and state to the tests below. A handler uncounts the operation it
-/// completes, so one is counted before.
+/// Gives the tests access to the endpoint's handlers and state. Each handler uncounts the operation
+/// that it completes, so the functions here count one first.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 
@@ -28,13 +28,7 @@ struct DiscoveryUdpPeer {
         ++endpoint.pendingOps;
         endpoint.OnRetryTimer(error);
     }
-    void OnReceive(const error_code& error)
-    {
-        ++endpoint.pendingOps;
-        ++endpoint.pendingReceives;
-        endpoint.OnReceive(error, 0);
-    }
-    /// Receives a text; whether that counted as activity, and receiving went on at once.
+    /// Receives a datagram; returns whether it counted as activity and was not answered.
     bool OnIgnored(const std::string& text, const boost::asio::ip::udp::endpoint& source)
     {
         endpoint.activitySeen = false;
@@ -67,7 +61,7 @@ int mutexError = 0;
 
 } // namespace
 
-// The linker sends the making of a mutex here (--wrap).
+// The linker redirects calls here (--wrap).
 extern "C" int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how);
 extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how)
 {
@@ -86,7 +80,7 @@ error_code Misc(int value)
 const std::string kProbe = "<E><Header><Action>Probe</Action><MessageID>i</MessageID></Header>"
                            "<Body><Probe><Types>NetworkVideoRecorder</Types></Probe></Body></E>";
 
-/// An endpoint on loopback whose handlers the test calls itself, its socket closed.
+/// An endpoint on loopback with a closed socket. The tests call its handlers.
 class Endpoint : public testing::Test {
 protected:
     Endpoint() { endpoint.log = &log; }
@@ -119,17 +113,6 @@ TEST_F(Endpoint, RetryDelayDoublesUpTo384UnlessTheWaitWasCancelled)
         peer.OnRetryTimer(kFailed);
         EXPECT_EQ(TakeLines(), (Lines{retrying, stopping}));
     }
-}
-
-TEST_F(Endpoint, TooLargeIsIgnoredAndAReceiveErrorRestarts)
-{
-    peer.OnReceive(Misc(234));
-    EXPECT_EQ(TakeLines(),
-              Lines{"25 Buffer is too small for the message from 0.0.0.0:0. Ignoring message"});
-    peer.OnReceive(kFailed);
-    EXPECT_EQ(TakeLines(), (Lines{"75 Receive Error: Input/output error (5)", retrying, stopping}));
-    peer.OnReceive(kFailed);
-    EXPECT_EQ(TakeLines(), Lines{}) << "the endpoint is closing";
 }
 
 TEST_F(Endpoint, ProbeThatCannotBeAnsweredCountsAsActivityAlone)
@@ -182,7 +165,7 @@ TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
     EXPECT_EQ(TakeLines(), (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0",
                                   retrying, stopping, "25 Retrying send to destination: 0.0.0.0"}));
     EXPECT_EQ(peer.SendRetryCount(), 1);
-    service.poll(); // the resend and the resumed receive find the socket closed
+    service.poll(); // completes the resend and the receive on the closed socket
     EXPECT_EQ(TakeLines(), Lines{});
     peer.OnSendComplete({});
     EXPECT_EQ(peer.SendRetryCount(), 0);

@@ -113,7 +113,7 @@ TEST_P(ServerDocuments, AreTakenInOrDropped)
     kx::PluginContext context;
     context.serverPort = 7;
     context.adapters = {{"old", "h", "m", ""}};
-    // A copy of its own, without a byte behind it: reading too far faults under a sanitizer.
+    // Copied without a terminating NUL, so that a sanitizer detects a read past the end.
     const std::vector<char> data(GetParam().text.begin(), GetParam().text.end());
     kx::ApplyServerDocument(context, data.data(), static_cast<std::int32_t>(data.size()));
     EXPECT_EQ(Show(context), GetParam().expected);

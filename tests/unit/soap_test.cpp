@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 namespace {
 
-/// The message with its own fresh identifier replaced, for comparing it whole.
+/// Replaces the message's own identifier, which differs in each, by "*".
 std::string WithoutIdentifier(const std::string& message)
 {
     return std::regex_replace(
@@ -20,7 +20,7 @@ std::string WithoutIdentifier(const std::string& message)
 
 kx::EndpointDescription Recorder()
 {
-    // With the NUL that an identifier's string ends with.
+    // Ends with a NUL, as the string of NewUuidString does.
     return {"addr&1\0"s,
             "00:11:22:33:44:55",
             {"NetworkVideoRecorder"},
@@ -36,10 +36,15 @@ TEST(Messages, AreExact)
     EXPECT_EQ(WithoutIdentifier(message), ReadData("hello.xml"));
     soap.Bye(Recorder(), message);
     EXPECT_EQ(WithoutIdentifier(message), ReadData("bye.xml"));
+    const std::string first = message;
+    soap.Bye(Recorder(), message);
+    EXPECT_NE(message, first) << "no new identifier";
     kx::EndpointDescription description = Recorder();
-    description.mac.clear(); // neither leaves the scope out nor brings the scope list in
+    description.mac.clear(); // the scope remains, and the scope list is not used
     soap.ProbeMatches("urn:uuid:0a1b<2", description, message);
     EXPECT_EQ(WithoutIdentifier(message), ReadData("probe_matches.xml"));
+    kx::BuildAnnouncement(description, 2, message);
+    EXPECT_EQ(message, "") << "neither Hello nor Bye";
 }
 
 TEST(Messages, HelloWithoutMacUsesTheScopeListOrNone)
@@ -54,18 +59,6 @@ TEST(Messages, HelloWithoutMacUsesTheScopeListOrNone)
     kx::CDiscoverySoap().Hello(description, hello);
     EXPECT_EQ(hello.find("Scopes"), std::string::npos);
     EXPECT_NE(hello.find("<wsd:Types></wsd:Types>"), std::string::npos);
-}
-
-TEST(Messages, EachHasAnIdentifierOfItsOwnAndOtherKindsAreEmpty)
-{
-    std::string first;
-    std::string second;
-    kx::CDiscoverySoap().Bye(Recorder(), first);
-    kx::CDiscoverySoap().Bye(Recorder(), second);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(WithoutIdentifier(first), WithoutIdentifier(second));
-    kx::BuildAnnouncement(Recorder(), 2, first);
-    EXPECT_EQ(first, "");
 }
 
 TEST(Lists, TextsAreExact)
@@ -93,14 +86,14 @@ TEST(Lists, TextsAreExact)
 
 class ParseProbe : public testing::TestWithParam<DataCase> {};
 
-TEST_P(ParseProbe, DecidesAndHandsBackWhatItGotTo)
+TEST_P(ParseProbe, DecidesAndReturnsTheTextsFound)
 {
     kx::CDiscoverySoap soap;
     soap.types = {"NetworkVideoRecorder"};
     std::string messageId;
     std::string types;
     std::string action;
-    // A copy of its own, without a byte behind it: reading too far faults under a sanitizer.
+    // Copied without a terminating NUL, so that a sanitizer detects a read past the end.
     const std::vector<char> data(GetParam().text.begin(), GetParam().text.end());
     const int result = soap.ParseProbe(data.data(), data.size(), messageId, types, action);
     EXPECT_EQ(std::to_string(result) + "|" + action + "|" + messageId + "|" + types,
@@ -108,7 +101,7 @@ TEST_P(ParseProbe, DecidesAndHandsBackWhatItGotTo)
     EXPECT_TRUE(result == 0 || soap.MayMatch(data.data(), data.size()));
 }
 
-TEST(MayMatch, PassesOverWhatIsNoProbeOrNamesNoType)
+TEST(MayMatch, RejectsWhatIsNotAProbeOrNamesNoType)
 {
     kx::CDiscoverySoap soap;
     soap.types = {"NetworkVideoRecorder"};

@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-// The linker sends the identifiers' system calls here (--wrap). A script says what each of the next
-// calls does; past its end, and for everybody else, the system's own are called.
+// The linker redirects system calls here (--wrap). A script says what the next calls for
+// identifiers do. All other calls go to the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
@@ -24,7 +24,7 @@ namespace {
 constexpr int kDevice = 7777;
 struct Step {
     char call;      ///< 'o'pen, 'r'ead, 'c'lose
-    ssize_t result; ///< for a read: how many bytes it gives, counting up from 0
+    ssize_t result; ///< of a read: the number of bytes, whose values count up from 0
     int error = 0;
 };
 std::deque<Step> script;
@@ -50,8 +50,8 @@ extern "C" int __wrap_open(const char* path, int flags, ...)
     return static_cast<int>(Play('o'));
 }
 
-// What open is called where _FILE_OFFSET_BITS is 64, as newer versions of tinyxml2 have it, and
-// where the C library checks its arguments.
+// Names of open where _FILE_OFFSET_BITS is 64, as newer versions of tinyxml2 set it, and where the
+// C library checks its arguments.
 extern "C" int __wrap_open64(const char* path, int flags, ...)
 {
     return __wrap_open(path, flags);
@@ -121,7 +121,7 @@ TEST(Uuid, TextIsLowercaseHexWithTheNulInside)
 TEST(Uuid, BufferBelow37BytesIsLeftAlone)
 {
     char buffer[37] = "untouched";
-    script = {{'o', kDevice}}; // would be played if the device were opened
+    script = {{'o', kDevice}}; // runs if the device is opened
     kx::CreateUuidText(buffer, 36);
     EXPECT_EQ(script.size(), 1U);
     script.clear();
