@@ -80,7 +80,7 @@ public:
 
     /// Cancels all waits and closes the socket.
     ///
-    /// @param final  false: for a restart, at once. Threads: I/O, or manager in the first Restart.
+    /// @param final  false: for a restart. Threads: I/O, or manager in the first Restart.
     ///               true: for good. Waits for the I/O thread to do it, for kMaxStopWait at most,
     ///               and then makes a blocked Bye give up. Threads: manager.
     void StopOperations(bool final);

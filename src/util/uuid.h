@@ -50,9 +50,10 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 
 /// Replaces `out` with the text of a new identifier.
 ///
-/// @param out  out: 37 characters. Deliberate: the NUL after the text is part of the string;
-/// callers
-///             pass c_str() on. A string of 36 would stay empty, as CreateUuidText needs 37.
+/// @param out  out: 37 characters, the last one a NUL; callers pass c_str() on
+///
+/// Deliberate: the NUL is part of the string. In one of 36 characters CreateUuidText would write
+/// nothing.
 ///
 /// Errors: as CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);
