@@ -5,12 +5,14 @@
 
 #include <boost/asio/error.hpp>
 #include <boost/make_shared.hpp>
+#include <boost/system/system_error.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <future>
+#include <mutex>
 #include <pthread.h>
 
 using boost::system::error_code;
@@ -182,6 +184,34 @@ TEST(Manager, IoServiceThatCannotBeMadeIsAThreadResourceError)
         EXPECT_NE(std::string(error.what()).find("mutex"), std::string::npos);
     }
     mutexError = 0;
+}
+
+/// Throws from the records of a Bye, as a host's callback may.
+struct ThrowingLog : RecordingLog {
+    void Log(std::int32_t level, const std::string& text) override
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        RecordingLog::Log(level, text);
+        if (text.find("Sending Bye") == 0)
+            throw boost::system::system_error(kFailed);
+    }
+
+    std::mutex mutex;
+};
+
+TEST(Manager, SystemErrorOfAHandlerDoesNotEndTheThread)
+{
+    ThrowingLog log;
+    kx::CDiscoveryManager manager;
+    manager.log = &log;
+    const auto thread = std::async(std::launch::async, [&] { manager.RunIoService(); });
+    manager.Start(1, {{"127.0.0.1", "lo", "m", ""}});
+    manager.Shutdown();
+    thread.wait();
+    EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(),
+                         "25 Exception on the io_service thread. Error: Input/output error"),
+              1);
+    EXPECT_EQ(log.lines.back(), "25 io service thread exiting");
 }
 
 TEST(Manager, ShutDownBeforeItsThreadStartsStillEndsTheThread)
