@@ -43,7 +43,8 @@ void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
     adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
 }
 
-/// Text of a device's address. What is not six bytes long, as with tunnels, is no MAC address.
+/// Returns the text of a device's MAC address. Tunnels, for example, have addresses of other
+/// lengths, which are not MAC addresses.
 std::string MacText(nl_addr* address)
 {
     char text[sizeof(kNoMacAddress)];
@@ -52,7 +53,7 @@ std::string MacText(nl_addr* address)
                : kNoMacAddress;
 }
 
-/// The first IPv4 address of a device. The kernel lists the primary one first.
+/// Returns the first IPv4 address of a device. The kernel lists the primary one first.
 std::string FirstAddress(nl_cache* addresses, int index)
 {
     for (nl_object* each = nl_cache_get_first(addresses); each; each = nl_cache_get_next(each)) {
@@ -96,7 +97,7 @@ std::vector<Adapter> ReadAdapters()
         const int index = rtnl_link_get_ifindex(link);
         const std::string address = FirstAddress(addresses.get(), index);
         const unsigned flags = rtnl_link_get_flags(link);
-        // Running is the kernel's word for a carrier, and for a device that cannot know.
+        // IFF_RUNNING stands for a carrier, and is set for devices that cannot tell.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back({rtnl_link_get_name(link), index, address,
                             MacText(rtnl_link_get_addr(link)), connected,

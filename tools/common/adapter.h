@@ -8,10 +8,10 @@ namespace kx::tools {
 /// A network adapter of this machine.
 struct Adapter {
     std::string name; ///< network device name
-    /// Number of the device. One that is deleted and created again comes back with another, and
-    /// sockets that were bound to the old one stay deaf.
+    /// Number of the device. A device that is deleted and created again gets another, and sockets
+    /// that were bound to the old one receive nothing.
     int index;
-    std::string ipAddress; ///< its first IPv4 address as dotted text; empty when it has none
+    std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
     /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros, as loopback has it, for a device without one.
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up and has a carrier
@@ -24,28 +24,27 @@ struct Adapter {
 /// Reads the machine's adapters in the order of their index, over rtnetlink(7).
 ///
 /// Errors: std::runtime_error.
-/// Threads: any.
+/// Thread-safe.
 std::vector<Adapter> ReadAdapters();
 
-/// All adapters but loopback, those without an IPv4 address too.
+/// Reads all adapters but loopback, also those without an IPv4 address.
 ///
 /// Errors: as ReadAdapters.
 std::vector<Adapter> ReadNetworkAdapters();
 
-/// ReadNetworkAdapters for those who need an IPv4 address.
+/// Reads the adapters with an IPv4 address, but loopback.
 ///
-/// Errors: as ReadAdapters; std::runtime_error when no adapter is left.
+/// Errors: as ReadAdapters; std::runtime_error when there are none.
 std::vector<Adapter> ReadUsableAdapters();
 
-/// Picks the adapters that there are by name, in the order of the names; a name that is repeated
-/// counts once.
+/// Returns the adapters with the names, in the order of the names; each once, and none for a name
+/// that no adapter has.
 std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
                                   const std::vector<std::string>& names);
 
-/// FindAdapters for those who need every one of them with an IPv4 address.
+/// As FindAdapters, but every name needs an adapter with an IPv4 address.
 ///
-/// Errors: std::runtime_error when a name is no adapter's or its adapter has no IPv4 address; the
-/// text lists the adapters that there are.
+/// Errors: std::runtime_error when one has none; the text lists the adapters of the machine.
 std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
                                     const std::vector<std::string>& names);
 

@@ -9,8 +9,8 @@
 namespace kx::tools {
 namespace {
 
-/// The calling thread's locale, as long as this lives, for characters in UTF-8 whatever the user's
-/// locale is. Where the system has none, all but ASCII counts as unknown.
+/// Makes the calling thread read UTF-8, whatever the user's locale is, while this lives. Where the
+/// system has no such locale, only ASCII is known.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}
@@ -31,7 +31,7 @@ private:
 /// A character at the beginning of a text.
 struct Character {
     std::size_t length; ///< bytes
-    int columns;        ///< 0 or less: it fills none, or it is no character
+    int columns;        ///< 0 or less: none, or not a character
 };
 
 Character FirstCharacter(const char* text, std::size_t length)
@@ -39,7 +39,7 @@ Character FirstCharacter(const char* text, std::size_t length)
     wchar_t character = 0;
     std::mbstate_t state{};
     const std::size_t used = std::mbrtowc(&character, text, length, &state);
-    // 0 is for NUL; past the length are the two for what is cut or wrong.
+    // 0 stands for NUL; two values above the length stand for truncated and invalid characters.
     if (used == 0 || used > length)
         return {1, 0};
     return {used, wcwidth(character)};

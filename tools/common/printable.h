@@ -10,23 +10,20 @@
 
 namespace kx::tools {
 
-/// Makes a text from elsewhere fit for one line of a terminal: all that fills no column of its own
-/// becomes "\xhh" for each of its bytes, as control characters, marks that turn the direction of
-/// writing, and what is no UTF-8. Much of what is printed came over the network, where anybody may
-/// have sent it.
-///
-/// Threads: any.
+/// Escapes a text for one line of a terminal, since anybody on the network may have sent it.
+/// Whatever fills no column becomes "\xhh" for each of its bytes: control characters, marks that
+/// change the direction of writing, invalid UTF-8. Thread-safe.
 std::string Printable(const std::string& text);
 
-/// How many columns of a terminal a text fills that Printable made. Threads: any.
+/// Returns how many columns of a terminal a text from Printable fills. Thread-safe.
 std::size_t ColumnCount(const std::string& printable);
 
-/// A time to the millisecond.
+/// Returns a time to the millisecond.
 ///
 /// @param toCalendar  gmtime_r or localtime_r
-/// @param format      of what stands before the milliseconds, as of strftime(3)
+/// @param format      of all before the milliseconds, as in strftime(3)
 ///
-/// Threads: any.
+/// Thread-safe.
 inline std::string TimeText(std::chrono::system_clock::time_point time,
                             decltype(&localtime_r) toCalendar, const char* format)
 {

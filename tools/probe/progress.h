@@ -5,10 +5,8 @@
 
 namespace kx::tools {
 
-/// A line at the end of the terminal that standard error is, rewritten in place. It has to be
-/// cleared before anything else is printed.
-///
-/// Threads: one.
+/// A line at the end of the terminal, on standard error, that is rewritten in place. Clear it
+/// before anything else is printed. Not thread-safe.
 class CProgress {
 public:
     CProgress() = default;

@@ -15,14 +15,12 @@
 #include <utility>
 #include <vector>
 
-using boost::asio::ip::udp;
-
 namespace kx::tools {
 namespace {
 
 constexpr std::size_t kBatchSize = 64;
 constexpr std::size_t kMaxDatagramSize = 65536; // no UDP datagram is longer
-constexpr std::size_t kMaxQueuedBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMaxQueuedBytes = 64'000'000;
 
 } // namespace
 
