@@ -1,72 +1,57 @@
 #!/usr/bin/env python3
 """The host of host.c in Python: python3 host.py PLUGIN PORT
 
-The comments of host.c say why each step is there; here are those that concern Python."""
+The comments of host.c say why each step is there. Here are those that concern Python."""
 
 import ctypes as c
 import json
 import signal
+import struct
 import subprocess
 import sys
 import threading
 from xml.sax.saxutils import quoteattr
 
 RUN, APPLY = 1, 2
-NO_MAC = "00:00:00:00:00:00"
+SIGNALS = [signal.SIGINT, signal.SIGTERM]
 
 
-class HostRequest(c.Structure):  # as far as it is read here
-    _fields_ = [("size", c.c_uint32), ("fixed4", c.c_uint32), ("dataLength", c.c_uint32),
-                ("unused12", c.c_uint32), ("data", c.c_void_p)]
-
-
-class IoctlRequest(c.Structure):
-    _fields_ = [("unused0", c.c_uint8 * 8), ("code", c.c_uint32), ("unused12", c.c_uint8 * 12),
-                ("dataLength", c.c_int32), ("unused28", c.c_uint8 * 4), ("data", c.c_char_p)]
-
-
-Callback = c.CFUNCTYPE(None, c.POINTER(HostRequest), c.c_void_p)
-
-
-class LoadRequest(c.Structure):
-    _fields_ = [("unused0", c.c_uint8 * 16), ("callback", Callback)]
-
-
-@Callback  # a name of the module, so that it is not collected while the plug-in has its address
+@c.CFUNCTYPE(None, c.c_void_p, c.c_void_p)  # a global, so that it lives as long as the plug-in
 def on_record(request, reply):
-    record = c.string_at(request[0].data, request[0].dataLength - 1)  # without its NUL
-    print(ascii(record.decode(errors="replace")), flush=True)
+    length, data = struct.unpack("8xI4xQ", c.string_at(request, 24))
+    print(ascii(c.string_at(data, length - 1).decode(errors="replace")), flush=True)
 
 
-def call(function, request=None):
-    function(None if request is None else c.byref(request), c.create_string_buffer(112))
+def call(function, layout="", *fields):
+    """Calls an entry point; the layout is that of its request in pelorin/plugin.h. ctypes releases
+    the interpreter's lock meanwhile, so the callback can run on any thread."""
+    function(struct.pack(layout, *fields), c.create_string_buffer(112))  # fits each reply
 
 
 def adapters():
-    """Yields the element for each adapter. ifname is the device, not the label of an address."""
+    """Yields an element for each address. ifname is the device, not the label of the address."""
     listed = subprocess.run(["ip", "-json", "address"], check=True, stdout=subprocess.PIPE).stdout
     for device in json.loads(listed):
-        if device["link_type"] == "loopback":
-            continue
+        mac = quoteattr(device.get("address", "00:00:00:00:00:00"))
         connected = int({"UP", "LOWER_UP"} <= set(device["flags"]))
         for entry in device["addr_info"]:
-            if entry["family"] == "inet":
-                yield (f"<Adapter MACAddress={quoteattr(device.get('address', NO_MAC))}"
-                       f" Handle={quoteattr(device['ifname'])} IPAddress='{entry['local']}'"
-                       f" Connected='{connected}'/>")
+            if entry["family"] == "inet" and device["link_type"] != "loopback":
+                yield (f"<Adapter MACAddress={mac} Handle={quoteattr(device['ifname'])}"
+                       f" IPAddress='{entry['local']}' Connected='{connected}'/>")
 
 
-signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGINT, signal.SIGTERM])
+signal.pthread_sigmask(signal.SIG_BLOCK, SIGNALS)
 plugin = c.CDLL(sys.argv[1])
-call(plugin.Load, LoadRequest(callback=on_record))
+call(plugin.Load, "16xQ", c.cast(on_record, c.c_void_p).value)
 call(plugin.Open)
-lent = threading.Thread(target=call, args=(plugin.IOCTL, IoctlRequest(code=RUN)))
+lent = threading.Thread(target=call, args=(plugin.IOCTL, "8xI28x", RUN))
 lent.start()
 while True:
-    text = (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
-            f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode()
-    call(plugin.IOCTL, IoctlRequest(code=APPLY, dataLength=len(text), data=text))
-    if signal.sigtimedwait([signal.SIGINT, signal.SIGTERM], 0.5):
+    text = c.create_string_buffer(
+        (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
+         f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
+    call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
+    if signal.sigtimedwait(SIGNALS, 0.5):
         break
 while lent.is_alive():
     call(plugin.Close)
