@@ -4,7 +4,7 @@
 
 namespace kx {
 
-/// One connected network adapter, as the host's document names it. No form is checked here.
+/// One connected network adapter, as the host's document names it, without a check of its form.
 struct AdapterRecord {
     std::string ipAddress;  ///< IPv4 address as dotted text
     std::string handle;     ///< network device name

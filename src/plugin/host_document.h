@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 /// The names in the documents exchanged with the host, for all who write or read one.
 /// pelorin/plugin.h shows the documents.
 namespace kx {
@@ -12,6 +14,7 @@ inline constexpr char kDeltaAttribute[] = "Delta";
 inline constexpr char kServersElement[] = "Servers";
 inline constexpr char kServerElement[] = "Server";
 inline constexpr char kPortAttribute[] = "Port";
+inline constexpr std::int32_t kDefaultServerPort = 22609; ///< until a document sets another
 inline constexpr char kNetworkElement[] = "Network";
 inline constexpr char kAdapterElement[] = "Adapter";
 inline constexpr char kMacAddressAttribute[] = "MACAddress";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "adapter_record.h"
+#include "host_document.h"
 
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
@@ -26,7 +27,7 @@ struct PluginContext {
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
     /// As read, without a range check. Atomic: the run loop first reads it without the mutex.
-    std::atomic<std::int32_t> serverPort{22609};
+    std::atomic<std::int32_t> serverPort{kDefaultServerPort};
 };
 
 } // namespace kx

@@ -21,7 +21,6 @@ using tinyxml2::XMLNode;
 namespace kx::tools {
 namespace {
 
-constexpr std::int32_t kDefaultPort = 22609;
 constexpr std::int32_t kMaxPort = 65535;
 constexpr char kNoAddress[] = "0.0.0.0";
 
@@ -179,7 +178,7 @@ private:
         std::int32_t port = 0;
         if (!ReadInteger(server, kPortAttribute, port)) {
             Add(Kind::kPort, line,
-                Compose(kDefaultPort, " unless an earlier document set another: ",
+                Compose(kDefaultServerPort, " unless an earlier document set another: ",
                         AttributeFault(server, kPortAttribute, "a number")));
             return;
         }

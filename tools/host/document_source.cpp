@@ -37,7 +37,7 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Whether an adapter was connected and is so no more, or is now another device.
+/// Whether an adapter was connected and no longer is, or is now another device.
 bool IsGone(const Adapter& before, const std::vector<Adapter>& adapters)
 {
     return before.connected &&

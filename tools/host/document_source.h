@@ -45,42 +45,42 @@ public:
     IDocumentSource& operator=(const IDocumentSource&) = delete;
     virtual ~IDocumentSource() = default;
 
-    /// Reads anew; what was read is handed over even if it is the same as before.
+    /// Reads again; the result is handed over even if nothing changed.
     ///
     /// Errors: std::exception; nothing is handed over then.
     virtual void Read() = 0;
 
-    /// Readable, as poll(2) has it, when there are changes to read; -1: never.
+    /// A descriptor that becomes readable, as for poll(2), when there are changes; -1: never.
     virtual int Descriptor() const { return -1; }
 
-    /// Reads what Descriptor has told of; only what differs is handed over. Errors: as Read.
+    /// Reads the changes that Descriptor announced; hands over only what differs. Errors: as Read.
     virtual void ReadChanges() {}
 
-    /// The next document to hand over, which then counts as handed over.
+    /// Returns the next document to hand over, which then counts as handed over.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
 /// Documents by which a server tells its port and its adapters.
 class CAdapterSource : public IDocumentSource {
 public:
-    /// Gives the adapters to list, as they are now.
+    /// Returns the adapters to list, as they are now.
     using ReadListed = std::function<std::vector<Adapter>()>;
 
-    /// @param follow  whether changes are watched for
+    /// @param follow  whether to watch for changes
     CAdapterSource(int serverPort, ReadListed listed, bool follow);
 
     void Read() override;
     int Descriptor() const override;
     void ReadChanges() override;
 
-    /// Leaves an adapter out once if its device is another than the one handed over last: the
-    /// plug-in has to let go of the old one first.
+    /// Leaves an adapter out once if its device was replaced by another: the plug-in has to release
+    /// the old one first.
     std::optional<OutgoingDocument> Next() override;
 
 private:
     const int port;
     const ReadListed readListed;
-    std::optional<CAdapterMonitor> monitor; // before the first look: nothing is missed in between
+    std::optional<CAdapterMonitor> monitor; // created before the first reading: misses nothing
     std::vector<Adapter> target;            // to be handed over
     std::vector<Adapter> handedOver;
     std::string handedOverText;

@@ -18,6 +18,7 @@ namespace kx::tools {
 namespace {
 
 constexpr int kLabelWidth = 7;
+/// As CDiscoveryManager::StopAll reports it.
 constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
 
 // Escape sequences as of console_codes(4).
@@ -31,24 +32,24 @@ LogForm logForm = LogForm::kPlain;
 std::mutex printing;
 std::atomic<unsigned> stopRecordCount{0};
 
-/// A step of the host's own.
+/// A step of the host.
 struct HostStep {
     std::string text;
 };
 
-/// An entry as a line of text.
-struct Line {
+/// An entry as text.
+struct TextEntry {
     std::string label;
     std::string text;
     const char* color;
 };
 
-Line ToLine(const HostStep& step)
+TextEntry ToTextEntry(const HostStep& step)
 {
     return {"host", step.text, kCyan};
 }
 
-Line ToLine(const LogRecord& record)
+TextEntry ToTextEntry(const LogRecord& record)
 {
     switch (record.level) {
     case PELORIN_LEVEL_LOCAL:
@@ -64,13 +65,13 @@ Line ToLine(const LogRecord& record)
     }
 }
 
-Line ToLine(const Registration& module)
+TextEntry ToTextEntry(const Registration& module)
 {
     return {"module", Compose(module.name, " ", module.version, ", module ", module.identifier),
             kCyan};
 }
 
-Line ToLine(const UnknownRecord& record)
+TextEntry ToTextEntry(const UnknownRecord& record)
 {
     return {"raw", Compose("command ", record.command, ": ", record.data), kMagenta};
 }
@@ -105,13 +106,13 @@ std::string Format(const Entry& entry)
     if (logForm == LogForm::kJson) {
         Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
         json.update(ToJson(entry));
-        // What is no UTF-8 must not get lost for it.
+        // Text that is not valid UTF-8 must not be lost.
         return json.dump(-1, ' ', true, Json::error_handler_t::replace);
     }
-    const Line line = ToLine(entry);
+    const TextEntry text = ToTextEntry(entry);
     const bool colored = logForm == LogForm::kColored;
-    return Compose(TimeText(now, localtime_r, "%H:%M:%S"), " ", colored ? line.color : "",
-                   std::left, std::setw(kLabelWidth), line.label, " ", Printable(line.text),
+    return Compose(TimeText(now, localtime_r, "%H:%M:%S"), " ", colored ? text.color : "",
+                   std::left, std::setw(kLabelWidth), text.label, " ", Printable(text.text),
                    colored ? kDefaultColor : "");
 }
 
@@ -119,7 +120,7 @@ template <class Entry>
 void Print(const Entry& entry)
 {
     const std::lock_guard<std::mutex> lock(printing);
-    // The time is taken under the lock: lines never go back in time.
+    // Read under the lock, so that the times of the lines never decrease.
     std::cout << Format(entry) + "\n" << std::flush;
 }
 

@@ -7,25 +7,23 @@
 namespace kx::tools {
 
 enum class LogForm {
-    kPlain,   ///< a line an entry: time of day, label, text
-    kColored, ///< the same with colours of a terminal
-    kJson,    ///< a JSON object an entry and line
+    kPlain,   ///< one line for each entry: time of day, label, text
+    kColored, ///< the same with the colours of a terminal
+    kJson,    ///< one line for each entry: a JSON object
 };
 
-/// Sets the form of all that is printed from here on; before there is a second thread.
+/// Sets the form of everything printed from now on. Call it before a second thread exists.
 void SetLogForm(LogForm form);
 
-/// Prints a step of the host's own on standard output. The line is flushed.
-///
-/// Threads: any, also at once; entries come out whole.
+/// Prints a step of the host on standard output and flushes it. Thread-safe.
 void Say(const std::string& text);
 
-/// The callback that the plug-in is given: prints what the plug-in sends, as Say does, and leaves
-/// the status at 0. A PelorinHostCallback.
+/// The host's callback, a PelorinHostCallback: prints what the plug-in sends, as Say does, and
+/// leaves the status at 0.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
-/// How often the plug-in has reported that it stops all endpoints, the first thing it does when a
-/// document brought a change. Threads: any.
+/// Returns how many times the plug-in reported that it stops all endpoints, which is the first
+/// thing it does when a document brings a change. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

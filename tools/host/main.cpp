@@ -1,5 +1,6 @@
 #include "check_files.h"
 #include "document_source.h"
+#include "host_document.h"
 #include "host_log.h"
 #include "plugin_library.h"
 #include "run_plugin.h"
@@ -17,7 +18,7 @@
 namespace kx::tools {
 namespace {
 
-constexpr int kLastPort = 65535;
+constexpr int kMaxPort = 65535;
 constexpr char kDescription[] =
     "Runs the discovery plug-in and prints what it reports. SIGHUP reads the adapters or the "
     "document again and hands them over once more; SIGINT and SIGTERM end the host.";
@@ -26,7 +27,7 @@ struct HostOptions {
     std::vector<std::string> adapterNames{"lo"};
     bool all = false;
     bool follow = false;
-    int port = 22609;
+    int port = kDefaultServerPort;
     std::optional<std::string> documentFile;
     std::vector<std::string> checkedFiles;
     bool elsewhere = false;
@@ -45,9 +46,9 @@ void AddOptions(CLI::App& app, HostOptions& options)
     CLI::Option* follow =
         app.add_flag("--follow", options.follow,
                      "Hand over the adapters whenever they, their links or addresses change; "
-                     "one of them may yet have to appear");
+                     "an adapter may appear later");
     CLI::Option* port = app.add_option("--port", options.port, "Port that the recorder serves on")
-                            ->check(CLI::Range(1, kLastPort).description(""))
+                            ->check(CLI::Range(1, kMaxPort).description(""))
                             ->type_name("PORT")
                             ->capture_default_str();
     CLI::Option* document =
@@ -56,23 +57,23 @@ void AddOptions(CLI::App& app, HostOptions& options)
             ->excludes(adapter, all, follow, port)
             ->type_name("FILE");
     CLI::Option* limit = app.add_option("--for", options.limitSeconds,
-                                        "Time to run; otherwise until SIGINT or SIGTERM")
+                                        "Time to run; by default until SIGINT or SIGTERM")
                              ->check(PositiveSeconds())
                              ->type_name("SECONDS");
     CLI::Option* plugin =
         app.add_option("--plugin", options.pluginFile,
-                       "Plug-in; otherwise pelorin.so beside this file, or the installed one")
+                       "Plug-in; by default pelorin.so beside this file, or the installed one")
             ->type_name("FILE");
     CLI::Option* check =
         app.add_option("--check", options.checkedFiles,
-                       "Run nothing; say how the plug-in reads these documents; - for standard "
-                       "input")
+                       "Explain how the plug-in reads these documents, without running it; - for "
+                       "standard input")
             ->excludes(adapter, all, follow, port, document, limit, plugin)
             ->type_name("FILE");
     app.add_flag("--elsewhere", options.elsewhere,
-                 "The documents are for another machine: leave out this one's adapters")
+                 "With --check: the documents are for another machine than this")
         ->needs(check);
-    app.add_flag("--json", options.json, "Print JSON, one object a line");
+    app.add_flag("--json", options.json, "Print JSON, one object per line");
 }
 
 std::vector<Adapter> ReadListedAdapters(const HostOptions& options)
@@ -99,7 +100,7 @@ LogForm ChooseLogForm(bool json)
     return isatty(STDOUT_FILENO) && !(noColor && *noColor) ? LogForm::kColored : LogForm::kPlain;
 }
 
-/// A name may be that of an adapter to come, or a mistake.
+/// Prints which names are not those of an adapter: it may appear later, or the name is wrong.
 void SayWhatIsMissing(const std::vector<std::string>& names)
 {
     const std::vector<Adapter> adapters = ReadAdapters();
@@ -122,7 +123,7 @@ int Host(const HostOptions& options)
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
-    // A reader of the output that goes first must not keep the recorder from saying Bye.
+    // If the reader of the output ends first, the recorder must still say Bye.
     std::signal(SIGPIPE, SIG_IGN);
     const CSignalQueue signals;
     const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)

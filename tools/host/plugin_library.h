@@ -73,10 +73,10 @@ private:
     std::thread lent;
 };
 
-/// The plug-in that goes with this program: pelorin.so in the folder of the executable, where it is
-/// built, or else where it is installed.
+/// Returns the plug-in that belongs to this program: pelorin.so in the folder of the executable,
+/// where it is built, or else where it is installed.
 ///
-/// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not there.
+/// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not mounted.
 std::filesystem::path OwnPluginFile();
 
 } // namespace kx::tools

@@ -28,10 +28,7 @@ struct UnknownRecord {
 
 using PluginRecord = std::variant<LogRecord, Registration, UnknownRecord>;
 
-/// Reads what the plug-in sent.
-///
-/// Reads dataLength bytes and relies on no NUL, though the plug-in sends one.
-/// Threads: any.
+/// Reads what the plug-in sent: dataLength bytes, with or without a NUL at the end. Thread-safe.
 PluginRecord ReadPluginRecord(const PelorinHostRequest& request);
 
 } // namespace kx::tools

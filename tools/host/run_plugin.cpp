@@ -17,19 +17,18 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-constexpr milliseconds kTurnInterval{100};
-/// How often a document is sent again for as long as it holds: the plug-in may have been held up
-/// for longer than anybody would wait.
+constexpr milliseconds kResendInterval{100};
+/// Interval at which the current document is sent for as long as it is current: the plug-in may be
+/// held up longer than kActBound.
 constexpr std::chrono::seconds kRepeatInterval{2};
-/// How long the plug-in gets to act on a document. It need not act at all: what brings nothing new
-/// is passed over in silence. It may act later, when it has several blocked endpoints to stop
-/// first.
+/// Time for the plug-in to act on a document. It does not act on one that brings nothing new, and
+/// later if it has several blocked endpoints to stop first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
 
-/// Says what the check found in a document of the user's own.
+/// Prints what the check found in the user's own document.
 void SayFindings(const DocumentCheck& check)
 {
     for (const Finding& each : check.findings)
@@ -37,16 +36,14 @@ void SayFindings(const DocumentCheck& check)
     Say(Compose("The document is ", ToText(check.verdict)));
 }
 
-/// Hands documents to the plug-in, each several times.
-///
-/// The plug-in does not see a document that comes while it is not waiting for one, until the next
-/// comes. Sending it more often than that does no harm, since only a change counts.
+/// Hands documents to the plug-in, each several times: the plug-in misses one that comes while it
+/// is not waiting for one. Repeating does no harm, since only a change counts.
 class CDelivery {
 public:
     explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
 
-    /// Whether the document in hand may give way to another.
-    bool Free() const { return settled || !document.takesAway; }
+    /// Whether the next document may replace the current one.
+    bool IsFree() const { return settled || !document.takesAway; }
 
     void Start(OutgoingDocument next)
     {
@@ -59,17 +56,16 @@ public:
         settled = false;
     }
 
-    /// To be called at every turn: sends the document in hand, often until the plug-in has had its
-    /// chance with it. One that never acted on any may not have begun to wait: it has its chance
-    /// for ever.
-    void Turn()
+    /// Sends the current document at each call until the plug-in acted on it or the time is up, and
+    /// every kRepeatInterval from then on. At each call, too, as long as the plug-in has not acted
+    /// on any document: its run may not have begun to wait.
+    void Resend()
     {
         const auto now = steady_clock::now();
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // Looked at before the sending, so it is sent once more after the plug-in acted: that may
-        // have been on the document before.
+        // Read before sending: the action may belong to the previous document.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
@@ -89,7 +85,7 @@ private:
     bool settled = false;
 };
 
-/// Lets the source read. What is in its way is said, and what is handed over stays.
+/// Lets the source read. Prints why it fails; the current document then stays.
 template <class Read>
 void Attempt(const Read& read)
 {
@@ -100,8 +96,8 @@ void Attempt(const Read& read)
     }
 }
 
-/// Takes the signals that came; true when one of them asks for the end.
-bool TakeSignals(const CSignalQueue& signals, IDocumentSource& source)
+/// Handles the signals that arrived; returns whether one of them asks for the end.
+bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
 {
     while (const int signal = signals.Take()) {
         if (signal != SIGHUP)
@@ -113,8 +109,8 @@ bool TakeSignals(const CSignalQueue& signals, IDocumentSource& source)
 
 /// Serves the running plug-in until it is time to close it.
 ///
-/// Changes of the source are gathered for a while from the first on: they tend to come in bursts,
-/// and every document that brings one has the plug-in start all over.
+/// After the first change of the source it waits for kAdapterGatherTime: changes come in bursts,
+/// and each document with a change makes the plug-in restart all endpoints.
 void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const CPluginRun& run,
                     const CSignalQueue& signals, steady_clock::time_point deadline)
 {
@@ -126,27 +122,27 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
             gathered = steady_clock::time_point::max();
             Attempt([&] { source.ReadChanges(); });
         }
-        if (delivery.Free()) {
+        if (delivery.IsFree()) {
             if (auto document = source.Next())
                 delivery.Start(std::move(*document));
         }
-        delivery.Turn();
+        delivery.Resend();
 
         const bool gathering = gathered != steady_clock::time_point::max();
         pollfd watched[] = {{signals.Descriptor(), POLLIN, 0},
                             {gathering ? -1 : source.Descriptor(), POLLIN, 0}};
-        const auto next = std::min({deadline, gathered, now + kTurnInterval});
+        const auto next = std::min({deadline, gathered, now + kResendInterval});
         poll(watched, std::size(watched),
              static_cast<int>(std::chrono::ceil<milliseconds>(next - now).count()));
         if (watched[1].revents)
             gathered = steady_clock::now() + kAdapterGatherTime;
-        if (TakeSignals(signals, source))
+        if (HandleSignals(signals, source))
             return;
     }
 }
 
-void LiveThrough(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
-                 std::optional<steady_clock::duration> limit)
+void RunFromLoadToUnload(const CPluginLibrary& plugin, IDocumentSource& source,
+                         const CSignalQueue& signals, std::optional<steady_clock::duration> limit)
 {
     Say(Compose("Loaded module ", plugin.Load(OnPluginRequest)));
     plugin.Open();
@@ -171,10 +167,10 @@ void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSig
                std::optional<steady_clock::duration> limit)
 {
     try {
-        LiveThrough(plugin, source, signals, limit);
+        RunFromLoadToUnload(plugin, source, signals, limit);
     } catch (const std::exception& error) {
-        // As a text of our own: the code of an exception that the plug-in threw goes with its
-        // library, which is closed before anybody further out could ask the exception what it is.
+        // Copied: the code of an exception that the plug-in threw is unloaded with its library,
+        // before the caller could ask the exception for its text.
         throw std::runtime_error(Compose("the plug-in failed: ", error.what()));
     }
 }

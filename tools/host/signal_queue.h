@@ -2,11 +2,11 @@
 
 namespace kx::tools {
 
-/// SIGINT, SIGTERM and SIGHUP as something to poll. Constructed before the first thread is made:
-/// every thread then inherits the blocked signals, and none of them is ever interrupted by one.
+/// SIGINT, SIGTERM and SIGHUP as a descriptor to poll. Construct it before the first thread is
+/// created: every thread then inherits the blocked signals, and no signal interrupts any of them.
 class CSignalQueue {
 public:
-    /// Blocks the signals in the calling thread, for good.
+    /// Blocks the signals in the calling thread and leaves them blocked.
     ///
     /// Errors: std::system_error.
     CSignalQueue();
@@ -14,10 +14,10 @@ public:
     CSignalQueue& operator=(const CSignalQueue&) = delete;
     ~CSignalQueue();
 
-    /// Readable, as poll(2) has it, as soon as a signal came.
+    /// A descriptor that becomes readable, as for poll(2), when a signal arrives.
     int Descriptor() const { return descriptor; }
 
-    /// Takes a signal that came, without waiting; 0 when none did.
+    /// Returns the next signal that arrived, without waiting; 0 if there is none.
     int Take() const;
 
 private:

@@ -1,5 +1,6 @@
 #include "burst_source.h"
 
+#include "host_document.h"
 #include "host_log.h"
 #include "process_state.h"
 #include "text.h"
@@ -12,7 +13,6 @@ using std::chrono::milliseconds;
 namespace kx::tools {
 namespace {
 
-constexpr int kServerPort = 22609;
 constexpr milliseconds kBurstInterval{4000};
 constexpr milliseconds kStateInterval{1000};
 constexpr int kBurstDocuments = 25; // of each thread
@@ -34,7 +34,7 @@ milliseconds RandomTime(std::mt19937& generator, milliseconds mean)
 CBurstSource::CBurstSource(const CPluginLibrary& served, std::mt19937& generator)
     : plugin(served),
       random(generator),
-      adapters(kServerPort, ReadNetworkAdapters, true),
+      adapters(kDefaultServerPort, ReadNetworkAdapters, true),
       nextBurst(Clock::now() + RandomTime(random, kBurstInterval)),
       nextState(Clock::now() + kStateInterval)
 {
