@@ -3,7 +3,7 @@
 # servers.
 include(GNUInstallDirs)
 
-set(tools pelorin-host pelorin-probe)
+set(tools pelorin-doctor pelorin-host pelorin-probe)
 
 # pelorin_compress(FILE INPUT): makes INPUT.gz, named FILE.gz, in the build folder.
 function(pelorin_compress name input)
@@ -89,8 +89,9 @@ Pelorin announces a network video recorder on every IPv4 network that it is
 connected to and answers clients that look for one there, so that people find
 it without knowing its address. The recorder's server loads it as pelorin.so.
 .
-Two tools come with it: pelorin-host runs the plug-in without a server, and
-pelorin-probe lists the recorders of a network.")
+Three tools come with it: pelorin-host runs the plug-in without a server,
+pelorin-probe lists the recorders of a network, and pelorin-doctor finds out
+why a recorder is not found.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME pelorin-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION devel)

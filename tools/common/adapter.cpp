@@ -53,18 +53,19 @@ std::string MacText(nl_addr* address)
                : kNoMacAddress;
 }
 
-/// Returns the first IPv4 address of a device. The kernel lists the primary one first.
-std::string FirstAddress(nl_cache* addresses, int index)
+/// Returns the IPv4 addresses of a device. The kernel lists the primary one first.
+std::vector<std::string> AddressesOf(nl_cache* addresses, int index)
 {
+    std::vector<std::string> found;
     for (nl_object* each = nl_cache_get_first(addresses); each; each = nl_cache_get_next(each)) {
         auto* entry = reinterpret_cast<rtnl_addr*>(each);
         if (rtnl_addr_get_ifindex(entry) != index || rtnl_addr_get_family(entry) != AF_INET)
             continue;
         char text[INET_ADDRSTRLEN] = "";
         inet_ntop(AF_INET, nl_addr_get_binary_addr(rtnl_addr_get_local(entry)), text, sizeof(text));
-        return text;
+        found.emplace_back(text);
     }
-    return "";
+    return found;
 }
 
 std::string ListAdapters(const std::vector<Adapter>& adapters)
@@ -95,13 +96,15 @@ std::vector<Adapter> ReadAdapters()
     for (nl_object* each = nl_cache_get_first(links.get()); each; each = nl_cache_get_next(each)) {
         auto* link = reinterpret_cast<rtnl_link*>(each);
         const int index = rtnl_link_get_ifindex(link);
-        const std::string address = FirstAddress(addresses.get(), index);
+        const std::vector<std::string> found = AddressesOf(addresses.get(), index);
+        const std::string address = found.empty() ? "" : found.front();
         const unsigned flags = rtnl_link_get_flags(link);
         // IFF_RUNNING stands for a carrier, and is set for devices that cannot tell.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back({rtnl_link_get_name(link), index, address,
                             MacText(rtnl_link_get_addr(link)), connected,
-                            (flags & IFF_LOOPBACK) != 0, rtnl_link_get_operstate(link)});
+                            (flags & IFF_LOOPBACK) != 0, rtnl_link_get_operstate(link), flags,
+                            found});
     }
     std::sort(adapters.begin(), adapters.end(),
               [](const Adapter& left, const Adapter& right) { return left.index < right.index; });

@@ -19,6 +19,8 @@ struct Adapter {
     /// RFC 2863 operational state as in IF_OPER_* of linux/if.h. A bridge without a port is
     /// connected in the state "unknown", and its first port changes nothing else.
     int operationalState;
+    unsigned flags = 0;                      ///< IFF_UP and the others of netdevice(7)
+    std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, the first one first
 };
 
 /// Reads the machine's adapters in the order of their index, over rtnetlink(7).

@@ -7,9 +7,7 @@
 #include <algorithm>
 
 namespace kx::tools {
-namespace {
 
-/// Returns the host of a URI (RFC 3986 3.2.2); empty when it has none.
 std::string HostOf(const std::string& uri)
 {
     const std::string mark = "://";
@@ -21,8 +19,6 @@ std::string HostOf(const std::string& uri)
     authority = authority.substr(authority.rfind('@') + 1);
     return authority.substr(0, authority.find(':'));
 }
-
-} // namespace
 
 std::string MacOf(const Device& device)
 {

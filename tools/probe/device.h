@@ -22,6 +22,9 @@ struct Device {
 /// Returns what the scope "mac:..." of a device says; empty without one. Thread-safe.
 std::string MacOf(const Device& device);
 
+/// Returns the host of a URI (RFC 3986 3.2.2); empty when it has none. Thread-safe.
+std::string HostOf(const std::string& uri);
+
 /// Whether the device advertises an address that is not the one it answered from: one that it does
 /// not have, or has behind a NAT.
 ///

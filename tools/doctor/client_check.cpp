@@ -1,0 +1,223 @@
+#include "client_check.h"
+
+#include "text.h"
+
+#include <algorithm>
+#include <net/if.h>
+#include <utility>
+
+using Json = nlohmann::ordered_json;
+
+namespace kx::tools {
+namespace {
+
+Json ToJson(const SeenAnswer& answer)
+{
+    return {{"source", answer.source.to_string()},
+            {"address", answer.device.address},
+            {"xaddrs", answer.device.xaddrs},
+            {"kind", answer.target.empty() ? "group" : "direct"}};
+}
+
+std::string Join(const std::set<std::string>& words)
+{
+    std::string text;
+    for (const std::string& each : words)
+        text += (text.empty() ? "" : ", ") + each;
+    return text;
+}
+
+/// Judges one adapter: each step adds what it finds.
+class CClientCheck {
+public:
+    explicit CClientCheck(const ClientObservation& observation) : seen(observation) {}
+
+    Findings Run()
+    {
+        CheckFound();
+        CheckBlocked();
+        CheckDirect();
+        CheckAddresses();
+        if (!seen.target.empty())
+            CheckTarget();
+        if (!AnyAnswer(seen, "") && !AnyAnswer(seen, seen.target))
+            CheckSilence();
+        return std::move(findings);
+    }
+
+private:
+    void CheckFound();
+    void CheckBlocked();
+    void CheckDirect();
+    void CheckTarget();
+    void CheckAddresses();
+    void CheckSilence();
+    bool Answered(const std::string& source) const;
+    bool CarriesMulticast() const;
+
+    void Add(const char* name, Level level, Json evidence, std::string text,
+             std::string variant = "")
+    {
+        findings.push_back({name, level, seen.adapter.name, std::move(evidence), std::move(text),
+                            std::move(variant)});
+    }
+
+    const ClientObservation& seen;
+    Findings findings;
+};
+
+/// Whether somebody with this address answered the Probe to the group.
+bool CClientCheck::Answered(const std::string& source) const
+{
+    return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
+        return each.target.empty() && each.source.to_string() == source;
+    });
+}
+
+/// False for an adapter that keeps the group away by itself, which is reported already.
+bool CClientCheck::CarriesMulticast() const
+{
+    return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;
+}
+
+void CClientCheck::CheckFound()
+{
+    Json recorders = Json::array();
+    std::string text;
+    for (const SeenAnswer& each : seen.answers) {
+        if (!each.target.empty() || !each.received)
+            continue;
+        recorders.push_back(ToJson(each));
+        text += Compose(text.empty() ? "" : ", ", each.source.to_string());
+        for (const std::string& xaddr : each.device.xaddrs)
+            text += " at " + xaddr;
+    }
+    if (!recorders.empty())
+        Add("found", Level::kOk, {{"recorders", recorders}}, text);
+}
+
+void CClientCheck::CheckBlocked()
+{
+    Json blocked = Json::array();
+    std::string text;
+    std::string source;
+    for (const SeenAnswer& each : seen.answers) {
+        if (each.received)
+            continue;
+        blocked.push_back(ToJson(each));
+        source = each.source.to_string();
+        text += Compose(text.empty() ? "" : ", ", "the answer of ", source, " to the Probe to ",
+                        each.target.empty() ? "the group" : each.target);
+    }
+    if (blocked.empty())
+        return;
+    const bool filtered = seen.reversePathDropCount > 0;
+    Add("answers-blocked-here", Level::kFault,
+        {{"answers", blocked}, {"source", source}, {"reversePathDrops", seen.reversePathDropCount}},
+        text + " came to the adapter, and the program did not receive it",
+        filtered ? "reverse-path" : "");
+}
+
+void CClientCheck::CheckDirect()
+{
+    std::set<std::pair<std::string, std::string>> asked;
+    for (const SeenAnswer& each : seen.answers) {
+        const std::string target = each.source.to_string();
+        const std::string& address = each.device.address;
+        if (!each.target.empty() || !asked.insert({target, address}).second)
+            continue;
+        // By the same recorder: two on one machine have one address.
+        const bool direct =
+            std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
+                return other.target == target && other.device.address == address;
+            });
+        if (!direct) {
+            Add("direct-lost", Level::kFault, {{"target", target}, {"address", address}},
+                Compose(target, " answers the Probe to the group and not the one to its address"));
+        }
+    }
+}
+
+/// What became of the address that the user gave.
+void CClientCheck::CheckTarget()
+{
+    if (Answered(seen.target))
+        return;
+    if (!AnyAnswer(seen, seen.target)) {
+        Add("nothing-came", Level::kFault, {{"target", seen.target}, {"watched", seen.watched}},
+            Compose("no answer of ", seen.target, seen.watched ? " came" : " was received"),
+            "target");
+    } else if (CarriesMulticast()) {
+        Add("group-lost", Level::kFault, {{"target", seen.target}},
+            Compose(seen.target, " answers the Probe to its address and not the one to the group"));
+    }
+}
+
+/// One finding for each recorder that advertises an address that it does not answer at.
+void CClientCheck::CheckAddresses()
+{
+    std::set<std::pair<std::string, std::string>> reported;
+    for (const SeenAnswer& each : seen.answers) {
+        if (!AdvertisesOtherHost(each.device, each.source))
+            continue;
+        std::set<std::string> hosts;
+        for (const std::string& xaddr : each.device.xaddrs)
+            hosts.insert(HostOf(xaddr));
+        const bool reached =
+            std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
+                return hosts.count(other.target) > 0 && other.device.address == each.device.address;
+            });
+        const std::string advertised = Join(hosts);
+        if (reached || !reported.insert({advertised, each.device.address}).second)
+            continue;
+        Add("address-mismatch", Level::kFault,
+            {{"source", each.source.to_string()},
+             {"advertised", advertised},
+             {"address", each.device.address},
+             {"xaddrs", each.device.xaddrs}},
+            Compose("the answer comes from ", each.source.to_string(), " and names ", advertised));
+    }
+}
+
+/// When no recorder answers the Probe to the group.
+void CClientCheck::CheckSilence()
+{
+    const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;
+    if (!seen.otherDevices.empty()) {
+        Add("other-devices-only", level, {{"devices", seen.otherDevices}},
+            "no recorder answers, but these do: " + Join(seen.otherDevices));
+    } else if (!seen.sendError.empty()) {
+        Add("nothing-came", level, {{"sendError", seen.sendError}, {"watched", seen.watched}},
+            "the Probe cannot be sent: " + seen.sendError, "not-sent");
+    } else if (seen.target.empty()) {
+        Add("nothing-came", level, {{"watched", seen.watched}},
+            seen.watched ? "no answer came to the adapter" : "no answer was received");
+    }
+}
+
+} // namespace
+
+bool AnyAnswer(const ClientObservation& seen, const std::string& target)
+{
+    return std::any_of(seen.answers.begin(), seen.answers.end(),
+                       [&](const SeenAnswer& each) { return each.target == target; });
+}
+
+std::set<std::string> OtherHosts(const ClientObservation& seen)
+{
+    std::set<std::string> hosts;
+    for (const SeenAnswer& each : seen.answers) {
+        if (!AdvertisesOtherHost(each.device, each.source))
+            continue;
+        for (const std::string& xaddr : each.device.xaddrs)
+            hosts.insert(HostOf(xaddr));
+    }
+    return hosts;
+}
+
+Findings CheckClient(const ClientObservation& seen)
+{
+    return CClientCheck(seen).Run();
+}
+
+} // namespace kx::tools

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "finding.h"
+
+#include <string>
+#include <vector>
+
+namespace kx::tools {
+
+/// Looks for recorders as a client does, and at what comes back: takes up to 4 s, and tells on a
+/// terminal how long still.
+///
+/// @param names   see CheckAdapters
+/// @param target  IPv4 address of a recorder to ask directly as well; may be empty
+///
+/// Errors: std::runtime_error.
+/// Threads: one.
+Findings ExamineClient(const std::vector<std::string>& names, const std::string& target);
+
+} // namespace kx::tools

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <boost/asio/ip/address_v4.hpp>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+/// What the kernel knows of multicast groups, routes and reverse-path filtering. Threads: any.
+namespace kx::tools {
+
+/// How many sockets have joined a multicast group, by the name of the device; devices without any
+/// are left out. From /proc/net/igmp.
+std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
+
+/// How many datagrams reverse-path filtering has dropped: TcpExt IPReversePathFilter of
+/// /proc/net/netstat, for all adapters together. It does not count what a firewall drops.
+std::uint64_t ReadReversePathDrops();
+
+/// Index of the device by which a datagram to the address leaves, over rtnetlink(7); 0 without a
+/// route.
+int RouteTo(const boost::asio::ip::address_v4& address);
+
+/// A value of /proc/sys, as "net/core/rmem_max"; empty when the kernel does not show it here.
+std::string ReadSetting(const std::string& name);
+
+} // namespace kx::tools

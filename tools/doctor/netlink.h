@@ -1,0 +1,27 @@
+#pragma once
+
+#include <netlink/msg.h>
+
+#include <functional>
+#include <memory>
+
+namespace kx::tools {
+
+struct FreeNetlinkMessage {
+    void operator()(nl_msg* message) const { nlmsg_free(message); }
+};
+using NetlinkMessage = std::unique_ptr<nl_msg, FreeNetlinkMessage>;
+
+/// A request without content. Errors: std::bad_alloc.
+NetlinkMessage MakeNetlinkMessage(int type, int flags);
+
+/// Asks the kernel over netlink(7) and hands on each message of its answer.
+///
+/// @param protocol  as NETLINK_ROUTE
+/// @param onAnswer  must not throw: it is called by C code
+/// @return 0, or a negative error of libnl, for nl_geterror
+///
+/// Threads: any.
+int AskKernel(int protocol, nl_msg* request, const std::function<void(nlmsghdr*)>& onAnswer);
+
+} // namespace kx::tools

@@ -1,0 +1,230 @@
+#include "recorder_run.h"
+
+#include "adapter_check.h"
+#include "device_type.h"
+#include "discovery_group.h"
+#include "discovery_soap.h"
+#include "kernel_state.h"
+#include "message_reader.h"
+#include "packet_watch.h"
+#include "progress.h"
+#include "recorder_check.h"
+#include "run_tool.h"
+#include "text.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/udp.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <iostream>
+#include <list>
+#include <memory>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using boost::asio::ip::make_address_v4;
+using boost::asio::ip::udp;
+using boost::system::error_code;
+using std::chrono::steady_clock;
+
+namespace kx::tools {
+namespace {
+
+/// A recorder reads no more of a datagram.
+constexpr std::size_t kMaxProbeSize = 4096;
+
+/// For the answer to a Probe that came at the end of the watch.
+constexpr std::chrono::milliseconds kAnswerTime{500};
+
+constexpr std::chrono::milliseconds kProgressInterval{200};
+
+/// Whether a socket like a recorder's cannot be bound, because another program has the port and
+/// does not share it. Only to be asked where no recorder listens: for that moment a second socket
+/// would take what is for the first.
+bool IsPortTaken(const Adapter& adapter)
+{
+    boost::asio::io_context service;
+    udp::socket socket(service, udp::v4());
+    // Not permitted on old kernels without CAP_NET_RAW; without it the answer is nearly the same.
+    setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, adapter.name.c_str(),
+               static_cast<socklen_t>(adapter.name.size()));
+    socket.set_option(udp::socket::reuse_address(true));
+    error_code error;
+    socket.bind({udp::v4(), kDiscoveryPort}, error);
+    return error == boost::asio::error::address_in_use;
+}
+
+/// Reads what the machine as a whole looks like before the watch.
+MachineState ReadMachineState(const std::vector<Adapter>& all)
+{
+    MachineState machine;
+    machine.sockets = ReadUdpSockets(kDiscoveryPort);
+    std::set<std::uint32_t> inodes;
+    for (const UdpSocket& each : machine.sockets)
+        inodes.insert(each.inode);
+    machine.owners = FindSocketOwners(inodes);
+    machine.groupMembers = ReadGroupMembers(make_address_v4(kMulticastGroup));
+    for (const Adapter& each : all)
+        machine.deviceNames[each.index] = each.name;
+    machine.bufferLimit = ReadSetting("net/core/rmem_max");
+    return machine;
+}
+
+/// Watches the Probes that come to adapters and the answers that leave.
+class CProbeWatch {
+public:
+    explicit CProbeWatch(double watchSeconds)
+        : seconds(watchSeconds), signals(ioService, SIGINT, SIGTERM), progressTimer(ioService)
+    {
+        codec.types = {"NetworkVideoRecorder"};
+    }
+
+    /// Errors: boost::system::system_error, see CPacketWatch.
+    void Add(RecorderObservation& seen)
+    {
+        watches.push_back(std::make_unique<CPacketWatch>(
+            ioService, seen.adapter, std::vector<std::uint16_t>{kDiscoveryPort},
+            [this, &seen](const SeenDatagram& datagram) { OnDatagram(seen, datagram); }));
+        seen.watched = true;
+        observations.push_back(&seen);
+    }
+
+    void Run();
+
+private:
+    void OnDatagram(RecorderObservation& seen, const SeenDatagram& datagram);
+    void ShowProgress();
+    std::size_t ProbeCount() const;
+
+    const double seconds;
+    CDiscoverySoap codec; ///< knows which Probes a recorder answers
+    boost::asio::io_context ioService;
+    boost::asio::signal_set signals;
+    boost::asio::steady_timer progressTimer;
+    std::vector<std::unique_ptr<CPacketWatch>> watches;
+    std::vector<RecorderObservation*> observations;
+    steady_clock::time_point deadline;
+    steady_clock::time_point lastProbe;
+    CProgress progress;
+};
+
+void CProbeWatch::Run()
+{
+    if (watches.empty())
+        return;
+    std::cerr << Compose("Now run pelorin-probe on the client; watching for ", seconds, " s\n")
+              << std::flush;
+    deadline = steady_clock::now() + ToDuration(seconds);
+    signals.async_wait([this](const error_code& /*error*/, int /*signal*/) { ioService.stop(); });
+    if (isatty(STDERR_FILENO))
+        ShowProgress();
+    ioService.run_until(deadline);
+    if (lastProbe + kAnswerTime > steady_clock::now() && !ioService.stopped())
+        ioService.run_until(lastProbe + kAnswerTime);
+}
+
+void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& datagram)
+{
+    const std::string_view payload = datagram.payload;
+    if (datagram.outgoing) {
+        const auto read = ReadMessage(payload.data(), payload.size());
+        const auto* answer = std::get_if<Message>(&read);
+        // Another program may answer whatever is asked.
+        if (!answer || answer->kind != Message::Kind::kProbeMatches ||
+            std::none_of(answer->devices.begin(), answer->devices.end(),
+                         [](const Device& each) { return HasType(each, RecorderType()); }))
+            return;
+        for (SeenProbe& each : seen.probes) {
+            // An identifier that is not a UUID comes back behind a prefix.
+            each.answered = each.answered || (each.prober == datagram.destination &&
+                                              (RelatesTo(*answer, each.identifier) ||
+                                               EndsWith(answer->relatesTo, each.identifier)));
+        }
+        return;
+    }
+    SeenProbe probe{datagram.source, "", datagram.destination.address().is_multicast()};
+    std::string types;
+    std::string action;
+    const bool answerable =
+        payload.size() <= kMaxProbeSize && datagram.source.port() != 0 &&
+        codec.ParseProbe(payload.data(), payload.size(), probe.identifier, types, action) == 1;
+    if (!answerable) {
+        seen.otherProbeCount += EndsWith(action, "Probe") ? 1 : 0;
+        return;
+    }
+    probe.routeBack = RouteTo(datagram.source.address().to_v4());
+    seen.probes.push_back(std::move(probe));
+    lastProbe = steady_clock::now();
+}
+
+void CProbeWatch::ShowProgress()
+{
+    const std::chrono::duration<double> left = deadline - steady_clock::now();
+    progress.Show(Compose("watching ... ", std::lround(std::max(left.count(), 0.0)), " s left, ",
+                          ProbeCount(), " Probes"));
+    progressTimer.expires_after(kProgressInterval);
+    progressTimer.async_wait([this](const error_code& /*error*/) { ShowProgress(); });
+}
+
+std::size_t CProbeWatch::ProbeCount() const
+{
+    std::size_t count = 0;
+    for (const RecorderObservation* each : observations)
+        count += each->probes.size();
+    return count;
+}
+
+} // namespace
+
+Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeconds)
+{
+    const std::vector<Adapter> all = ReadAdapters();
+    CheckedAdapters checked = CheckAdapters(all, names);
+    Findings findings = std::move(checked.findings);
+    MachineState machine = ReadMachineState(all);
+
+    CProbeWatch watch(watchSeconds);
+    std::list<RecorderObservation> observations; // the watch keeps references
+    for (const Adapter& adapter : checked.usable) {
+        RecorderObservation& seen = observations.emplace_back();
+        seen.adapter = adapter;
+        const auto isHere = [&](const UdpSocket& each) { return each.device == adapter.index; };
+        const auto receives = [&](const UdpSocket& each) {
+            return each.device == 0 || isHere(each);
+        };
+        if (std::none_of(machine.sockets.begin(), machine.sockets.end(), isHere))
+            seen.portTaken = IsPortTaken(adapter);
+        if (std::none_of(machine.sockets.begin(), machine.sockets.end(), receives))
+            continue; // nothing could answer
+        try {
+            watch.Add(seen);
+        } catch (const boost::system::system_error& error) {
+            findings.push_back(
+                {"left-out",
+                 Level::kNote,
+                 adapter.name,
+                 {{"checks", {"probe-answered", "probes-blocked", "reverse-path", "no-probe-came"}},
+                  {"reason", error.code().message()}},
+                 Compose("no packet socket can be opened: ", error.code().message())});
+        }
+    }
+    const std::uint64_t dropsBefore = ReadReversePathDrops();
+    watch.Run();
+    machine.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
+    machine.laterSockets = ReadUdpSockets(kDiscoveryPort);
+
+    for (const RecorderObservation& each : observations) {
+        const Findings found = CheckRecorder(machine, each);
+        findings.insert(findings.end(), found.begin(), found.end());
+    }
+    return findings;
+}
+
+} // namespace kx::tools

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <boost/asio/ip/address_v4.hpp>
+
+#include <cstdint>
+#include <vector>
+
+namespace kx::tools {
+
+/// A UDP socket of this machine that can receive over IPv4.
+struct UdpSocket {
+    boost::asio::ip::address_v4 address; ///< unspecified for a wildcard
+    int device;                          ///< index of the device that it is bound to; 0 for none
+    bool ipv6;                           ///< an IPv6 socket that takes IPv4 as well
+    std::uint32_t user;                  ///< number of the user who made it
+    std::uint32_t inode;                 ///< number by which /proc/PID/fd names it
+    std::uint32_t receiveBuffer;         ///< bytes in force, twice what was asked for: socket(7)
+    std::uint32_t dropCount;             ///< datagrams that did not fit into the buffer
+};
+
+/// Reads the unconnected UDP sockets on a port over sock_diag(7), the one that was bound last
+/// first.
+///
+/// Errors: std::runtime_error.
+/// Threads: any.
+std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port);
+
+/// The socket to which the kernel gives a datagram that comes in on a device for an address of the
+/// machine; null when there is none.
+///
+/// A socket that is bound to the address goes before any that is bound to the wildcard, one that is
+/// bound to the device before one that is not, IPv4 before IPv6, and the one that was bound last
+/// before its equals.
+///
+/// @param sockets  in the order of ReadUdpSockets
+const UdpSocket* DirectReceiver(const std::vector<UdpSocket>& sockets,
+                                const boost::asio::ip::address_v4& address, int device);
+
+} // namespace kx::tools
