@@ -23,6 +23,7 @@ namespace {
 
 constexpr std::int32_t kMaxPort = 65535;
 constexpr char kNoAddress[] = "0.0.0.0";
+constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1; // of a device; the plug-in cuts the rest
 
 std::string Quoted(const char* text)
 {
@@ -45,8 +46,7 @@ std::string ParserReason(const tinyxml2::XMLDocument& document)
                    detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
 }
 
-/// Why a handle cannot be the name of a device; empty if it can. The rule is the kernel's, but for
-/// "%", with which the plug-in's format would go wrong.
+/// Why a handle, of any length, cannot be the name of a device; empty if it can. The kernel's rule.
 std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
@@ -54,8 +54,6 @@ std::string HandleFault(const std::string& handle)
     if (handle.find_first_of("%/: \t\n\v\f\r") != std::string::npos || handle == "." ||
         handle == "..")
         return "cannot be the name of a device";
-    if (handle.size() >= IF_NAMESIZE)
-        return Compose("is longer than the ", IF_NAMESIZE - 1, " characters of a device's name");
     return "";
 }
 
@@ -215,12 +213,13 @@ private:
             Compose(adapter.handle, " (", adapter.ipAddress, "), MAC address ",
                     adapter.macAddress));
         NoteOtherText(element, kConnectedAttribute, 1);
-        CheckHandle(adapter, line);
-        CheckStart(adapter, line);
+        CheckStart(adapter, line, CheckHandle(adapter, line));
     }
 
     /// Whether the plug-in starts an endpoint, as it does in the document's order.
-    void CheckStart(const AdapterRecord& adapter, int line)
+    ///
+    /// @param bindable  what CheckHandle returned
+    void CheckStart(const AdapterRecord& adapter, int line, bool bindable)
     {
         in_addr address{};
         if (stopLine > 0) {
@@ -235,7 +234,7 @@ private:
         } else if (adapter.ipAddress == kNoAddress) {
             Add(Kind::kNote, line, Compose("not started: IPAddress is ", kNoAddress));
         } else {
-            ++startedCount;
+            startedCount += bindable ? 1 : 0;
             CheckAddress(adapter, line);
         }
     }
@@ -244,7 +243,8 @@ private:
     {
         if (!devices)
             return;
-        const auto device = devices->find(adapter.handle.substr(0, adapter.handle.find(':')));
+        const std::string name = adapter.handle.substr(0, adapter.handle.find(':'));
+        const auto device = devices->find(name.substr(0, kMaxNameLength));
         if (device != devices->end() && device->second.count(adapter.ipAddress) > 0)
             return;
         Add(Kind::kNote, line,
@@ -252,13 +252,21 @@ private:
                     Holders(*devices, adapter.ipAddress)));
     }
 
-    void CheckHandle(const AdapterRecord& adapter, int line)
+    /// Returns whether a device of this name can exist, on any machine.
+    bool CheckHandle(const AdapterRecord& adapter, int line)
     {
+        const std::string quoted = Quoted(adapter.handle.c_str());
         const std::string fault = HandleFault(adapter.handle);
-        if (!fault.empty())
-            Add(Kind::kNote, line, Compose("Handle ", Quoted(adapter.handle.c_str()), " ", fault));
-        else if (devices && devices->count(adapter.handle) == 0)
-            Add(Kind::kNote, line, Compose("this machine has no device ", adapter.handle));
+        if (!fault.empty()) {
+            Add(Kind::kNote, line, Compose("Handle ", quoted, " ", fault));
+            return false;
+        }
+        const std::string device = adapter.handle.substr(0, kMaxNameLength);
+        if (device != adapter.handle)
+            Add(Kind::kNote, line, Compose("Handle ", quoted, " is cut to ", device));
+        if (devices && devices->count(device) == 0)
+            Add(Kind::kNote, line, Compose("this machine has no device ", device));
+        return true;
     }
 
     const std::optional<Devices>& devices;

@@ -32,7 +32,7 @@ struct Finding {
 struct DocumentCheck {
     enum class Verdict {
         kUsable,
-        kNothingToAdvertise, ///< the plug-in takes the document and starts no endpoint
+        kNothingToAdvertise, ///< the plug-in takes the document, and no adapter can start
         kDropped,            ///< the plug-in ignores the document
     };
     Verdict verdict;
