@@ -7,7 +7,6 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/multicast.hpp>
 #include <boost/asio/ip/udp.hpp>
-#include <boost/asio/post.hpp>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -73,13 +72,16 @@ private:
 
     void React(const std::string& message, const std::string& way, const udp::endpoint& source)
     {
-        std::smatch identifier;
-        std::regex_search(message, identifier, std::regex("MessageID>([^<]*)<"));
+        const std::string mark = "MessageID>";
+        const std::size_t start = message.find(mark) + mark.size();
+        const std::string identifier = message.substr(start, message.find('<', start) - start);
         for (const Reaction& each : reactions) {
-            if (each.way == way && message.find(each.text) != std::string::npos)
-                direct.send_to(asio::buffer(std::regex_replace(each.answer, std::regex("@ID"),
-                                                               identifier[1].str())),
-                               source);
+            if (each.way != way || message.find(each.text) == std::string::npos)
+                continue;
+            std::string answer = each.answer;
+            if (const std::size_t at = answer.find("@ID"); at != std::string::npos)
+                answer.replace(at, 3, identifier);
+            direct.send_to(asio::buffer(answer), source);
         }
     }
 
