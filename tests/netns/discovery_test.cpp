@@ -194,6 +194,7 @@ TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
     Send({kCam0, kCam1});
     EXPECT_TRUE(host.WaitFor("Send ProbeMatch", 3));
     EXPECT_TRUE(host.WaitFor("Sending Hello", 2));
+    host.Stop();
 }
 
 // The host holds the manager's thread between an endpoint's Bye and its teardown.
