@@ -152,5 +152,8 @@ std::string MakeServerDocument(const std::vector<std::string>& adapters, const s
         adapter.connected = true;
         list.push_back(adapter);
     }
-    return kx::tools::MakeServerDocument(std::stoi(port), list);
+    std::string text = kx::tools::MakeServerDocument(port.empty() ? 0 : std::stoi(port), list);
+    if (port.empty())
+        text = std::regex_replace(text, std::regex(" Port=\"0\""), "");
+    return text;
 }

@@ -93,5 +93,5 @@ private:
     std::vector<HostCall> calls;
 };
 
-/// A server and adapter document. Adapters are given as "ip handle mac".
+/// A server and adapter document. Adapters are given as "ip handle mac"; an empty port is left out.
 std::string MakeServerDocument(const std::vector<std::string>& adapters, const std::string& port);
