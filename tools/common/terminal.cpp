@@ -14,6 +14,12 @@ constexpr std::size_t kDefaultWidth = 80;
 
 } // namespace
 
+bool WantsColor()
+{
+    const char* noColor = std::getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) && !(noColor && *noColor);
+}
+
 std::size_t TerminalWidth()
 {
     winsize size{};

@@ -5,6 +5,18 @@
 
 namespace kx::tools {
 
+// Escape sequences of console_codes(4).
+inline constexpr char kRed[] = "\033[31m";
+inline constexpr char kGreen[] = "\033[32m";
+inline constexpr char kYellow[] = "\033[33m";
+inline constexpr char kMagenta[] = "\033[35m";
+inline constexpr char kCyan[] = "\033[36m";
+inline constexpr char kDefaultColor[] = "\033[0m";
+
+/// Whether to print in colours: standard output is a terminal, and NO_COLOR in the environment is
+/// unset or empty. Thread-safe.
+bool WantsColor();
+
 /// Returns the columns of the terminal on standard output (ioctl_tty(2)). Where that is none: what
 /// COLUMNS in the environment says, otherwise 80. Thread-safe.
 std::size_t TerminalWidth();

@@ -121,7 +121,7 @@ private:
     void Ask(ClientObservation& seen, const std::string& target,
              const std::optional<DeviceType>& sought);
     void Send(const Question& question);
-    void Wait(const char* what, steady_clock::duration time, bool untilAllAnswered);
+    void Wait(steady_clock::duration untilAfterStart, bool untilAllAnswered);
     void Watch(ClientObservation& seen);
     bool AllAnswered() const;
     void OnDatagram(std::string_view payload, const udp::endpoint& source, bool received);
@@ -132,6 +132,10 @@ private:
     std::unique_ptr<CAsker> directAsker;
     std::vector<std::unique_ptr<CPacketWatch>> watches;
     std::list<Question> questions;
+    struct {
+        const char* name;
+        steady_clock::time_point start;
+    } phase{};
     CProgress progress;
 };
 
@@ -181,16 +185,16 @@ void CClientRun::AskGroup()
 {
     for (ClientObservation& each : observations)
         Ask(each, "", sought);
-    const auto begin = steady_clock::now();
-    Wait("asking the group", kRepeatAfter, false);
+    phase = {"asking the group", steady_clock::now()};
+    Wait(kRepeatAfter, false);
     for (const Question& each : questions)
         Send(each);
-    Wait("asking the group", begin + kAskAllAfter - steady_clock::now(), false);
+    Wait(kAskAllAfter, false);
     for (ClientObservation& each : observations) {
         if (!AnyAnswer(each, ""))
             Ask(each, "", std::nullopt);
     }
-    Wait("asking the group", begin + kAnswerTime - steady_clock::now(), false);
+    Wait(kAnswerTime, false);
 }
 
 void CClientRun::AskDirectly()
@@ -204,13 +208,13 @@ void CClientRun::AskDirectly()
         for (const std::string& each : targets)
             Ask(seen, each, sought);
     }
-    const auto begin = steady_clock::now();
-    Wait("asking directly", kRepeatAfter, true);
+    phase = {"asking directly", steady_clock::now()};
+    Wait(kRepeatAfter, true);
     for (const Question& each : questions) {
         if (!each.target.empty() && !AnyAnswer(*each.seen, each.target))
             Send(each);
     }
-    Wait("asking directly", begin + kAnswerTime - steady_clock::now(), true);
+    Wait(kAnswerTime, true);
 }
 
 void CClientRun::Ask(ClientObservation& seen, const std::string& target,
@@ -235,14 +239,16 @@ void CClientRun::Send(const Question& question)
     question.seen->sendError = asker->Send(question.probe.text, make_address_v4(kMulticastGroup));
 }
 
-void CClientRun::Wait(const char* what, steady_clock::duration time, bool untilAllAnswered)
+/// Receives until so long after the start of the phase.
+void CClientRun::Wait(steady_clock::duration untilAfterStart, bool untilAllAnswered)
 {
-    const auto deadline = steady_clock::now() + time;
+    const auto deadline = phase.start + untilAfterStart;
     while (steady_clock::now() < deadline && !(untilAllAnswered && AllAnswered())) {
         if (isatty(STDERR_FILENO)) {
-            const std::chrono::duration<double> left = deadline - steady_clock::now();
-            progress.Show(
-                Compose(what, " ... ", std::fixed, std::setprecision(1), left.count(), " s left"));
+            const std::chrono::duration<double> left =
+                phase.start + kAnswerTime - steady_clock::now();
+            progress.Show(Compose(phase.name, " ... ", std::fixed, std::setprecision(1),
+                                  left.count(), " s left"));
         }
         ioService.run_one_until(std::min(deadline, steady_clock::now() + kProgressInterval));
     }

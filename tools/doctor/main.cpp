@@ -2,15 +2,13 @@
 #include "recorder_run.h"
 #include "report.h"
 #include "run_tool.h"
-#include "text.h"
+#include "terminal.h"
 
 #include <boost/asio/ip/address_v4.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace kx::tools {
 namespace {
@@ -69,9 +67,7 @@ ReportForm FormFor(const DoctorOptions& options)
 {
     if (options.json)
         return ReportForm::kJson;
-    const char* noColor = std::getenv("NO_COLOR");
-    return isatty(STDOUT_FILENO) && !(noColor && *noColor) ? ReportForm::kColored
-                                                           : ReportForm::kPlain;
+    return WantsColor() ? ReportForm::kColored : ReportForm::kPlain;
 }
 
 int RunDoctor(const DoctorOptions& options)

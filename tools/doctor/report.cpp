@@ -17,12 +17,6 @@ namespace {
 constexpr int kLabelWidth = 11;
 constexpr char kIndent[] = "  ";
 
-// Escape sequences as of console_codes(4).
-constexpr char kRed[] = "\033[31m";
-constexpr char kGreen[] = "\033[32m";
-constexpr char kYellow[] = "\033[33m";
-constexpr char kDefaultColor[] = "\033[0m";
-
 const char* NameOf(Level level)
 {
     constexpr const char* kNames[] = {"ok", "note", "fault"};

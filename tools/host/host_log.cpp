@@ -2,6 +2,7 @@
 
 #include "plugin_record.h"
 #include "printable.h"
+#include "terminal.h"
 #include "text.h"
 
 #include <nlohmann/json.hpp>
@@ -20,13 +21,6 @@ namespace {
 constexpr int kLabelWidth = 7;
 /// As CDiscoveryManager::StopAll reports it.
 constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
-
-// Escape sequences as of console_codes(4).
-constexpr char kRed[] = "\033[31m";
-constexpr char kYellow[] = "\033[33m";
-constexpr char kMagenta[] = "\033[35m";
-constexpr char kCyan[] = "\033[36m";
-constexpr char kDefaultColor[] = "\033[0m";
 
 LogForm logForm = LogForm::kPlain;
 std::mutex printing;

@@ -5,14 +5,13 @@
 #include "plugin_library.h"
 #include "run_plugin.h"
 #include "run_tool.h"
+#include "terminal.h"
 #include "text.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
-#include <unistd.h>
 #include <vector>
 
 namespace kx::tools {
@@ -96,8 +95,7 @@ LogForm ChooseLogForm(bool json)
 {
     if (json)
         return LogForm::kJson;
-    const char* noColor = std::getenv("NO_COLOR");
-    return isatty(STDOUT_FILENO) && !(noColor && *noColor) ? LogForm::kColored : LogForm::kPlain;
+    return WantsColor() ? LogForm::kColored : LogForm::kPlain;
 }
 
 /// Prints which names are not those of an adapter: it may appear later, or the name is wrong.
