@@ -101,10 +101,9 @@ std::vector<Adapter> ReadAdapters()
         const unsigned flags = rtnl_link_get_flags(link);
         // IFF_RUNNING stands for a carrier, and is set for devices that cannot tell.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
-        adapters.push_back({rtnl_link_get_name(link), index, address,
-                            MacText(rtnl_link_get_addr(link)), connected,
-                            (flags & IFF_LOOPBACK) != 0, rtnl_link_get_operstate(link), flags,
-                            found});
+        adapters.push_back(
+            {rtnl_link_get_name(link), index, address, MacText(rtnl_link_get_addr(link)), connected,
+             (flags & IFF_LOOPBACK) != 0, rtnl_link_get_operstate(link), flags, found});
     }
     std::sort(adapters.begin(), adapters.end(),
               [](const Adapter& left, const Adapter& right) { return left.index < right.index; });

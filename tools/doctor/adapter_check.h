@@ -19,7 +19,7 @@ struct CheckedAdapters {
 /// @param all    all adapters of the machine
 /// @param names  those to look at; when empty, every one but loopback that has an IPv4 address
 ///
-/// Threads: any.
+/// Thread-safe.
 CheckedAdapters CheckAdapters(const std::vector<Adapter>& all,
                               const std::vector<std::string>& names);
 

@@ -17,14 +17,13 @@ struct Advice {
     std::vector<const char*> commands; ///< to be copied into a shell
 };
 
-/// Looks a finding's advice up.
+/// Returns the advice for a finding.
 ///
 /// Errors: std::logic_error for a finding that the table does not list.
-/// Threads: any.
+/// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// A text of an advice with its {words} filled in: {adapter}, and what the evidence holds as text
-/// under that name.
+/// Fills in the {words} of a text of an advice: {adapter}, and texts of the evidence by their name.
 std::string FillIn(const std::string& text, const Finding& finding);
 
 } // namespace kx::tools

@@ -66,7 +66,7 @@ private:
     Findings findings;
 };
 
-/// Whether somebody with this address answered the Probe to the group.
+/// Whether a recorder with this address answered the Probe to the group.
 bool CClientCheck::Answered(const std::string& source) const
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {

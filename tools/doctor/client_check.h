@@ -14,7 +14,7 @@
 
 namespace kx::tools {
 
-/// An answer of a recorder's.
+/// An answer from a recorder.
 struct SeenAnswer {
     std::string target; ///< the address that was asked directly; empty when the group was asked
     boost::asio::ip::address_v4 source;
@@ -25,11 +25,11 @@ struct SeenAnswer {
 /// What was seen on one adapter of a client.
 struct ClientObservation {
     Adapter adapter;
-    bool watched = false;               ///< whether answers were seen that no socket received
-    std::vector<SeenAnswer> answers;    ///< without repetitions
-    std::set<std::string> otherDevices; ///< addresses of those that answered and are no recorders
-    std::string target;                 ///< the address that the user gave, if it is asked here
-    std::string sendError;              ///< why the Probe to the group was not sent; or empty
+    bool watched = false;                   ///< whether answers were seen that no socket received
+    std::vector<SeenAnswer> answers;        ///< without repetitions
+    std::set<std::string> otherDevices;     ///< addresses of other devices that answered
+    std::string target;                     ///< the address that the user gave, if it is asked here
+    std::string sendError;                  ///< why the Probe to the group was not sent; or empty
     std::uint64_t reversePathDropCount = 0; ///< during the examination, on all adapters
     bool optional = false; ///< the user named no adapter, and a recorder answers elsewhere
 };
@@ -37,14 +37,14 @@ struct ClientObservation {
 /// Whether anything answered a Probe to the group, or one to an address.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
-/// The hosts that answers to the group advertise in place of their source, as IPv4 addresses: asked
-/// directly, each shows whether the recorder has it after all.
+/// Returns the IPv4 addresses that recorders advertise although they answer from another one. A
+/// direct Probe to each shows whether the recorder can be reached there.
 std::set<std::string> OtherHosts(const ClientObservation& seen);
 
 /// Judges what was seen on an adapter of a client. Where one cause explains several findings, only
 /// the cause is a fault.
 ///
-/// Threads: any.
+/// Thread-safe.
 Findings CheckClient(const ClientObservation& seen);
 
 } // namespace kx::tools

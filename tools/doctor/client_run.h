@@ -7,8 +7,8 @@
 
 namespace kx::tools {
 
-/// Looks for recorders as a client does, and at what comes back: takes up to 4 s, and tells on a
-/// terminal how long still.
+/// Looks for recorders as a client does, and at what comes back: takes up to 4 s, and shows
+/// the remaining time on a terminal.
 ///
 /// @param names   see CheckAdapters
 /// @param target  IPv4 address of a recorder to ask directly as well; may be empty

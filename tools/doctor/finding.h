@@ -12,7 +12,7 @@ enum class Level { kOk, kNote, kFault };
 
 /// What one check found out.
 struct Finding {
-    std::string name; ///< a name of the table in advice.cpp; other programs compare it, so it stays
+    std::string name; ///< as in the table of advice.cpp; other programs depend on it
     Level level;
     std::string adapter;             ///< network device name; empty when it is about none
     nlohmann::ordered_json evidence; ///< an object; what was seen, for programs

@@ -6,22 +6,22 @@
 #include <map>
 #include <string>
 
-/// What the kernel knows of multicast groups, routes and reverse-path filtering. Threads: any.
+/// What the kernel knows of multicast groups, routes and reverse-path filtering. Thread-safe.
 namespace kx::tools {
 
-/// How many sockets have joined a multicast group, by the name of the device; devices without any
-/// are left out. From /proc/net/igmp.
+/// Returns how many sockets have joined a multicast group, by the name of the device, without
+/// devices where none has. From /proc/net/igmp.
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
-/// How many datagrams reverse-path filtering has dropped: TcpExt IPReversePathFilter of
+/// Returns how many datagrams reverse-path filtering has dropped: TcpExt IPReversePathFilter of
 /// /proc/net/netstat, for all adapters together. It does not count what a firewall drops.
 std::uint64_t ReadReversePathDrops();
 
-/// Index of the device by which a datagram to the address leaves, over rtnetlink(7); 0 without a
-/// route.
+/// Returns the index of the device by which a datagram to the address leaves, over rtnetlink(7); 0
+/// without a route.
 int RouteTo(const boost::asio::ip::address_v4& address);
 
-/// A value of /proc/sys, as "net/core/rmem_max"; empty when the kernel does not show it here.
+/// Returns a value of /proc/sys, such as "net/core/rmem_max"; empty where the kernel hides it.
 std::string ReadSetting(const std::string& name);
 
 } // namespace kx::tools

@@ -12,7 +12,7 @@ struct FreeNetlinkMessage {
 };
 using NetlinkMessage = std::unique_ptr<nl_msg, FreeNetlinkMessage>;
 
-/// A request without content. Errors: std::bad_alloc.
+/// Makes a request without content. Errors: std::bad_alloc.
 NetlinkMessage MakeNetlinkMessage(int type, int flags);
 
 /// Asks the kernel over netlink(7) and hands on each message of its answer.
@@ -21,7 +21,7 @@ NetlinkMessage MakeNetlinkMessage(int type, int flags);
 /// @param onAnswer  must not throw: it is called by C code
 /// @return 0, or a negative error of libnl, for nl_geterror
 ///
-/// Threads: any.
+/// Thread-safe.
 int AskKernel(int protocol, nl_msg* request, const std::function<void(nlmsghdr*)>& onAnswer);
 
 } // namespace kx::tools

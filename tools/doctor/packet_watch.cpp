@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// A filter for the kernel, that a recorder's video does not have to pass through this program.
+/// Returns a filter for the kernel, so that a recorder's video does not pass through this program.
 std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
 {
     const auto ancillary = [](int offset) {
@@ -34,7 +34,7 @@ std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
     std::vector<sock_filter> filter{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_PROTOCOL)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ETHERTYPE_IP, 0, kDrop),
-        // What belongs to a VLAN's own device passes its parent as well. Tag 0 is no VLAN.
+        // What belongs to a VLAN's own device passes its parent as well. Tag 0 means none.
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_VLAN_TAG)),
         BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, 0xfff, kDrop, 0),
         BPF_STMT(BPF_LD | BPF_B | BPF_ABS, offsetof(iphdr, protocol)),
@@ -115,7 +115,7 @@ void CPacketWatch::OnReceive(std::size_t length)
     std::memcpy(&udp, &buffer[ipLength], sizeof(udp));
     sockaddr_ll link;
     std::memcpy(&link, source.data(), sizeof(link));
-    // What is for another machine is seen while somebody captures.
+    // Datagrams for other machines are seen while a capture runs.
     if (link.sll_pkttype == PACKET_OTHERHOST)
         return;
 

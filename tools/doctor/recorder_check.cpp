@@ -15,7 +15,7 @@ namespace {
 /// What the plug-in asks for. The kernel doubles it: socket(7).
 constexpr std::uint32_t kWantedBuffer = 1024 * 1024;
 
-/// The Probes of one prober that went the same way; when one of them was answered, the others were
+/// The Probes of one client that went the same way. When one of them was answered, the others were
 /// lost by chance.
 struct Prober {
     std::string address;
@@ -42,7 +42,7 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Judges one adapter: each step adds what it finds and leaves behind what explains later ones.
+/// Judges one adapter. Each step adds what it finds and remembers what explains later findings.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -274,7 +274,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
             : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount));
 }
 
-/// The sockets to which something that comes to the adapter can go.
+/// Returns the sockets that can receive what comes to the adapter.
 std::vector<UdpSocket> CRecorderCheck::Receiving() const
 {
     std::vector<UdpSocket> receiving;

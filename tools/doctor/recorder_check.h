@@ -46,7 +46,7 @@ struct RecorderObservation {
 /// Judges what was seen of an adapter on a recorder. Where one cause explains several findings,
 /// only the cause is a fault.
 ///
-/// Threads: any.
+/// Thread-safe.
 Findings CheckRecorder(const MachineState& machine, const RecorderObservation& seen);
 
 } // namespace kx::tools

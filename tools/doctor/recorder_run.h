@@ -12,8 +12,8 @@ inline constexpr char kDoctorName[] = "pelorin-doctor";
 /// Time to watch the Probes that come to a recorder.
 inline constexpr double kDefaultWatchSeconds = 10;
 
-/// Examines this machine as a recorder's. Says on standard error that somebody has to ask
-/// meanwhile, and on a terminal how long still; SIGINT and SIGTERM end the watch early.
+/// Examines the recorder's side. Says on standard error that a client has to ask meanwhile, and
+/// shows the remaining time on a terminal; SIGINT and SIGTERM end the watch early.
 ///
 /// @param names  see CheckAdapters
 ///

@@ -16,7 +16,7 @@ struct SocketOwner {
 /// Finds out whose the sockets are, in /proc (proc(5)). Of other users' processes only root sees
 /// the descriptors: what is not found is not in the result.
 ///
-/// Threads: any.
+/// Thread-safe.
 std::map<std::uint32_t, SocketOwner> FindSocketOwners(const std::set<std::uint32_t>& inodes);
 
 } // namespace kx::tools

@@ -22,11 +22,11 @@ struct UdpSocket {
 /// first.
 ///
 /// Errors: std::runtime_error.
-/// Threads: any.
+/// Thread-safe.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port);
 
-/// The socket to which the kernel gives a datagram that comes in on a device for an address of the
-/// machine; null when there is none.
+/// Returns the socket to which the kernel gives a datagram that comes in on a device for an address
+/// of the machine; null when there is none.
 ///
 /// A socket that is bound to the address goes before any that is bound to the wildcard, one that is
 /// bound to the device before one that is not, IPv4 before IPv6, and the one that was bound last
