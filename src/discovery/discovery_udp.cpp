@@ -2,6 +2,7 @@
 
 #include "report.h"
 
+#include <boost/asio/dispatch.hpp>
 #include <boost/asio/error.hpp>
 #include <boost/asio/ip/multicast.hpp>
 #include <boost/asio/post.hpp>
@@ -33,29 +34,8 @@ constexpr int kSocketBufferSize = 1024 * 1024;
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// "Operation aborted" as an error value of another system's socket library.
+/// "Connection aborted" as an error value of another system's socket library.
 constexpr int kAbortedValue = 1236;
-
-/// Holds the I/O thread at a handler from the constructor to the destructor, so that the manager's
-/// thread can start operations which the I/O thread does not complete meanwhile. On the I/O thread
-/// itself the gate is open before the thread reaches it.
-///
-/// There is no need to wait until the thread has arrived: one thread runs the service, in the order
-/// in which work becomes ready, so nothing started after the constructor completes before the
-/// destructor.
-class CIoGate {
-public:
-    explicit CIoGate(boost::asio::io_context& ioService)
-    {
-        boost::asio::post(ioService, [opened = gate.get_future().share()] { opened.wait(); });
-    }
-    CIoGate(const CIoGate&) = delete;
-    CIoGate& operator=(const CIoGate&) = delete;
-    ~CIoGate() { gate.set_value(); }
-
-private:
-    std::promise<void> gate;
-};
 
 } // namespace
 
@@ -98,15 +78,17 @@ void CDiscoveryUdp::Restart()
         ScheduleRetry();
         return;
     }
-    const Message hello = MakeHello();
-    // Around the starts alone: the host's callback may hold the manager's thread in a log record,
-    // and the other endpoints must answer meanwhile.
-    const CIoGate gate(ioService);
-    if (multicastEnabled)
-        ArmActivityTimer();
-    StartReceive();
-    if (hello)
-        SendMessage(hello);
+    // On the I/O thread: started on another, they could complete while that one still works on the
+    // same fields. Not counted: a stop waits for the teardown, which is posted behind this.
+    boost::asio::dispatch(ioService, [this, hello = MakeHello()] {
+        if (stopping)
+            return;
+        if (multicastEnabled)
+            ArmActivityTimer();
+        StartReceive();
+        if (hello)
+            SendMessage(hello);
+    });
 }
 
 /// Opens the socket and sets its options; false when an essential step failed, which is logged.
@@ -205,8 +187,8 @@ void CDiscoveryUdp::OnRetryTimer(const error_code& error)
     --pendingOps;
     restartPending = false;
 
-    // Deliberate: 1236 counts as cancelled in every category. As a failure it would restart an
-    // endpoint that is being stopped.
+    // Deliberate: 1236 counts as cancelled in every category. Taken for a failed wait it would
+    // double the delay and schedule another restart.
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 

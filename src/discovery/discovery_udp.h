@@ -21,7 +21,7 @@ namespace kx {
 
 /// Interval at which a thread checks what another one is to finish.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
-/// Longest time for a Bye, and longest wait of a stop for an endpoint's Bye and teardown together.
+/// Longest time for a Bye, and longest wait of a stop for an endpoint's teardown.
 inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
@@ -32,21 +32,21 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the I/O thread runs all completion handlers and everything else that touches the socket
-/// or the timers. The one exception is the first Restart, which the manager's thread runs after the
-/// constructor; the I/O thread waits at a gate while Restart starts the first operations. Otherwise
-/// the manager's thread only stops the endpoint, and both threads share only atomic fields. A stop
-/// sets its flags and then has the I/O thread do the teardown. That thread runs one handler at a
-/// time, so the teardown follows every handler that checked the flags just before: whatever such a
-/// handler opened or armed is closed and cancelled too, and no descriptor is closed while a system
-/// call uses it.
+/// Threads: the I/O thread runs all completion handlers and starts all asynchronous operations but
+/// one. The manager's thread runs the constructor and the first Restart, up to its handing over to
+/// the I/O thread; when an essential step fails there, it arms the retry timer, whose wait takes
+/// seconds. Otherwise the manager's thread only stops the endpoint, and both threads share only
+/// atomic fields. A stop sets its flags and then has the I/O thread do the teardown. That thread
+/// runs one handler at a time, so the teardown follows every handler that checked the flags just
+/// before: whatever such a handler opened or armed is closed and cancelled too, and no descriptor
+/// is closed while a system call uses it.
 ///
-/// Counting: every asynchronous start is counted, and its handler uncounts it first; the teardown
-/// uncounts itself last, which keeps the endpoint busy until it is done. The manager frees an
-/// endpoint only when nothing is outstanding. A start is counted after it is made: one that throws
-/// std::bad_alloc never completes, and a stop would wait for it without end. The manager's thread
-/// checks the counts only after its own starts, and no handler runs before its start is counted:
-/// the I/O thread is at the gate or in another handler, or the wait takes seconds.
+/// Counting: every asynchronous operation is counted, and its handler uncounts it first; the
+/// teardown uncounts itself last, which keeps the endpoint busy until it is done. The manager frees
+/// an endpoint only when nothing is outstanding. An operation is counted after it is started: one
+/// that throws std::bad_alloc never completes, and a stop would wait for it without end. No handler
+/// runs before its operation is counted: the I/O thread is in another handler, or the wait takes
+/// seconds. The manager's thread checks the counts only after it has counted the teardown.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -112,20 +112,20 @@ private:
     void CloseSocketAndTimers();
 
     // The watchdog of the group membership (discovery_udp_watchdog.cpp).
-    void ArmActivityTimer(); ///< Threads: I/O, or manager in the first Restart
+    void ArmActivityTimer();
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);
 
     // Receiving and answering (discovery_udp_receive.cpp).
-    void StartReceive(); ///< Threads: I/O, or manager in the first Restart
+    void StartReceive();
     void OnReceive(const boost::system::error_code& error, std::size_t length);
     void OnDatagram(std::size_t length);
     void AnswerProbe(const std::string& messageId, const std::string& typesText);
 
     // Announcing and sending (discovery_udp_send.cpp).
     void SendHello();
-    Message MakeHello();                      ///< Threads: I/O, or manager in the first Restart
-    void SendMessage(const Message& message); ///< Threads: I/O, or manager in the first Restart
+    Message MakeHello(); ///< Threads: I/O, or manager in the first Restart
+    void SendMessage(const Message& message);
     void OnSendComplete(const Message& message, const boost::system::error_code& error);
 
     /// The socket and the timers are being torn down; cleared by Restart.

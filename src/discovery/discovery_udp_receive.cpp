@@ -19,9 +19,10 @@ namespace {
 /// library. Its category is not looked at.
 constexpr int kReceiveTooSmall = 234;
 
-/// Whether a datagram can be sent back to this source: not to port 0, to 0.0.0.0/8, to a group or
-/// to all hosts (ip(7), RFC 1122 3.2.1.3). Sends there fail, and one forged Probe would close the
-/// endpoint for as long as its back-off has grown.
+/// Whether an answer to this source reaches its sender: not on port 0, in 0.0.0.0/8, in a group or
+/// at the broadcast address (ip(7), RFC 1122 3.2.1.3). Some of these sends fail, and one forged
+/// Probe would close the endpoint for as long as its back-off has grown; an answer to a group would
+/// go to everybody.
 bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
 {
     const boost::asio::ip::address_v4 address = source.address().to_v4();
@@ -93,8 +94,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// is repeated. Clients with a short timeout would miss a delayed answer, and clients that repeat a
 /// Probe because an answer was lost would get none.
 ///
-/// Deliberate: starts no receive, which is left to OnSendComplete. With a receive in between, the
-/// next answer would change `sendDestination` under the retries of this one.
+/// Deliberate: starts no receive, which is left to OnSendComplete. With a receive started here, the
+/// next answer would change `sendDestination` before this one is sent or fails.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
     // The text is that of the endpoint itself, which is always IPv4.

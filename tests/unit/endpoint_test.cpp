@@ -150,7 +150,8 @@ TEST_F(Endpoint, WithoutMulticastItOnlySends)
                              kx::kDiscoveryPort);
     sender.log = &log;
     sender.soap = &soap;
-    sender.Restart();
+    boost::asio::post(service, [&] { sender.Restart(); });
+    service.run_one();
     EXPECT_EQ(TakeLines(), (Lines{"25 Restarting discovery on interface 127.0.0.1",
                                   "25 Sending Hello to 239.255.255.250:3702"}));
     kx::DiscoveryUdpPeer senderPeer(sender);
