@@ -1,6 +1,7 @@
 #include "document_source.h"
 
 #include "host_document.h"
+#include "host_log.h"
 #include "print_document.h"
 #include "text.h"
 
@@ -124,7 +125,10 @@ std::optional<OutgoingDocument> CAdapterSource::Next()
     return OutgoingDocument{std::move(text), Summary(port, next), !gone.empty(), std::nullopt};
 }
 
-CFileSource::CFileSource(std::string file) : name(std::move(file)) {}
+CFileSource::CFileSource(std::string file, bool isElsewhere)
+    : name(std::move(file)), elsewhere(isElsewhere)
+{
+}
 
 void CFileSource::Read()
 {
@@ -136,8 +140,16 @@ std::optional<OutgoingDocument> CFileSource::Next()
     if (!unsent)
         return std::nullopt;
     const std::string text = *std::exchange(unsent, std::nullopt);
+    std::optional<Devices> devices;
+    try {
+        if (!elsewhere)
+            devices = ReadDevices();
+    } catch (const std::system_error& error) {
+        // The document itself can be handed over all the same.
+        Say(Compose("The document is not compared with this machine: ", error.what()));
+    }
     return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"), false,
-                            CheckDocument(text, ReadDevices())};
+                            CheckDocument(text, devices)};
 }
 
 std::string ReadDocument(const std::string& name)

@@ -90,14 +90,16 @@ private:
 /// A document of the user's own, handed over as it is, with what CheckDocument finds in it.
 class CFileSource : public IDocumentSource {
 public:
-    /// @param file  its name; "-": standard input, which can be read only once
-    explicit CFileSource(std::string file);
+    /// @param file       its name; "-": standard input, which can be read only once
+    /// @param elsewhere  the findings do not compare the document with this machine's devices
+    CFileSource(std::string file, bool elsewhere);
 
     void Read() override;
     std::optional<OutgoingDocument> Next() override;
 
 private:
     const std::string name;
+    const bool elsewhere;
     std::optional<std::string> unsent;
 };
 

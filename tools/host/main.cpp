@@ -28,6 +28,7 @@ struct HostOptions {
     bool follow = false;
     int port = kDefaultServerPort;
     std::optional<std::string> documentFile;
+    bool check = false;
     std::vector<std::string> checkedFiles;
     bool elsewhere = false;
     std::optional<double> limitSeconds;
@@ -64,14 +65,16 @@ void AddOptions(CLI::App& app, HostOptions& options)
                        "Plug-in; by default pelorin.so beside this file, or the installed one")
             ->type_name("FILE");
     CLI::Option* check =
-        app.add_option("--check", options.checkedFiles,
-                       "Explain how the plug-in reads these documents, without running it; - for "
-                       "standard input")
-            ->excludes(adapter, all, follow, port, document, limit, plugin)
-            ->type_name("FILE");
+        app.add_flag("--check", options.check,
+                     "Explain how the plug-in reads the documents in the files, without running it")
+            ->excludes(adapter, all, follow, port, document, limit, plugin);
+    CLI::Option* files = app.add_option("FILE", options.checkedFiles,
+                                        "With --check: a server's document; - for standard input")
+                             ->needs(check)
+                             ->type_name("");
+    check->needs(files);
     app.add_flag("--elsewhere", options.elsewhere,
-                 "With --check: the documents are for another machine than this")
-        ->needs(check);
+                 "With --check or --document: do not compare the document with this machine");
     app.add_flag("--json", options.json, "Print JSON, one object per line");
 }
 
@@ -86,7 +89,7 @@ std::vector<Adapter> ReadListedAdapters(const HostOptions& options)
 std::unique_ptr<IDocumentSource> MakeSource(const HostOptions& options)
 {
     if (options.documentFile)
-        return std::make_unique<CFileSource>(*options.documentFile);
+        return std::make_unique<CFileSource>(*options.documentFile, options.elsewhere);
     return std::make_unique<CAdapterSource>(
         options.port, [&options] { return ReadListedAdapters(options); }, options.follow);
 }
@@ -110,7 +113,7 @@ void SayWhatIsMissing(const std::vector<std::string>& names)
 
 int Host(const HostOptions& options)
 {
-    if (!options.checkedFiles.empty())
+    if (options.check)
         return CheckFiles(options.checkedFiles, options.elsewhere, options.json);
     SetLogForm(ChooseLogForm(options.json));
     const std::unique_ptr<IDocumentSource> source = MakeSource(options);
