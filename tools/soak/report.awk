@@ -1,10 +1,11 @@
-# Reads what a soak left, writes the samples, prints the summary. Exit status 1 if a rule is broken.
+# Reads the files of a soak, writes the samples, prints the summary. Exit status 1 if a rule is
+# broken.
 #
 #   awk -v steady=ADDRESS -v samples=FILE -f report.awk HOST-LOG PROBES UNANSWERABLE
 #
 # HOST-LOG is the log of pelorin-soak with a line for each event of an adapter. PROBES and
 # UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
-# answered. ADDRESS is that of the adapter that is always there.
+# answered. ADDRESS is that of the steady adapter.
 
 BEGIN {
     margin = 0.25 # s; no answer is due this close to a start or stop of an endpoint
@@ -12,23 +13,23 @@ BEGIN {
     long_life = 3 # s; a longer life answers at least one Probe
     min_share = 0.99 # of the Probes that are to be answered
 
-    # By how much a count may exceed the one after the first life while the plug-in runs. The I/O
-    # service has three descriptors, each adapter a socket (of twice two in a document of a burst),
-    # and the host opens others for a moment. Threads: the one that the plug-in borrows, its I/O
-    # thread and one that sends a burst.
+    # By how much a count may exceed the one after the first life while the plug-in runs.
+    # Descriptors: three of the I/O service, a socket for each adapter, and those that the host
+    # opens for a moment. Threads: the one that the plug-in borrows, its I/O thread and one that
+    # sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
     # By how much the minimum in the last quarter of the samples may exceed the minimum in the
-    # second, in bytes. After each life the heap is the same but for a few texts; within one it
-    # follows the number of adapters. The allocator returns the memory of a huge document to the
-    # system only now and then.
+    # second, in bytes. After each life the heap is the same except for a few texts; within one it
+    # depends on the number of adapters. The allocator returns the memory of a huge document to the
+    # system only occasionally.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
 }
 
-# Each file begins in the day in which the first one does.
+# Times of day; each file begins on the day on which the first one does.
 FNR == 1 {
     ++file
     now = start
@@ -89,7 +90,7 @@ file == 2 {
     second = int(now - start)
     ++sent[second]
     sent_answered[second] += answered
-    # Only an endpoint that was up all around the sending owes an answer.
+    # An answer is due only if the endpoint was up from `margin` before the Probe to `margin` after.
     while (up < ups && up_from[up + 1] + margin <= now)
         ++up
     if (up == 0 || now < up_from[up] + margin || now > (up in up_to ? up_to[up] : end) - margin)
