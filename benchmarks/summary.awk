@@ -2,8 +2,9 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats, with the quartiles in parentheses. A ratio is taken
-# between two values of the same repeat, before the median: what else the machine did affected both.
+# A value is the median over the repeats, in some columns with the quartiles in parentheses. A ratio
+# is taken between two values of the same repeat, before the median: other work of the machine
+# affected both.
 
 BEGIN { FS = "," }
 
@@ -21,7 +22,7 @@ BEGIN { FS = "," }
         max_repeat = $2
 }
 
-# What the functions below collect is in list[1] ... list[count], sorted.
+# The functions below collect values in list[1] ... list[count], sorted.
 function Add(value,    place) {
     for (place = ++count; place > 1 && list[place - 1] > value; --place)
         list[place] = list[place - 1]
@@ -122,47 +123,74 @@ function PrintTargets() {
     Target("system calls of the plug-in's threads while idle", 0, 0)
 }
 
-# The row of a server under a load: values, and ratios to the base.
-function PrintAnsweringRow(load, server, base,    row, field, figures, lost) {
-    if (!Values("answering", load, "cpu_us", server))
-        return
-    row = "| " load " | " server
-    split("cpu_us rate p50_us p99_us", figures, " ")
-    for (field = 1; field <= 4; ++field) {
-        Values("answering", load, figures[field], server)
-        row = row " | " Spread()
-        Ratios("answering", load, figures[field], server, base)
-        row = row " | " Spread()
+function Median() { return count ? Digits(Quantile(0.5)) : "–" }
+
+# The row of a figure under a load: the median of each server, and after the plug-in's its ratio to
+# the first server.
+function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, server, any) {
+    row = "| " title " | " (load == "memory" ? "–" : load)
+    for (server = 1; server <= servers_count; ++server) {
+        any += Values("answering", load, figure, servers[server])
+        row = row " | " Median()
+        if (servers[server] == "plugin") {
+            Ratios("answering", load, figure, "plugin", servers[1])
+            row = row " | " Spread()
+        }
     }
-    for (Values("answering", load, "lost", server); count > 0; --count)
-        lost += list[count]
-    print row " | " lost + 0 " |"
+    if (any)
+        print row " |"
 }
 
-function PrintAnswering(    load, base, kase, server) {
-    Head("Answering", "load | server | CPU µs each | ratio | answers/s | ratio | p50 µs | " \
-        "ratio | p99 µs | ratio | lost")
-    for (kase = 1; kase <= case_count["answering"]; ++kase) {
-        load = cases["answering", kase]
-        base = load ~ /^(foreign|hello)/ ? "drop" : "floor"
-        PrintAnsweringRow(load, base, base)
-        for (server = 1; server <= subject_count["answering"]; ++server)
-            if (subjects["answering", server] != base)
-                PrintAnsweringRow(load, subjects["answering", server], base)
+# The Probes that each server lost under a load, if one lost any.
+function PrintLost(load, servers, servers_count,    row, server, lost, sum) {
+    row = "| lost | " load
+    for (server = 1; server <= servers_count; ++server) {
+        lost = 0
+        for (Values("answering", load, "lost", servers[server]); count > 0; --count)
+            lost += list[count]
+        sum += lost
+        row = row " | " lost (servers[server] == "plugin" ? " | –" : "")
     }
-    Head("", "server | resident memory, KiB | ratio | system calls per answer")
-    for (server = 1; server <= subject_count["answering"]; ++server)
-        PrintMemoryRow(subjects["answering", server])
+    if (sum > 0)
+        print row " |"
 }
 
-function PrintMemoryRow(server,    row) {
-    if (!Values("answering", "memory", "rss_kib", server))
-        return
-    row = "| " server " | " Spread()
-    Ratios("answering", "memory", "rss_kib", server, "floor")
-    row = row " | " Spread()
-    Values("answering", "closed-1", "calls", server)
-    print row " | " Spread() " |"
+# Prints the head of a table with a column for each server; the plug-in has another for its ratio.
+function AnsweringHead(title, servers, servers_count,    columns, server) {
+    columns = "figure | load"
+    for (server = 1; server <= servers_count; ++server)
+        columns = columns " | " servers[server] \
+            (servers[server] == "plugin" ? " | ratio to " servers[1] : "")
+    Head(title, columns)
+}
+
+function PrintFigure(title, figure, loads,    number) {
+    for (number = 1; number <= case_count["answering"]; ++number)
+        if (cases["answering", number] ~ loads)
+            PrintAnsweringRow(title, figure, cases["answering", number], answering, answering_count)
+}
+
+function PrintAnswering(    number, silent) {
+    answering[answering_count = 1] = "floor"
+    for (number = 1; number <= subject_count["answering"]; ++number)
+        if (subjects["answering", number] !~ /^(floor|drop)$/)
+            answering[++answering_count] = subjects["answering", number]
+    AnsweringHead("Answering", answering, answering_count)
+    PrintFigure("CPU each, µs", "cpu_us", "^(closed|rate)")
+    PrintFigure("answers/s", "rate", "^closed")
+    PrintFigure("p50, µs", "p50_us", "^(closed|rate)")
+    PrintFigure("p99, µs", "p99_us", "^(closed|rate)")
+    for (number = 1; number <= case_count["answering"]; ++number)
+        if (cases["answering", number] ~ /^(closed|rate)/)
+            PrintLost(cases["answering", number], answering, answering_count)
+    PrintFigure("system calls per answer", "calls", "^closed-1$")
+    PrintFigure("resident memory, KiB", "rss_kib", "^memory$")
+
+    split("drop plugin", silent, " ")
+    AnsweringHead("", silent, 2)
+    for (number = 1; number <= case_count["answering"]; ++number)
+        if (cases["answering", number] ~ /^(foreign|hello)/)
+            PrintAnsweringRow("CPU each, µs", "cpu_us", cases["answering", number], silent, 2)
 }
 
 function PrintAdapters(    number, field, figures, row) {
