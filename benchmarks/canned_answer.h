@@ -9,8 +9,6 @@
 
 namespace kx::benchmarks {
 
-inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
-
 /// Returns the description of a recorder, with texts of the usual lengths.
 inline EndpointDescription MakeDescription()
 {

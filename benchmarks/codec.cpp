@@ -21,7 +21,7 @@ constexpr std::size_t kReceiveBufferSize = 4096;
 CDiscoverySoap MakeSoap()
 {
     CDiscoverySoap soap;
-    soap.types.emplace_back(kx::benchmarks::kDeviceType);
+    soap.types.emplace_back(kx::kDeviceType);
     return soap;
 }
 

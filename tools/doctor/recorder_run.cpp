@@ -11,6 +11,7 @@
 #include "recorder_check.h"
 #include "run_tool.h"
 #include "text.h"
+#include "uris.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/udp.hpp>
@@ -83,7 +84,7 @@ public:
     explicit CProbeWatch(double watchSeconds)
         : seconds(watchSeconds), signals(ioService, SIGINT, SIGTERM), progressTimer(ioService)
     {
-        codec.types = {"NetworkVideoRecorder"};
+        codec.types = {kDeviceType};
     }
 
     /// Errors: boost::system::system_error, see CPacketWatch.
