@@ -28,8 +28,8 @@ namespace {
 
 constexpr char kNoAddress[] = "0.0.0.0";
 
-/// Runs handlers until there is no more work and returns their number. Later versions of the
-/// library report errors only by exception.
+/// Runs handlers until there is no more work; returns how many it ran. Boost 1.87 and later report
+/// errors only by exception.
 std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 {
 #if BOOST_VERSION < 108700
@@ -92,8 +92,8 @@ void CDiscoveryManager::StopAll()
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
     // A handler uncounts itself first, so one may still be running on an idle endpoint. The I/O
-    // thread drops its share behind that handler. Copied: a post that throws std::bad_alloc would
-    // destroy what was moved into it.
+    // thread releases the endpoints after that handler. Copied: a post that throws std::bad_alloc
+    // would destroy endpoints that were moved into it.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }
@@ -101,7 +101,7 @@ void CDiscoveryManager::StopAll()
 void CDiscoveryManager::Shutdown()
 {
     StopAll();
-    // On the I/O thread: reset from here it could run before RunIoService makes the guard, which
+    // On the I/O thread: reset from here it could run before RunIoService creates the guard, which
     // would then never be reset.
     boost::asio::post(*ioService, [this] { work.reset(); });
 }

@@ -17,13 +17,13 @@ namespace kx {
 
 /// Owns the endpoints of one run and the I/O service that drives them.
 ///
-/// Order of calls: constructor; `log` and `soap.types` set; RunIoService on a thread of its own;
+/// Order of calls: constructor; `log` and `soap.types` set; RunIoService on a separate thread;
 /// Start and StopAll any number of times; Shutdown; that thread joined; destructor.
 ///
 /// Threads: RunIoService is the I/O thread; everything else runs on the manager's thread.
 class CDiscoveryManager {
 public:
-    /// Errors: boost::thread_resource_error when the I/O service cannot be made; a broken random
+    /// Errors: boost::thread_resource_error when the I/O service cannot be created; a broken random
     /// device ends the process.
     CDiscoveryManager();
     CDiscoveryManager(const CDiscoveryManager&) = delete;
@@ -38,9 +38,9 @@ public:
     /// where they are silent today.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
-    /// Stops and releases every endpoint, each with a Bye. Takes at least 10 ms and returns when
-    /// the endpoints have nothing outstanding. That wait has no bound: the host's callback may hold
-    /// the I/O thread. An endpoint is destroyed shortly after, when its last handler has returned.
+    /// Sends a Bye from every endpoint, stops and releases it. Takes at least 10 ms and returns
+    /// when no operation is outstanding. That wait has no bound: the host's callback may hold the
+    /// I/O thread. An endpoint is destroyed shortly after, when its last handler has returned.
     void StopAll();
 
     /// Stops everything and lets RunIoService return.
@@ -57,7 +57,7 @@ private:
     using Work = boost::asio::executor_work_guard<IoService::executor_type>;
 
     boost::shared_ptr<IoService> ioService;
-    /// Keeps RunIoService from returning for lack of work. Made and reset on the I/O thread.
+    /// Keeps RunIoService from returning for lack of work. Created and reset on the I/O thread.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;
     /// The advertised address, one UUID for all adapters of a run.

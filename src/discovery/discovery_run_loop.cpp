@@ -20,9 +20,9 @@ namespace {
 constexpr char kAddressScheme[] = "ktzkx://";
 
 /// The I/O thread of a run. The destructor shuts the manager down and joins the thread, so that the
-/// thread never outlives the manager, exceptions included.
+/// thread never outlives the manager, not even after an exception.
 ///
-/// Not a boost::thread: a host with a Boost of its own would supply the compiled part.
+/// Not a boost::thread: a host with its own Boost would supply the compiled part.
 class CIoThread {
 public:
     /// Errors: boost::thread_resource_error when the thread cannot be started.
@@ -48,8 +48,8 @@ private:
     std::thread thread;
 };
 
-/// Deliberate: the same adapters in another order are a change. A server could not otherwise have
-/// all endpoints restarted without changing one.
+/// Deliberate: the same adapters in another order are a change. Otherwise a server could not
+/// restart all endpoints without changing one of them.
 bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<AdapterRecord>& right)
 {
     const auto key = [](const AdapterRecord& adapter) {
@@ -59,8 +59,7 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits for one broadcast; when it brought another port or other adapters, copies them and returns
-/// true.
+/// Waits for one broadcast. If the port or the adapters have changed, copies them and returns true.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

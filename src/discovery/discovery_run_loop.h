@@ -12,8 +12,8 @@ namespace kx {
 /// between the loop's check of the flag and its wait. A loop that compared before it waits would
 /// start and stop endpoints at times when its server has sent nothing.
 ///
-/// Errors: boost::thread_resource_error when the I/O service or its thread cannot be made; whatever
-/// the host's callback throws; std::bad_alloc. `running` then stays set.
+/// Errors: boost::thread_resource_error when the I/O service or its thread cannot be created;
+/// exceptions of the host's callback; std::bad_alloc. `running` then stays set.
 /// Threads: a host thread, called the manager's thread here. The context may be freed as soon as
 /// `running` is clear.
 void RunDiscoveryLoop(PluginContext& context);

@@ -91,7 +91,8 @@ void CDiscoveryUdp::Restart()
     });
 }
 
-/// Opens the socket and sets its options; false when an essential step failed, which is logged.
+/// Opens the socket and sets its options. Logs failures; returns false when an essential step
+/// failed.
 bool CDiscoveryUdp::SetUpSocket()
 {
     error_code error;
@@ -226,8 +227,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     ++pendingOps;
     tornDown->get_future().wait_for(kMaxStopWait);
 
-    // The I/O thread may be held in a log record or in a blocked Bye. It closes the socket when it
-    // gets there; a Bye that has not gone by now is given up.
+    // The I/O thread may be held in a log record or in a blocked Bye. It closes the socket
+    // afterwards; this abandons a Bye that is not yet sent.
     byeDone = true;
 }
 

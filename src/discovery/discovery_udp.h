@@ -33,20 +33,20 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     any --StopOperations(true)--> stopped for good
 ///
 /// Threads: the I/O thread runs all completion handlers and starts all asynchronous operations but
-/// one. The manager's thread runs the constructor and the first Restart, up to its handing over to
-/// the I/O thread; when an essential step fails there, it arms the retry timer, whose wait takes
-/// seconds. Otherwise the manager's thread only stops the endpoint, and both threads share only
-/// atomic fields. A stop sets its flags and then has the I/O thread do the teardown. That thread
-/// runs one handler at a time, so the teardown follows every handler that checked the flags just
-/// before: whatever such a handler opened or armed is closed and cancelled too, and no descriptor
-/// is closed while a system call uses it.
+/// one. The manager's thread runs the constructor and the first Restart, until that dispatches the
+/// rest to the I/O thread; when an essential step fails there, it arms the retry timer, which runs
+/// for seconds. After that the manager's thread only stops the endpoint, and both threads share
+/// only atomic fields. A stop sets its flags, then posts the teardown to the I/O thread. That
+/// thread runs one handler at a time, so the teardown follows every handler that checked the flags
+/// just before: it closes and cancels what such a handler opened or armed, and no descriptor is
+/// closed while a system call uses it.
 ///
 /// Counting: every asynchronous operation is counted, and its handler uncounts it first; the
 /// teardown uncounts itself last, which keeps the endpoint busy until it is done. The manager frees
 /// an endpoint only when nothing is outstanding. An operation is counted after it is started: one
-/// that throws std::bad_alloc never completes, and a stop would wait for it without end. No handler
-/// runs before its operation is counted: the I/O thread is in another handler, or the wait takes
-/// seconds. The manager's thread checks the counts only after it has counted the teardown.
+/// that throws std::bad_alloc never completes, and a stop would wait for it forever. No handler
+/// runs before its operation is counted: the I/O thread is in another handler, or the retry timer
+/// runs for seconds. The manager's thread checks the counts only after it has counted the teardown.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -85,7 +85,7 @@ public:
     ///               and then makes a blocked Bye give up. Threads: manager.
     void StopOperations(bool final);
 
-    /// Whether the I/O thread still has work on this endpoint. Thread-safe.
+    /// Returns whether the I/O thread still has work on this endpoint. Thread-safe.
     bool Busy() const { return pendingReceives > 0 || pendingOps > 0; }
 
     CDiscoverySoap* soap = nullptr;   ///< not owned; null: nothing is announced or answered
@@ -132,7 +132,7 @@ private:
     std::atomic<bool> closing{false};
     /// Stopped for good: no handler arms a timer or restarts any more.
     std::atomic<bool> stopping{false};
-    /// The Bye was sent, failed, was skipped or is given up; no further attempt begins.
+    /// The Bye was sent, failed or was skipped, or is to be abandoned; no further attempt begins.
     std::atomic<bool> byeDone{false};
     std::atomic<std::int32_t> pendingReceives{0};
     /// Operations of every kind: receives, sends, timer waits, the final teardown.
@@ -167,7 +167,7 @@ private:
     boost::asio::steady_timer activityTimer;
 };
 
-/// Whether a completion reports the cancellation of its operation. Thread-safe.
+/// Returns whether an error reports that the operation was cancelled. Thread-safe.
 bool WasCancelled(const boost::system::error_code& error);
 
 } // namespace kx

@@ -16,13 +16,13 @@ using log::Report;
 namespace {
 
 /// "More data is available": a datagram did not fit, as an error value of another system's socket
-/// library. Its category is not looked at.
+/// library. Compared without its category.
 constexpr int kReceiveTooSmall = 234;
 
-/// Whether an answer to this source reaches its sender: not on port 0, in 0.0.0.0/8, in a group or
-/// at the broadcast address (ip(7), RFC 1122 3.2.1.3). Some of these sends fail, and one forged
-/// Probe would close the endpoint for as long as its back-off has grown; an answer to a group would
-/// go to everybody.
+/// Returns whether an answer to this source can reach its sender: not on port 0, in 0.0.0.0/8, in a
+/// group or at the broadcast address (ip(7), RFC 1122 3.2.1.3). Some of these sends fail, and then
+/// one forged Probe would close the endpoint for a whole back-off; an answer to a group would reach
+/// all its members.
 bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
 {
     const boost::asio::ip::address_v4 address = source.address().to_v4();

@@ -28,7 +28,7 @@ void CDiscoveryUdp::SendHello()
         SendMessage(hello);
 }
 
-/// Makes the Hello that SendMessage is to send next; null without a codec.
+/// Builds the Hello and sets its destination for the next SendMessage; null without a codec.
 CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 {
     if (!soap)
@@ -42,8 +42,8 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 
 void CDiscoveryUdp::SendBye()
 {
-    // Nothing may follow the Bye: a handler that completes later must not announce, answer or take
-    // the cancellation for a failure. And a message that still waits to be sent must not follow it.
+    // Nothing may follow the Bye: no later handler may announce, answer or treat the cancellation
+    // as a failure, and a message that still waits to be sent is cancelled.
     stopping = true;
     error_code ignored;
     socket.cancel(ignored);

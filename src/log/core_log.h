@@ -6,7 +6,7 @@
 
 namespace kx::log {
 
-/// The log channel to the host: one XML record per message, sent on the caller's thread. Has no
+/// The log channel to the host: one XML record per message, sent on the caller's thread. Keeps no
 /// queue and no state.
 class CCoreLog : public ICoreLog {
 public:
@@ -17,8 +17,8 @@ public:
     void Log(std::int32_t level, const std::string& text) override;
 
 private:
-    /// Deliberate: never opened. The host keeps the records; a file here would hold them twice and
-    /// grow without a limit.
+    /// Deliberate: never opened. The host keeps the records; a file here would duplicate them and
+    /// grow without limit.
     std::ofstream logFile;
 };
 

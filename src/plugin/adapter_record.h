@@ -4,7 +4,7 @@
 
 namespace kx {
 
-/// One connected network adapter, as the host's document names it, without a check of its form.
+/// One connected network adapter, with unchecked texts from the host's document.
 struct AdapterRecord {
     std::string ipAddress;  ///< IPv4 address as dotted text
     std::string handle;     ///< network device name

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kUnloadPollInterval{10};
 
-/// Made by the first Load, freed by Unload, during which no other entry point is entered.
+/// Created by the first Load, freed by Unload, during which the host calls no other entry point.
 kx::PluginContext* context = nullptr;
 
 } // namespace
@@ -69,9 +69,9 @@ std::uint64_t Open(const void* /*request*/, PelorinOpenReply* reply)
     return 0;
 }
 
-// Deliberate: takes no lock, so a request that falls between the loop's look at the flag and its
-// wait is missed until the next broadcast, which another Close brings. With a lock Close could
-// wait, and hosts call it where they must not.
+// Deliberate: takes no lock, so a request between the loop's check of the flag and its wait is
+// missed until the next broadcast, which another Close causes. With a lock Close could block, and
+// hosts call it where they must not block.
 std::uint64_t Close(const void* /*request*/, PelorinStatusReply* reply)
 {
     if (context) {
@@ -90,8 +90,8 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: unlike Read it leaves the reply untouched in the other case, where a host may
-    // have put another module's result.
+    // Deliberate: unlike Read it otherwise leaves the reply untouched, which may already hold
+    // another module's result.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

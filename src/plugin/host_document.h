@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-/// The names in the documents exchanged with the host, for all who write or read one.
-/// pelorin/plugin.h shows the documents.
+/// The names in the documents exchanged with the host. pelorin/plugin.h shows the documents.
 namespace kx {
 
 /// The root of every document except the log record. Delta is 0 in all of them.

@@ -5,7 +5,7 @@ namespace kx {
 /// Sends the registration document, which names the module to the host, under kRegisterCommand.
 /// Each call sends it again. The host's status is ignored.
 ///
-/// Threads: any host thread, after Load.
+/// Threads: host, after Load.
 void SendModuleRegistration();
 
 } // namespace kx

@@ -12,18 +12,18 @@
 
 namespace kx {
 
-/// What the entry points, the document handler and the run loop share. One per process, created by
-/// Load and freed by Unload; members are freed from the last to the first.
+/// State shared by the entry points, the document handler and the run loop. One per process,
+/// created by Load and freed by Unload.
 ///
 /// Errors: construction throws boost::thread_resource_error.
 struct PluginContext {
     /// Set by Close, never cleared: a stopped context stays stopped.
     std::atomic<bool> stopRequested{false};
-    /// Set while the run loop lives; Unload waits for its end.
+    /// Set while the run loop runs; Unload waits for its end.
     std::atomic<bool> running{false};
     /// Guards `adapters`, and keeps `adapters` and `serverPort` a pair.
     boost::mutex mutex;
-    /// Broadcast after a document was taken in or a stop was requested.
+    /// Broadcast after a document was applied or a stop was requested.
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
     /// As read, without a range check. Atomic: the run loop first reads it without the mutex.

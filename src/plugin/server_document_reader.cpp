@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int32_t kUpToNul = -1;
 
-/// Reads an attribute that is required and must not be empty.
+/// Reads a required attribute, which must not be empty.
 bool ReadText(const XMLElement& element, const char* name, std::string& value)
 {
     const char* text = element.Attribute(name);
@@ -30,8 +30,8 @@ const XMLElement* Child(const XMLElement* parent, const char* name)
 
 } // namespace
 
-// Deliberate: not XMLElement::QueryIntAttribute, which takes "0x10" for 16 since tinyxml2 8.1. A
-// host's document would mean another port than it does today.
+// Deliberate: not XMLElement::QueryIntAttribute, which reads "0x10" as 16 since tinyxml2 8.1. A
+// host's document could then mean another port than it does today.
 bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& value)
 {
     const char* text = element.Attribute(name);

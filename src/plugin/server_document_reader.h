@@ -26,9 +26,9 @@ struct ServerSettings {
 /// An adapter that is not connected or not complete is left out. Thread-safe.
 std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t length);
 
-// The steps of ReadServerDocument, for those who explain its result.
+// The steps of ReadServerDocument, for tools that explain its result.
 
-/// Parses the text; false if it is not well-formed, for which `document` then holds the reason.
+/// Parses the text; false if it is not well-formed, and `document` then holds the reason.
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length);
 
 /// The elements on the way to the adapters. Each is null if it or one before it is missing.
@@ -45,8 +45,8 @@ ServerElements FindServerElements(const tinyxml2::XMLDocument& document);
 /// number.
 bool ReadInteger(const tinyxml2::XMLElement& element, const char* name, std::int32_t& value);
 
-/// Reads an Adapter element; returns the name of an attribute for which it is left out, or nullptr
-/// if it is taken.
+/// Reads an Adapter element; returns the name of the attribute that excludes it, or nullptr if the
+/// adapter is used.
 const char* ReadAdapter(const tinyxml2::XMLElement& element, AdapterRecord& adapter);
 
 } // namespace kx

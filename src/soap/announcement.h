@@ -15,9 +15,8 @@ inline constexpr unsigned kAnnounceBye = 1;
 /// @param out   out: the whole message; left empty for any other kind
 ///
 /// Deliberate: the MAC scope replaces the scope list, and a Bye carries only the endpoint
-/// reference. A client that takes the one scope for the MAC address would misread a list of
-/// several, and one that looks for metadata in each message would take those of a Bye for an
-/// announcement.
+/// reference. A client that reads the only scope as the MAC address would misread a list, and one
+/// that reads the metadata of every message would mistake a Bye with metadata for an announcement.
 ///
 /// Errors: a broken random device ends the process, see NewUuidString. Thread-safe.
 void BuildAnnouncement(const EndpointDescription& description, unsigned kind, std::string& out);

@@ -28,11 +28,11 @@ public:
     /// Builds a Bye; replaces `out`.
     void Bye(const EndpointDescription& description, std::string& out) const;
 
-    /// Checks a datagram without parsing it: whether ParseProbe could return 1. False is definite,
-    /// unless a type contains a line feed, to which XML converts other line ends.
+    /// Returns whether ParseProbe could return 1, without parsing. False is definite, unless a type
+    /// contains a line feed, to which XML converts other line ends.
     ///
-    /// In a network of many devices nearly all datagrams are for others, and parsing them as XML is
-    /// most of what an endpoint costs.
+    /// In a network of many devices nearly all datagrams are for others, and parsing them as XML
+    /// would take most of an endpoint's processor time.
     ///
     /// @param data    received bytes; a terminating NUL is not needed
     /// @param length  bytes in `data`; nothing after them is read
@@ -63,16 +63,15 @@ public:
 ///
 /// @param element   may be null
 /// @param fragment  a part of the namespace's URI; may be null
-/// @param prefix    out: "prefix:", or empty when no declaration matches, so that names are looked
-///                  up without a prefix. A default namespace or a URI without http:// never
-///                  matches.
+/// @param prefix    out: "prefix:", or empty when no declaration matches; names then have no
+///                  prefix. A default namespace or a URI without http:// never matches.
 void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragment,
                         std::string& prefix);
 
-/// Whether the prefix followed by one of the types occurs anywhere in the text.
+/// Returns whether the prefix followed by one of the types occurs anywhere in the text.
 ///
-/// Deliberate: searches for a substring instead of comparing names. A client that declares no
-/// vendor's namespace asks for "dn:NetworkVideoRecorder", and would get no answer.
+/// Deliberate: searches for a substring instead of comparing names. A client that does not declare
+/// the vendor's namespace asks for "dn:NetworkVideoRecorder", and would get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

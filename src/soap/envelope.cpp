@@ -25,7 +25,7 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
     parent.InsertEndChild(MakeText(*parent.GetDocument(), name, text));
 }
 
-/// Opens a document: declaration and s:Envelope with its four namespace declarations, attached.
+/// Attaches the XML declaration and s:Envelope with its namespace declarations; returns the latter.
 ///
 /// Deliberate: XML version 1.1, unlike the documents for the host. Clients may compare the first
 /// line as bytes.
@@ -120,9 +120,9 @@ void AppendTarget(XMLElement& parent, const EndpointDescription& description, XM
     if (scopes)
         parent.InsertEndChild(scopes);
     parent.InsertEndChild(MakeXAddrs(document, description.xaddrs));
-    // Deliberate: constant, though it is to grow when metadata changes (WS-Discovery (April
-    // 2005) 4.1). A run does not know the last number; a client would take a lower one for older
-    // metadata.
+    // Deliberate: constant, although it should grow when metadata changes (WS-Discovery (April
+    // 2005) 4.1). A run does not know the number of the previous run, and clients would ignore a
+    // lower one as older metadata.
     AppendText(parent, "wsd:MetadataVersion", "1");
 }
 

@@ -29,7 +29,7 @@ const XMLElement* Child(const XMLElement* parent, const std::string& name)
     return parent ? parent->FirstChildElement(name.c_str()) : nullptr;
 }
 
-/// Copies an element's first child when that is a text.
+/// Copies an element's first child if that is a text; returns whether it is.
 ///
 /// Deliberate: not XMLElement::GetText, which skips comments before the text since tinyxml2 8.1:
 /// the library's version would decide which Probes are answered.
@@ -77,8 +77,8 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
     const auto has = [text](std::string_view part) {
         return text.find(part) != std::string_view::npos;
     };
-    // The parser returns names as they are in the datagram, and texts too, except for references
-    // such as &#78;, which may stand for any letter of a type.
+    // The parser returns names and texts as they are in the datagram, except for references such as
+    // &#78;, which can replace any letter of a type.
     return has(kProbeName) && (has("&") || std::any_of(types.begin(), types.end(), has));
 }
 

@@ -9,7 +9,7 @@ namespace kx {
 /// Prints a document with one element per line, indented by four spaces per level. An element's
 /// text stays on the line of its tags. The result ends with a line feed.
 ///
-/// Threads: any; the document must not change meanwhile.
+/// Thread-safe as long as the document does not change.
 inline std::string PrintDocument(const tinyxml2::XMLDocument& document)
 {
     tinyxml2::XMLPrinter printer;

@@ -14,7 +14,7 @@ namespace kx {
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Whether a piece is a text or an integer. Characters and booleans count as neither.
+/// Returns whether a piece is a text or an integer. Characters and booleans count as neither.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -38,7 +38,7 @@ void AppendPlain(std::string& text, const Piece& piece)
 }
 
 /// Joins its arguments into one text, each as std::ostream would print it in the classic locale.
-/// All numbers that the plug-in sends or logs go through here: the host may have set a global
+/// Every number that the plug-in sends or logs goes through here: the host may have set a global
 /// locale with digit grouping, in which a plain stream prints port 22609 as 22,609.
 ///
 /// Texts and integers are joined without a stream, because constructing one takes longer than the
@@ -60,7 +60,7 @@ std::string Compose(const Pieces&... pieces)
     }
 }
 
-/// Whether the last bytes of `text` are `end`.
+/// Returns whether the last bytes of `text` are `end`.
 inline bool EndsWith(const std::string& text, const std::string& end)
 {
     return text.size() >= end.size() &&

@@ -63,7 +63,7 @@ bool FormatGuidText(const GUID& guid, char* buffer, std::size_t capacity)
     if (capacity < kUuidTextSize)
         return false;
 
-    // Not by snprintf(3), which takes ten times as long.
+    // snprintf(3) would take ten times as long.
     const auto append = [&buffer](unsigned value, int digits) {
         for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
             *buffer++ = "0123456789abcdef"[value >> shift & 0xfU];
