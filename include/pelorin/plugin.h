@@ -29,7 +29,8 @@
 ///     [alone]        Any thread, while no other call into the plug-in is running.
 ///
 /// Exceptions. C++ exceptions may leave Load, Open and IOCTL when the process runs out of memory or
-/// threads; a host in C then ends.
+/// threads; a host in C then ends. A host in C++ catches `const std::exception&` and uses what()
+/// alone, with the library still loaded: its own Boost may have other classes under these names.
 #ifndef PELORIN_PLUGIN_H
 #define PELORIN_PLUGIN_H
 
@@ -84,7 +85,9 @@ extern "C" {
 //     </Qorm>
 //
 // Server and adapter document, handed to IOCTL with PELORIN_APPLY. It replaces the port and the
-// whole list of adapters. Handle is the name of the network device:
+// whole list of adapters. Handle is the name of the network device. An adapter at 0.0.0.0 is not
+// served, but counts when the plug-in looks for changes: the Handle of the second one here is the
+// index of eth0, so that the document changes when eth0 is deleted and created again:
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -92,13 +95,15 @@ extern "C" {
 //                 <Network>
 //                     <Adapter MACAddress="02:00:00:00:00:05" Handle="eth0" IPAddress="10.0.0.5"
 //                              Connected="1"/>
+//                     <Adapter MACAddress="-" Handle="2" IPAddress="0.0.0.0" Connected="1"/>
 //                 </Network>
 //             </Server>
 //         </Servers>
 //     </Qorm>
 //
 // Log record, of which the level is one of the above and the text is at most 511 bytes long before
-// escaping. The text may hold what a stranger sent over the network and need not be valid UTF-8:
+// escaping. The text may hold what a stranger sent over the network. It need not be valid UTF-8 and
+// may contain control characters, which a strict XML parser refuses:
 //
 //     <?xml version="1.0" encoding="UTF-8"?>
 //     <log_msg level="25">Restarting discovery on interface 10.0.0.5</log_msg>
@@ -145,17 +150,18 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 /// The host's function, through which everything comes that the plug-in tells the host.
 ///
 /// Both records and the data are the plug-in's and valid during the call only. The plug-in waits
-/// for the return and holds no lock of its own meanwhile. It must not throw. It may call Close and
-/// IOCTL with PELORIN_APPLY, but neither Unload nor IOCTL with PELORIN_RUN. While it holds a record
-/// of the I/O thread, no Probe is answered on any adapter.
+/// for the return and holds no lock of its own meanwhile. It must not throw. Of the entry points it
+/// may call Close and IOCTL with PELORIN_APPLY only. While it holds a record of the I/O thread, no
+/// Probe is answered on any adapter; while it holds one of the lent thread, no document is acted
+/// on.
 ///
-/// Records of one thread come in order. Each time the run acts on a document, it first sends a log
-/// record on the lent thread; a record on that thread therefore shows the host that the plug-in has
-/// seen a document.
+/// Records of one thread come in order. None of them tells the host that the plug-in has acted on a
+/// document.
 ///
 /// [any-thread] the registration, on the thread that calls Open
-/// [lent-thread] log records about starting and stopping
-/// [io-thread] all other log records; may be called concurrently with the lent thread
+/// [lent-thread] log records of the run itself: it stops its endpoints and makes new ones
+/// [io-thread] all other log records, those of the same kind included: the Bye, and the restart of
+///     an endpoint after a failure; may be called concurrently with the lent thread
 typedef void (*PelorinHostCallback)(const PelorinHostRequest* request, PelorinHostReply* reply);
 PELORIN_ASSERT(sizeof(PelorinHostCallback) == 8);
 
@@ -223,7 +229,7 @@ typedef struct PelorinIoctlRequest {
     uint8_t unused0[8];
     uint32_t code; //  8  PELORIN_RUN, PELORIN_APPLY
     uint8_t unused12[12];
-    int32_t dataLength; // 24  PELORIN_APPLY: bytes at `data`; -1: up to its NUL
+    int32_t dataLength; // 24  PELORIN_APPLY: bytes at `data`; -1: up to its NUL; none below that
     uint8_t unused28[4];
     const char* data; // 32  PELORIN_APPLY: the document
 } PelorinIoctlRequest;
@@ -263,16 +269,18 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 /// Stores the callback, fills the descriptor and creates the plug-in's state if there is none. A
 /// second Load without Unload keeps the state.
 ///
-/// Waits for nothing. Call it first. Of the other entry points, only a run may be in progress.
-/// Errors: throws boost::thread_resource_error or std::bad_alloc; only the callback is stored then.
+/// Waits for nothing. Call it first.
+/// Errors: throws boost::thread_resource_error or std::bad_alloc; there is no state then, as if
+/// Load had not been called.
 ///
-/// [any-thread]
+/// [alone] A run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);
 #define PELORIN_LOAD_NAME "Load"
 
 /// Sends the registration document through the callback, each time.
 ///
 /// Waits for the callback. Requires Load.
+/// Errors: throws std::bad_alloc; nothing is sent then.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
@@ -280,19 +288,21 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 
 /// Runs discovery or applies a document; does nothing with another code. Requires Load.
 ///
-/// PELORIN_RUN runs discovery on the calling thread and returns after Close. It runs once for each
-/// Load: after Close, another run returns immediately. Two runs must not overlap. The stack needs
-/// 128 KiB. The I/O thread inherits this thread's signal mask.
+/// PELORIN_RUN runs discovery on the calling thread and returns after Close. Discovery runs once
+/// between Load and Unload: after Close, another run sends a few log records and returns. Two runs
+/// must not overlap. The stack needs 128 KiB. The I/O thread inherits this thread's signal mask.
 /// Errors: throws boost::thread_resource_error when the I/O service or its thread cannot be
-/// created. The plug-in then counts as running for ever, so do not call Unload.
+/// created, and std::bad_alloc. Another run may then be tried; Unload does not return until one has
+/// returned without an exception.
 ///
 /// [lent-thread]
 ///
 /// PELORIN_APPLY replaces the port and the adapters by those of a document; of concurrent calls the
 /// last one wins. It waits for no callback and no network. The data is the host's and need not
 /// outlive the call. A document that cannot be read is dropped silently. The run may miss a
-/// document while it is busy or before it waits, so pass the current one repeatedly; one that
-/// brings nothing new costs nothing. May be called before, during and after a run.
+/// document while it is busy or before it waits, so pass the current one repeatedly, for as long as
+/// it is current; one that brings nothing new costs nothing. May be called before, during and after
+/// a run.
 /// Errors: throws std::bad_alloc; nothing is replaced then.
 ///
 /// [any-thread]
@@ -300,7 +310,7 @@ typedef uint64_t (*PelorinIoctl)(const PelorinIoctlRequest* request, PelorinIoct
 #define PELORIN_IOCTL_NAME "IOCTL"
 
 /// Asks the run to stop. Does not wait for it. The run may miss a single request: repeat it every
-/// 10 ms until the run has returned. Does nothing else without Load.
+/// 10 ms until the run has returned. Without Load it only sets the status.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply);
@@ -310,7 +320,7 @@ typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply)
 ///
 /// Waits for the end of the run, however long that takes, without asking it to stop. Call it after
 /// Close, with the lent thread joined: that thread still executes the plug-in's code for a moment
-/// after the wait here has ended. Load may follow.
+/// after the wait here has ended. Load may follow. Without Load it only sets the status.
 ///
 /// [alone]
 typedef uint64_t (*PelorinUnload)(const void* request, PelorinStatusReply* reply);

@@ -79,8 +79,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // First, on this thread: by this record a host sees that the run acts on a document, as
-    // pelorin/plugin.h promises. pelorin-host relies on its text.
+    // First: by this record people see in the log that the run acts on a document, and
+    // pelorin-host relies on its text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });

@@ -12,7 +12,8 @@ class CCoreLog : public ICoreLog {
 public:
     /// Sends the first 511 bytes of the text to the host, or to standard error at kLogLocal.
     ///
-    /// Errors: none; a record that the host refuses is lost.
+    /// Errors: std::bad_alloc, and whatever the host's callback throws. The host's status is
+    /// ignored: a record that it refuses is lost.
     /// Thread-safe; the host's callback is called without a lock.
     void Log(std::int32_t level, const std::string& text) override;
 

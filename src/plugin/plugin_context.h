@@ -19,7 +19,8 @@ namespace kx {
 struct PluginContext {
     /// Set by Close, never cleared: a stopped context stays stopped.
     std::atomic<bool> stopRequested{false};
-    /// Set while the run loop runs; Unload waits for its end.
+    /// Set by a run and cleared when it returns; Unload waits for that. A run that throws leaves it
+    /// set, and the next one that returns clears it.
     std::atomic<bool> running{false};
     /// Guards `adapters`, and keeps `adapters` and `serverPort` a pair.
     boost::mutex mutex;
