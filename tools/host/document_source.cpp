@@ -22,7 +22,6 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-constexpr int kNoIndex = 0; // no device has it
 constexpr char kStandardInput[] = "-";
 
 std::string Summary(int port, const std::vector<Adapter>& adapters)
@@ -38,13 +37,16 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Whether an adapter was connected and no longer is, or is now another device.
-bool IsGone(const Adapter& before, const std::vector<Adapter>& adapters)
+/// An adapter that the plug-in does not serve, but that makes a document differ from those with
+/// another number.
+Adapter MakeCounter(int number)
 {
-    return before.connected &&
-           std::none_of(adapters.begin(), adapters.end(), [&](const Adapter& each) {
-               return each.connected && each.name == before.name && each.index == before.index;
-           });
+    Adapter counter{};
+    counter.name = Compose(number);
+    counter.ipAddress = "0.0.0.0";
+    counter.macAddress = "-"; // must not be empty
+    counter.connected = true;
+    return counter;
 }
 
 } // namespace
@@ -91,38 +93,28 @@ void CAdapterSource::ReadChanges()
 {
     // A device may come back even with its old index, as from another network namespace.
     const std::set<int> deleted = monitor ? monitor->TakeDeleted() : std::set<int>();
-    for (Adapter& each : handedOver) {
-        if (deleted.count(each.index) > 0)
-            each.index = kNoIndex;
-    }
-    target = readListed();
-    pending = true;
+    const std::vector<Adapter> before = std::exchange(adapters, readListed());
+    const auto isGone = [&](const Adapter& old) {
+        return old.connected &&
+               (deleted.count(old.index) > 0 ||
+                std::none_of(adapters.begin(), adapters.end(), [&](const Adapter& each) {
+                    return each.connected && each.name == old.name && each.index == old.index;
+                }));
+    };
+    if (std::any_of(before.begin(), before.end(), isGone))
+        ++goneCount;
 }
 
 std::optional<OutgoingDocument> CAdapterSource::Next()
 {
-    if (!std::exchange(pending, false))
-        return std::nullopt;
-
-    std::set<std::string> gone;
-    for (const Adapter& each : handedOver) {
-        if (IsGone(each, target))
-            gone.insert(each.name);
-    }
-    std::vector<Adapter> next;
-    for (const Adapter& each : target) {
-        if (each.connected && gone.count(each.name) > 0)
-            pending = true;
-        else
-            next.push_back(each);
-    }
-
-    handedOver = next;
-    std::string text = MakeServerDocument(port, next);
+    std::vector<Adapter> listed = adapters;
+    if (goneCount > 0)
+        listed.push_back(MakeCounter(goneCount));
+    std::string text = MakeServerDocument(port, listed);
     if (text == handedOverText)
         return std::nullopt;
     handedOverText = text;
-    return OutgoingDocument{std::move(text), Summary(port, next), !gone.empty(), std::nullopt};
+    return OutgoingDocument{std::move(text), Summary(port, adapters), std::nullopt};
 }
 
 CFileSource::CFileSource(std::string file, bool isElsewhere)
@@ -148,7 +140,7 @@ std::optional<OutgoingDocument> CFileSource::Next()
         // The document itself can be handed over all the same.
         Say(Compose("The document is not compared with this machine: ", error.what()));
     }
-    return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"), false,
+    return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"),
                             CheckDocument(text, devices)};
 }
 

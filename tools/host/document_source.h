@@ -17,11 +17,7 @@ std::string MakeServerDocument(int port, const std::vector<Adapter>& adapters);
 /// A server and adapter document on its way to the plug-in.
 struct OutgoingDocument {
     std::string text;
-    std::string summary; ///< what it lists, for the log
-    /// Set when it takes adapters away. The next document then waits until the plug-in has acted on
-    /// this one: of several that arrive while it is busy it compares only the last with what it
-    /// has, and would not notice an adapter that went and came back.
-    bool takesAway;
+    std::string summary;                ///< what it lists, for the log
     std::optional<DocumentCheck> check; ///< of the user's own document
 };
 
@@ -73,18 +69,18 @@ public:
     int Descriptor() const override;
     void ReadChanges() override;
 
-    /// Leaves an adapter out once if its device was replaced by another: the plug-in has to release
-    /// the old one first.
     std::optional<OutgoingDocument> Next() override;
 
 private:
     const int port;
     const ReadListed readListed;
     std::optional<CAdapterMonitor> monitor; // created before the first reading: misses nothing
-    std::vector<Adapter> target;            // to be handed over
-    std::vector<Adapter> handedOver;
+    std::vector<Adapter> adapters;
+    /// How many times connected adapters went. One that is back under its name may be another
+    /// device: a document with this number differs from all before, so the plug-in opens new
+    /// sockets.
+    int goneCount = 0;
     std::string handedOverText;
-    bool pending = false;
 };
 
 /// A document of the user's own, handed over as it is, with what CheckDocument finds in it.

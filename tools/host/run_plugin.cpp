@@ -42,9 +42,6 @@ class CDelivery {
 public:
     explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
 
-    /// Whether the next document may replace the current one.
-    bool IsFree() const { return settled || !document.takesAway; }
-
     void Start(OutgoingDocument next)
     {
         document = std::move(next);
@@ -122,10 +119,8 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
             gathered = steady_clock::time_point::max();
             Attempt([&] { source.ReadChanges(); });
         }
-        if (delivery.IsFree()) {
-            if (auto document = source.Next())
-                delivery.Start(std::move(*document));
-        }
+        if (auto document = source.Next())
+            delivery.Start(std::move(*document));
         delivery.Resend();
 
         const bool gathering = gathered != steady_clock::time_point::max();
