@@ -1,5 +1,5 @@
-// A complete host in C99: loads the plug-in, hands it this machine's adapters for as long as it
-// runs, prints what the plug-in reports, and stops it in order on SIGINT or SIGTERM.
+// A complete host in C99: loads the plug-in, hands it this machine's connected adapters for as long
+// as it runs, prints what the plug-in reports, and stops it in order on SIGINT or SIGTERM.
 //
 //     cc -std=c99 -I ../include host.c -o host -pthread -ldl
 //     ./host /usr/lib/x86_64-linux-gnu/pelorin/pelorin.so 22609    # where the recorder serves
@@ -55,13 +55,12 @@ static char* MakeDocument(const char* port)
     fprintf(out, "<Qorm Delta='0'><Servers><Server Port='%s'><Network>", port);
     for (struct ifaddrs* each = list; each; each = each->ifa_next) {
         if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET ||
-            (each->ifa_flags & IFF_LOOPBACK))
+            (each->ifa_flags & (IFF_LOOPBACK | IFF_RUNNING)) != IFF_RUNNING)
             continue;
         // "eth0:1" is the label of an address; the device, which the plug-in needs, is eth0.
         char device[IF_NAMESIZE];
         snprintf(device, sizeof(device), "%.*s", (int)strcspn(each->ifa_name, ":"), each->ifa_name);
-        // Linux allows these in a name; in XML they would have to be escaped.
-        if (strpbrk(device, "&<'"))
+        if (strpbrk(device, "&<'")) // allowed in a name; in XML they would have to be escaped
             continue;
         unsigned char mac[6] = {0}; // zeros for a device without one, as a tunnel is
         for (struct ifaddrs* link = list; link; link = link->ifa_next) {
@@ -72,10 +71,12 @@ static char* MakeDocument(const char* port)
         }
         fprintf(out,
                 "<Adapter MACAddress='%02x:%02x:%02x:%02x:%02x:%02x' Handle='%s' IPAddress='%s'"
-                " Connected='%d'/>",
+                " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
-                inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr),
-                (each->ifa_flags & IFF_UP) && (each->ifa_flags & IFF_RUNNING));
+                inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
+        // Not served: changes the document when the device was deleted and created again.
+        fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
+                if_nametoindex(device));
     }
     fputs("</Network></Server></Servers></Qorm>", out);
     freeifaddrs(list);
@@ -84,8 +85,8 @@ static char* MakeDocument(const char* port)
 }
 
 // Hands over the adapters, as they are each time, until a signal comes. The plug-in misses what
-// comes while it does not wait: when its thread has just been lent, and while it acts on the
-// document before. What brings nothing new costs nothing, so the simplest host repeats it for ever.
+// comes when its thread has just been lent or while it acts on the document before; what brings
+// nothing new costs nothing. So the simplest host repeats it for ever.
 static void HandOver(const char* port, const sigset_t* signals)
 {
     const struct timespec interval = {0, 500000000};

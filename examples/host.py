@@ -29,15 +29,16 @@ def call(function, layout="", *fields):
 
 
 def adapters():
-    """Yields an element for each address. ifname is the device, not the label of the address."""
+    """Yields two elements for each address. ifname is the device, not the label of the address."""
     listed = subprocess.run(["ip", "-json", "address"], check=True, stdout=subprocess.PIPE).stdout
     for device in json.loads(listed):
         mac = quoteattr(device.get("address", "00:00:00:00:00:00"))
-        connected = int({"UP", "LOWER_UP"} <= set(device["flags"]))
+        connected = {"UP", "LOWER_UP"} <= set(device["flags"])
         for entry in device["addr_info"]:
-            if entry["family"] == "inet" and device["link_type"] != "loopback":
+            if entry["family"] == "inet" and connected and device["link_type"] != "loopback":
                 yield (f"<Adapter MACAddress={mac} Handle={quoteattr(device['ifname'])}"
-                       f" IPAddress='{entry['local']}' Connected='{connected}'/>")
+                       f" IPAddress='{entry['local']}' Connected='1'/><Adapter MACAddress='-'"
+                       f" Handle='{device['ifindex']}' IPAddress='0.0.0.0' Connected='1'/>")
 
 
 signal.pthread_sigmask(signal.SIG_BLOCK, SIGNALS)
