@@ -108,8 +108,9 @@ CLI::Validator PositiveSeconds()
 {
     return CLI::Validator(
         [](const std::string& text) {
-            const double seconds = std::strtod(text.c_str(), nullptr);
-            const bool good = seconds > 0 && seconds <= kMaxSeconds;
+            char* end = nullptr;
+            const double seconds = std::strtod(text.c_str(), &end);
+            const bool good = *end == '\0' && seconds > 0 && seconds <= kMaxSeconds;
             return good ? std::string() : "not a positive number of seconds: " + text;
         },
         "");

@@ -53,6 +53,7 @@ private:
     void CheckAddresses();
     void CheckSilence();
     bool Answered(const std::string& source) const;
+    std::string DirectError(const std::string& target) const;
     bool CarriesMulticast() const;
 
     void Add(const char* name, Level level, Json evidence, std::string text,
@@ -72,6 +73,13 @@ bool CClientCheck::Answered(const std::string& source) const
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
         return each.target.empty() && each.source.to_string() == source;
     });
+}
+
+/// Why the Probe to an address was not sent; empty when it was.
+std::string CClientCheck::DirectError(const std::string& target) const
+{
+    const auto error = seen.directErrors.find(target);
+    return error == seen.directErrors.end() ? "" : error->second;
 }
 
 /// False for an adapter that keeps the group away by itself, which is reported already.
@@ -132,8 +140,11 @@ void CClientCheck::CheckDirect()
                 return other.target == target && other.device.address == address;
             });
         if (!direct) {
-            Add("direct-lost", Level::kFault, {{"target", target}, {"address", address}},
-                Compose(target, " answers the Probe to the group and not the one to its address"));
+            const std::string error = DirectError(target);
+            Add("direct-lost", Level::kFault,
+                {{"target", target}, {"address", address}, {"sendError", error}},
+                Compose(target, " answers the Probe to the group and not the one to its address",
+                        error.empty() ? "" : ", which cannot be sent: " + error));
         }
     }
 }
@@ -144,9 +155,13 @@ void CClientCheck::CheckTarget()
     if (Answered(seen.target))
         return;
     if (!AnyAnswer(seen, seen.target)) {
-        Add("nothing-came", Level::kFault, {{"target", seen.target}, {"watched", seen.watched}},
-            Compose("no answer of ", seen.target, seen.watched ? " came" : " was received"),
-            "target");
+        const std::string error = DirectError(seen.target);
+        Add("nothing-came", Level::kFault,
+            {{"target", seen.target}, {"sendError", error}, {"watched", seen.watched}},
+            error.empty()
+                ? Compose("no answer of ", seen.target, seen.watched ? " came" : " was received")
+                : Compose("the Probe to ", seen.target, " cannot be sent: ", error),
+            error.empty() ? "target" : "target-not-sent");
     } else if (CarriesMulticast()) {
         Add("group-lost", Level::kFault, {{"target", seen.target}},
             Compose(seen.target, " answers the Probe to its address and not the one to the group"));

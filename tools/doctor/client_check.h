@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -30,6 +31,8 @@ struct ClientObservation {
     std::set<std::string> otherDevices;     ///< addresses of other devices that answered
     std::string target;                     ///< the address that the user gave, if it is asked here
     std::string sendError;                  ///< why the Probe to the group was not sent; or empty
+    /// The same for each address that was asked directly.
+    std::map<std::string, std::string> directErrors;
     std::uint64_t reversePathDropCount = 0; ///< during the examination, on all adapters
     bool optional = false; ///< the user named no adapter, and a recorder answers elsewhere
 };

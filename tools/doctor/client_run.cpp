@@ -227,7 +227,8 @@ void CClientRun::Ask(ClientObservation& seen, const std::string& target,
 void CClientRun::Send(const Question& question)
 {
     if (!question.target.empty()) {
-        directAsker->Send(question.probe.text, make_address_v4(question.target));
+        question.seen->directErrors[question.target] =
+            directAsker->Send(question.probe.text, make_address_v4(question.target));
         return;
     }
     auto asker = groupAskers.begin();
@@ -317,10 +318,13 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
         return AnyAnswer(each, "") || !each.target.empty();
     };
     const bool anyFound = std::any_of(run.observations.begin(), run.observations.end(), isFound);
+    const std::vector<Adapter> later = ReadAdapters();
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        const Findings found = CheckClient(each);
+        // An adapter may vanish meanwhile.
+        const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
+        const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());
     }
     return findings;

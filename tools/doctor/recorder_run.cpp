@@ -221,8 +221,12 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
     machine.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
     machine.laterSockets = ReadUdpSockets(kDiscoveryPort);
 
+    const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        const Findings found = CheckRecorder(machine, each);
+        // An adapter may vanish meanwhile.
+        const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
+        const Findings found =
+            recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);
         findings.insert(findings.end(), found.begin(), found.end());
     }
     return findings;

@@ -114,6 +114,7 @@ public:
             ExplainDrop(document, elements);
             return Result(Verdict::kDropped);
         }
+        NoteOtherText(*elements.root, kDeltaAttribute, 0);
         NoteFurther(*elements.root);
         NoteFurther(*elements.servers);
         NoteFurther(*elements.server);
@@ -122,6 +123,9 @@ public:
         for (const XMLElement* each = elements.network->FirstChildElement(); each;
              each = each->NextSiblingElement())
             CheckAdapter(*each);
+        if (!elements.network->FirstChildElement(kAdapterElement))
+            Add(Kind::kNote, elements.network->GetLineNum(),
+                Compose(kNetworkElement, " has no element ", kAdapterElement));
         return Result(startedCount > 0 ? Verdict::kUsable : Verdict::kNothingToAdvertise);
     }
 
@@ -213,14 +217,16 @@ private:
             Compose(adapter.handle, " (", adapter.ipAddress, "), MAC address ",
                     adapter.macAddress));
         NoteOtherText(element, kConnectedAttribute, 1);
-        CheckStart(adapter, line, CheckHandle(adapter, line));
+        if (adapter.ipAddress == kNoAddress)
+            Add(Kind::kNote, line, Compose("not started: IPAddress is ", kNoAddress));
+        else
+            CheckStart(adapter, line);
     }
 
     /// Whether the plug-in starts an endpoint, as it does in the document's order.
-    ///
-    /// @param bindable  what CheckHandle returned
-    void CheckStart(const AdapterRecord& adapter, int line, bool bindable)
+    void CheckStart(const AdapterRecord& adapter, int line)
     {
+        const bool bindable = CheckHandle(adapter, line);
         in_addr address{};
         if (stopLine > 0) {
             Add(Kind::kNote, line,
@@ -231,8 +237,6 @@ private:
                 Compose(
                     "IPAddress ", Quoted(adapter.ipAddress.c_str()),
                     " is not an IPv4 address: neither this adapter nor a later one is started"));
-        } else if (adapter.ipAddress == kNoAddress) {
-            Add(Kind::kNote, line, Compose("not started: IPAddress is ", kNoAddress));
         } else {
             startedCount += bindable ? 1 : 0;
             CheckAddress(adapter, line);
