@@ -152,16 +152,16 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 /// Both records and the data are the plug-in's and valid during the call only. The plug-in waits
 /// for the return and holds no lock of its own meanwhile. It must not throw. Of the entry points it
 /// may call Close and IOCTL with PELORIN_APPLY only. While it holds a record of the I/O thread, no
-/// Probe is answered on any adapter; while it holds one of the lent thread, no document is acted
-/// on.
+/// Probe is answered on any adapter; while it holds one of the lent thread, the plug-in acts on no
+/// document.
 ///
 /// Records of one thread come in order. None of them tells the host that the plug-in has acted on a
 /// document.
 ///
 /// [any-thread] the registration, on the thread that calls Open
-/// [lent-thread] log records of the run itself: it stops its endpoints and makes new ones
-/// [io-thread] all other log records, those of the same kind included: the Bye, and the restart of
-///     an endpoint after a failure; may be called concurrently with the lent thread
+/// [lent-thread] log records of the run itself, which stops its endpoints and makes new ones
+/// [io-thread] all other log records, such as those of a Bye or of a restart after a failure;
+///     concurrently with the lent thread
 typedef void (*PelorinHostCallback)(const PelorinHostRequest* request, PelorinHostReply* reply);
 PELORIN_ASSERT(sizeof(PelorinHostCallback) == 8);
 
@@ -229,7 +229,7 @@ typedef struct PelorinIoctlRequest {
     uint8_t unused0[8];
     uint32_t code; //  8  PELORIN_RUN, PELORIN_APPLY
     uint8_t unused12[12];
-    int32_t dataLength; // 24  PELORIN_APPLY: bytes at `data`; -1: up to its NUL; none below that
+    int32_t dataLength; // 24  PELORIN_APPLY: bytes at `data`; -1: up to its NUL; less: dropped
     uint8_t unused28[4];
     const char* data; // 32  PELORIN_APPLY: the document
 } PelorinIoctlRequest;
