@@ -20,7 +20,7 @@
 
 static PelorinIoctl Ioctl;
 
-// Called on two threads, at times concurrently. The plug-in waits for it and answers no Probe
+// Called on three threads, at times concurrently. The plug-in waits for it and answers no Probe
 // meanwhile: a server only queues the record. Take no lock that is held around an entry point.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
@@ -89,14 +89,13 @@ static char* MakeDocument(const char* port)
 // nothing new costs nothing. So the simplest host repeats it for ever.
 static void HandOver(const char* port, const sigset_t* signals)
 {
-    const struct timespec interval = {0, 500000000};
     do {
         char* text = MakeDocument(port);
         PelorinIoctlRequest request = {.code = PELORIN_APPLY, .dataLength = -1, .data = text};
         PelorinIoctlReply reply;
         Ioctl(&request, &reply);
         free(text);
-    } while (sigtimedwait(signals, NULL, &interval) < 0);
+    } while (sigtimedwait(signals, NULL, &(struct timespec){0, 500000000}) < 0);
 }
 
 // ISO C converts no object pointer to a function pointer, hence the copy.

@@ -47,14 +47,16 @@ call(plugin.Load, "16xQ", c.cast(on_record, c.c_void_p).value)
 call(plugin.Open)
 lent = threading.Thread(target=call, args=(plugin.IOCTL, "8xI28x", RUN))
 lent.start()
-while True:
-    text = c.create_string_buffer(
-        (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
-         f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
-    call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
-    if signal.sigtimedwait(SIGNALS, 0.5):
-        break
-while lent.is_alive():
-    call(plugin.Close)
-    lent.join(0.01)
-call(plugin.Unload)
+try:
+    while True:
+        text = c.create_string_buffer(
+            (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
+             f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
+        call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
+        if signal.sigtimedwait(SIGNALS, 0.5):
+            break
+finally:  # also when "ip" is missing: the interpreter waits for the lent thread
+    while lent.is_alive():
+        call(plugin.Close)
+        lent.join(0.01)
+    call(plugin.Unload)

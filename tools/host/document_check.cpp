@@ -106,7 +106,7 @@ public:
         tinyxml2::XMLDocument document;
         if (!ParseServerDocument(document, text.data(), static_cast<std::int32_t>(text.size()))) {
             Add(Kind::kDropped, std::max(document.ErrorLineNum(), 1),
-                Compose("not well-formed XML: ", ParserReason(document)));
+                Compose("cannot be read as XML: ", ParserReason(document)));
             return Result(Verdict::kDropped);
         }
         const ServerElements elements = FindServerElements(document);
