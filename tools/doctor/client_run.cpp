@@ -322,7 +322,7 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        // An adapter may vanish meanwhile.
+        // The adapter may be gone by now.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());

@@ -223,7 +223,7 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
 
     const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        // An adapter may vanish meanwhile.
+        // The adapter may be gone by now.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found =
             recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);
