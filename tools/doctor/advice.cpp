@@ -30,8 +30,9 @@ const std::vector<Advice> kAdvice{
      "reverse-path",
      "the answers that came to {adapter}, and those that a program receives",
      "the answer reaches this machine, and reverse-path filtering drops it: the route to {source} "
-     "leads through another adapter",
-     "correct the route, or filter loosely",
+     "does not leave by {adapter}",
+     "give this machine an address in the recorder's subnet, or a route to it by {adapter}. If the "
+     "other route is intended, filter loosely, with the last command:",
      {"ip route get {source}", "sysctl -w net.ipv4.conf.all.rp_filter=2"}},
     {"group-lost",
      "",
@@ -39,8 +40,8 @@ const std::vector<Advice> kAdvice{
      "the recorder runs and can be reached, but Probes to the group do not reach it: a switch with "
      "IGMP snooping and no querier, an access point that filters multicast, a router between, or "
      "the recorder has not joined the group",
-     "behind a router it is found by its address alone, with the first command. In one network turn "
-     "on an IGMP querier, or turn snooping off, and on the recorder run the second:",
+     "behind a router it is found by its address alone, with the first command. In one network, "
+     "turn on an IGMP querier or turn snooping off, and on the recorder run the second:",
      {"pelorin-probe --to {target}", "pelorin-doctor recorder"}},
     {"direct-lost",
      "",
@@ -149,33 +150,22 @@ const std::vector<Advice> kAdvice{
     {"probes-blocked",
      "",
      kProbesSeen,
-     "a firewall on this machine drops the Probe or the answer. If it lets both pass: the first "
-     "station on the way back does not answer ARP, and the last command shows it as FAILED",
+     "a firewall on this machine drops the Probe or the answer. If it lets both pass, the client "
+     "or the router on the way to it does not answer ARP: the last command shows it as FAILED",
      "let UDP port 3702 in, and out where output is filtered too, with the commands of your "
      "firewall:",
      {"nft insert rule inet filter input udp dport 3702 accept",
       "nft insert rule inet filter output udp sport 3702 accept", "ufw allow 3702/udp",
       "firewall-cmd --permanent --add-port=3702/udp && firewall-cmd --reload",
       "ip neigh show dev {adapter}"}},
-    {"probes-blocked",
-     "no-route",
-     kProbesSeen,
-     "this machine has no route to {prober}, so the answer cannot leave",
-     "give one of the two an address in the other's subnet, or this machine a route to the other",
-     {"ip -4 addr show dev {adapter}", "ip route get {prober}"}},
-    {"reverse-path",
-     "no-route",
-     kProbesSeen,
-     "reverse-path filtering drops the Probe, since this machine has no route to {prober}",
-     "give one of the two an address in the other's subnet, or this machine a route to the other",
-     {"ip -4 addr show dev {adapter}", "ip route get {prober}"}},
     {"reverse-path",
      "",
      kProbesSeen,
      "reverse-path filtering drops the Probe, since the route back to {prober} does not leave by "
      "{adapter}",
-     "filter loosely, or correct the route",
-     {"sysctl -w net.ipv4.conf.all.rp_filter=2", "ip route get {prober}"}},
+     "give this machine an address in the client's subnet, or a route to it by {adapter}. If the "
+     "other route is intended, filter loosely, with the last command:",
+     {"ip route get {prober}", "sysctl -w net.ipv4.conf.all.rp_filter=2"}},
     {"no-probe-came",
      "",
      kProbesSeen,

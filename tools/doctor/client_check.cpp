@@ -53,7 +53,7 @@ private:
     void CheckAddresses();
     void CheckSilence();
     bool Answered(const std::string& source) const;
-    std::string DirectError(const std::string& target) const;
+    Json DirectError(const std::string& target) const;
     bool CarriesMulticast() const;
 
     void Add(const char* name, Level level, Json evidence, std::string text,
@@ -75,11 +75,11 @@ bool CClientCheck::Answered(const std::string& source) const
     });
 }
 
-/// Why the Probe to an address was not sent; empty when it was.
-std::string CClientCheck::DirectError(const std::string& target) const
+/// Why the Probe to an address was not sent; null when it was.
+Json CClientCheck::DirectError(const std::string& target) const
 {
     const auto error = seen.directErrors.find(target);
-    return error == seen.directErrors.end() ? "" : error->second;
+    return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
 /// False for an adapter that keeps the group away by itself, which is reported already.
@@ -140,11 +140,12 @@ void CClientCheck::CheckDirect()
                 return other.target == target && other.device.address == address;
             });
         if (!direct) {
-            const std::string error = DirectError(target);
+            const Json error = DirectError(target);
             Add("direct-lost", Level::kFault,
                 {{"target", target}, {"address", address}, {"sendError", error}},
                 Compose(target, " answers the Probe to the group and not the one to its address",
-                        error.empty() ? "" : ", which cannot be sent: " + error));
+                        error.is_null() ? ""
+                                        : ", which cannot be sent: " + error.get<std::string>()));
         }
     }
 }
@@ -155,13 +156,14 @@ void CClientCheck::CheckTarget()
     if (Answered(seen.target))
         return;
     if (!AnyAnswer(seen, seen.target)) {
-        const std::string error = DirectError(seen.target);
+        const Json error = DirectError(seen.target);
         Add("nothing-came", Level::kFault,
             {{"target", seen.target}, {"sendError", error}, {"watched", seen.watched}},
-            error.empty()
+            error.is_null()
                 ? Compose("no answer of ", seen.target, seen.watched ? " came" : " was received")
-                : Compose("the Probe to ", seen.target, " cannot be sent: ", error),
-            error.empty() ? "target" : "target-not-sent");
+                : Compose("the Probe to ", seen.target,
+                          " cannot be sent: ", error.get<std::string>()),
+            error.is_null() ? "target" : "target-not-sent");
     } else if (CarriesMulticast()) {
         Add("group-lost", Level::kFault, {{"target", seen.target}},
             Compose(seen.target, " answers the Probe to its address and not the one to the group"));

@@ -265,15 +265,13 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
         }
     }
     // The first of them stands in the commands.
-    const bool routed = level == Level::kOk || probers.front().routeBack != 0;
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},
          {"reversePathDrops", machine.reversePathDropCount}},
         level == Level::kOk || machine.reversePathDropCount == 0
             ? text
-            : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount),
-        routed ? "" : "no-route");
+            : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount));
 }
 
 /// Returns the sockets that can receive what comes to the adapter.
