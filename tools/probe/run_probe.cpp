@@ -286,8 +286,8 @@ std::string CLookup::DroppedText() const
     if (count == 0)
         return "";
     return Compose("; ", count,
-                   " lost for want of buffer: ask again with --repeat, or as root, or ",
-                   "with a larger net.core.rmem_max (sysctl)");
+                   " dropped because the receive buffer was full: ask again with --repeat, ",
+                   "as root, or with a larger net.core.rmem_max (sysctl)");
 }
 
 } // namespace
