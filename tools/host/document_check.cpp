@@ -248,7 +248,7 @@ private:
         if (!devices)
             return;
         const std::string name = adapter.handle.substr(0, adapter.handle.find(':'));
-        const auto device = devices->find(name.substr(0, kMaxNameLength));
+        const auto device = FindDevice(name.substr(0, kMaxNameLength));
         if (device != devices->end() && device->second.count(adapter.ipAddress) > 0)
             return;
         Add(Kind::kNote, line,
@@ -268,9 +268,20 @@ private:
         const std::string device = adapter.handle.substr(0, kMaxNameLength);
         if (device != adapter.handle)
             Add(Kind::kNote, line, Compose("Handle ", quoted, " is cut to ", device));
-        if (devices && devices->count(device) == 0)
+        if (devices && FindDevice(device) == devices->end())
             Add(Kind::kNote, line, Compose("this machine has no device ", device));
         return true;
+    }
+
+    /// Finds a device by its name or by an alternative name, which the kernel takes in its place:
+    /// ip-link(8), altname.
+    Devices::const_iterator FindDevice(const std::string& name) const
+    {
+        char ownName[IF_NAMESIZE] = "";
+        const auto device = devices->find(name);
+        if (device != devices->end() || !if_indextoname(if_nametoindex(name.c_str()), ownName))
+            return device;
+        return devices->find(ownName);
     }
 
     const std::optional<Devices>& devices;
