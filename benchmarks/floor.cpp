@@ -12,7 +12,7 @@
 
 namespace {
 
-void Check(bool done, const char* what)
+void ExitUnless(bool done, const char* what)
 {
     if (done)
         return;
@@ -31,10 +31,10 @@ int main(int argc, char** argv)
     sockaddr_in own{};
     own.sin_family = AF_INET;
     own.sin_port = htons(kx::kDiscoveryPort);
-    Check(bind(server, reinterpret_cast<sockaddr*>(&own), sizeof(own)) == 0, "bind");
+    ExitUnless(bind(server, reinterpret_cast<sockaddr*>(&own), sizeof(own)) == 0, "bind");
     const int bufferSize = 1024 * 1024;
-    Check(setsockopt(server, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize)) == 0,
-          "SO_RCVBUF");
+    ExitUnless(setsockopt(server, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize)) == 0,
+               "SO_RCVBUF");
 
     std::puts("ready");
     std::fflush(stdout);
@@ -45,10 +45,11 @@ int main(int argc, char** argv)
         auto* const peerAddress = reinterpret_cast<sockaddr*>(&peer);
         const ssize_t size =
             recvfrom(server, datagram, sizeof(datagram), 0, peerAddress, &peerSize);
-        Check(size >= 0, "recvfrom");
+        ExitUnless(size >= 0, "recvfrom");
         if (drop)
             continue;
         const std::string& text = answer.To({datagram, static_cast<std::size_t>(size)});
-        Check(sendto(server, text.data(), text.size(), 0, peerAddress, peerSize) >= 0, "sendto");
+        ExitUnless(sendto(server, text.data(), text.size(), 0, peerAddress, peerSize) >= 0,
+                   "sendto");
     }
 }

@@ -24,7 +24,7 @@ using kx::Compose;
 
 namespace {
 
-void Check(bool done, const char* what)
+void ThrowUnless(bool done, const char* what)
 {
     if (!done)
         throw std::system_error(errno, std::generic_category(), what);
@@ -44,13 +44,13 @@ void EnterOwnNetwork(const std::vector<std::string>& arguments)
     for (std::string& each : command)
         pointers.push_back(each.data());
     pointers.push_back(nullptr);
-    Check(execv(PELORIN_OWN_NETWORK, pointers.data()) == 0, PELORIN_OWN_NETWORK);
+    ThrowUnless(execv(PELORIN_OWN_NETWORK, pointers.data()) == 0, PELORIN_OWN_NETWORK);
 }
 
 Network::Network()
 {
     std::thread([this] {
-        Check(unshare(CLONE_NEWNET) == 0, "unshare");
+        ThrowUnless(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
     // Left by the previous test, when one process runs several.
@@ -84,7 +84,7 @@ void Network::Drop(const std::string& hook, const std::string& match)
 void Network::AsProber(const std::function<void()>& work) const
 {
     std::thread([&] {
-        Check(setns(prober, CLONE_NEWNET) == 0, "setns");
+        ThrowUnless(setns(prober, CLONE_NEWNET) == 0, "setns");
         work();
     }).join();
 }
@@ -92,9 +92,9 @@ void Network::AsProber(const std::function<void()>& work) const
 Socket::Socket(const std::string& device, const std::string& address, std::uint16_t port)
     : socket(service, udp::v4())
 {
-    Check(setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
-                     static_cast<socklen_t>(device.size())) == 0,
-          device.c_str());
+    ThrowUnless(setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
+                           static_cast<socklen_t>(device.size())) == 0,
+                device.c_str());
     const bool member = port == kx::kDiscoveryPort;
     socket.bind({make_address_v4(member ? "0.0.0.0" : address), port});
     if (member) {

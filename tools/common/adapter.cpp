@@ -25,7 +25,7 @@ struct FreeNetlink {
 using NetlinkSocket = std::unique_ptr<nl_sock, FreeNetlink>;
 using NetlinkCache = std::unique_ptr<nl_cache, FreeNetlink>;
 
-void Check(int error)
+void ThrowOnError(int error)
 {
     if (error < 0)
         throw std::runtime_error(Compose("cannot read the network adapters: ", nl_geterror(error)));
@@ -85,11 +85,11 @@ std::vector<Adapter> ReadAdapters()
     const NetlinkSocket socket(nl_socket_alloc());
     if (!socket)
         throw std::bad_alloc();
-    Check(nl_connect(socket.get(), NETLINK_ROUTE));
+    ThrowOnError(nl_connect(socket.get(), NETLINK_ROUTE));
     nl_cache* cache = nullptr;
-    Check(rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &cache));
+    ThrowOnError(rtnl_link_alloc_cache(socket.get(), AF_UNSPEC, &cache));
     const NetlinkCache links(cache);
-    Check(rtnl_addr_alloc_cache(socket.get(), &cache));
+    ThrowOnError(rtnl_addr_alloc_cache(socket.get(), &cache));
     const NetlinkCache addresses(cache);
 
     std::vector<Adapter> adapters;
@@ -99,7 +99,7 @@ std::vector<Adapter> ReadAdapters()
         const std::vector<std::string> found = AddressesOf(addresses.get(), index);
         const std::string address = found.empty() ? "" : found.front();
         const unsigned flags = rtnl_link_get_flags(link);
-        // IFF_RUNNING stands for a carrier, and is set for devices that cannot tell.
+        // IFF_RUNNING means a carrier; it is also set for devices that cannot detect one.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back(
             {rtnl_link_get_name(link), index, address, MacText(rtnl_link_get_addr(link)), connected,

@@ -8,16 +8,16 @@ namespace kx::tools {
 /// A network adapter of this machine.
 struct Adapter {
     std::string name; ///< network device name
-    /// Number of the device. A device that is deleted and created again gets another, and sockets
-    /// that were bound to the old one receive nothing.
+    /// Number of the device. A device that is deleted and created again usually gets another
+    /// number, and sockets that were bound to the old device receive nothing.
     int index;
     std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
     /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros, as loopback has it, for a device without one.
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up and has a carrier
     bool loopback;
-    /// RFC 2863 operational state as in IF_OPER_* of linux/if.h. A bridge without a port is
-    /// connected in the state "unknown", and its first port changes nothing else.
+    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. It is the only change when a
+    /// bridge gets its first port: without a port the bridge is connected in the state "unknown".
     int operationalState;
     unsigned flags = 0;                      ///< IFF_UP and the others of netdevice(7)
     std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, the first one first
@@ -29,18 +29,18 @@ struct Adapter {
 /// Thread-safe.
 std::vector<Adapter> ReadAdapters();
 
-/// Reads all adapters but loopback, also those without an IPv4 address.
+/// Reads all adapters except loopback, including those without an IPv4 address.
 ///
 /// Errors: as ReadAdapters.
 std::vector<Adapter> ReadNetworkAdapters();
 
-/// Reads the adapters with an IPv4 address, but loopback.
+/// Reads the adapters that have an IPv4 address, except loopback.
 ///
 /// Errors: as ReadAdapters; std::runtime_error when there are none.
 std::vector<Adapter> ReadUsableAdapters();
 
-/// Returns the adapters with the names, in the order of the names; each once, and none for a name
-/// that no adapter has.
+/// Returns the adapters with these names, each once, in the order of the names. A name that no
+/// adapter has is ignored.
 std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
                                   const std::vector<std::string>& names);
 

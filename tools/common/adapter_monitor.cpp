@@ -15,7 +15,7 @@
 namespace kx::tools {
 namespace {
 
-void Check(int error)
+void ThrowOnError(int error)
 {
     if (error < 0)
         throw std::runtime_error(
@@ -45,17 +45,18 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Does not use the library's link cache: it also stores a device's entry in the family of IPv6,
-// whose end is never announced, and so keeps it after the device is gone.
+// Does not use the library's link cache: it also has an entry of the IPv6 family for each device,
+// whose deletion is never announced, and so keeps it after the device is deleted.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)
         throw std::bad_alloc();
-    nl_socket_disable_seq_check(socket.get()); // announcements are no replies
-    Check(nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnAnnouncement, &deleted));
-    Check(nl_connect(socket.get(), NETLINK_ROUTE));
-    Check(nl_socket_set_nonblocking(socket.get()));
-    Check(nl_socket_add_memberships(socket.get(), RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, 0));
+    nl_socket_disable_seq_check(socket.get()); // announcements answer no request
+    ThrowOnError(
+        nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnAnnouncement, &deleted));
+    ThrowOnError(nl_connect(socket.get(), NETLINK_ROUTE));
+    ThrowOnError(nl_socket_set_nonblocking(socket.get()));
+    ThrowOnError(nl_socket_add_memberships(socket.get(), RTNLGRP_LINK, RTNLGRP_IPV4_IFADDR, 0));
 }
 
 int CAdapterMonitor::Descriptor() const
@@ -63,7 +64,7 @@ int CAdapterMonitor::Descriptor() const
     return nl_socket_get_fd(socket.get());
 }
 
-std::set<int> CAdapterMonitor::TakeDeleted()
+std::set<int> CAdapterMonitor::ReadDeleted()
 {
     // Fails when the queue is empty, or when the kernel dropped announcements. The latter does not
     // matter: ReadAdapters does not need them, and more of them keep the descriptor readable.

@@ -24,13 +24,13 @@ public:
     /// Errors: std::runtime_error.
     CAdapterMonitor();
 
-    /// Returns a descriptor that is readable, see poll(2), once there is an announcement.
+    /// Returns a descriptor that becomes readable, as for poll(2), when something changes.
     int Descriptor() const;
 
-    /// Reads the announcements there are, without waiting.
+    /// Reads the announcements that have arrived, without waiting.
     ///
     /// @return the indexes of the devices that were deleted since the last call
-    std::set<int> TakeDeleted();
+    std::set<int> ReadDeleted();
 
 private:
     struct FreeSocket {

@@ -9,8 +9,8 @@
 namespace kx::tools {
 namespace {
 
-/// Makes the calling thread read UTF-8, whatever the user's locale is, while this lives. Where the
-/// system has no such locale, only ASCII is known.
+/// Makes the calling thread read UTF-8 during the lifetime of this object, in every locale of the
+/// user. On a system without such a locale only ASCII characters are recognised.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}
@@ -22,13 +22,13 @@ private:
     static locale_t Locale()
     {
         static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        return utf8; // a null one changes nothing
+        return utf8; // null changes nothing
     }
 
     const locale_t former;
 };
 
-/// A character at the beginning of a text.
+/// The first character of a text.
 struct Character {
     std::size_t length; ///< bytes
     int columns;        ///< 0 or less: none, or not a character
@@ -39,7 +39,7 @@ Character FirstCharacter(const char* text, std::size_t length)
     wchar_t character = 0;
     std::mbstate_t state{};
     const std::size_t used = std::mbrtowc(&character, text, length, &state);
-    // 0 stands for NUL; two values above the length stand for truncated and invalid characters.
+    // 0 means NUL; two values above the length mean a truncated or an invalid character.
     if (used == 0 || used > length)
         return {1, 0};
     return {used, wcwidth(character)};

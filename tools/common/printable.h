@@ -10,9 +10,9 @@
 
 namespace kx::tools {
 
-/// Escapes a text for one line of a terminal, since anybody on the network may have sent it.
-/// Whatever fills no column becomes "\xhh" for each of its bytes: control characters, marks that
-/// change the direction of writing, invalid UTF-8. Thread-safe.
+/// Escapes a text, which any machine on the network may have sent, for one line of a terminal. Each
+/// byte of a character that fills no column becomes "\xhh": control characters, marks that change
+/// the direction of writing, invalid UTF-8. Thread-safe.
 std::string Printable(const std::string& text);
 
 /// Returns how many columns of a terminal a text from Printable fills. Thread-safe.
@@ -21,7 +21,7 @@ std::size_t ColumnCount(const std::string& printable);
 /// Returns a time to the millisecond.
 ///
 /// @param toCalendar  gmtime_r or localtime_r
-/// @param format      of all before the milliseconds, as in strftime(3)
+/// @param format      for strftime(3), of the text before the milliseconds
 ///
 /// Thread-safe.
 inline std::string TimeText(std::chrono::system_clock::time_point time,

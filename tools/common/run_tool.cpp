@@ -26,7 +26,7 @@ public:
         return Wrap(app->get_description(), width) + "\n";
     }
 
-    /// Without what an option excludes, which would take more room than all the rest.
+    /// Leaves out the list of excluded options, which would be longer than the rest.
     std::string make_option_opts(const CLI::Option* option) const override
     {
         const bool isFlag = option->get_type_size() == 0;
@@ -57,7 +57,7 @@ private:
     const std::size_t width;
 };
 
-/// The library says "--adapter: 1 required NAME missing".
+/// Replaces messages of the library such as "--adapter: 1 required NAME missing".
 std::string Explain(const CLI::ParseError& error)
 {
     static const std::regex missing("(.*): 1 required (.*) missing");
@@ -97,7 +97,7 @@ void Complain(const std::string& name, const std::string& text)
 
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description)
 {
-    // One name per --adapter: what follows it without another is a mistake.
+    // One name per --adapter: a further name without --adapter is an error.
     CLI::Option* option =
         app.add_option("--adapter", names, description)->allow_extra_args(false)->type_name("NAME");
     if (!names.empty())

@@ -9,13 +9,13 @@
 
 namespace kx::tools {
 
-/// Exit status of misuse and of everything that keeps a tool from doing its work.
+/// Exit status for an invalid command line and for every error that prevents a tool's work.
 inline constexpr int kExitError = 2;
 
-/// Runs a tool: reads the command line, then works. Adds --help, wrapped at the terminal's width,
-/// and --version; subcommands inherit the former.
+/// Runs a tool: reads the command line, then calls `work`. Adds --help, wrapped at the terminal's
+/// width, and --version; subcommands inherit the former.
 ///
-/// @param name         the tool's name; its complaints begin with it
+/// @param name         the tool's name; its error messages begin with it
 /// @param description  what the tool does, for --help; only paragraphs need line feeds
 /// @param addOptions   adds the tool's options, bound to variables that outlive this call
 /// @param work         does the work after the options are read; returns the exit status
@@ -24,7 +24,7 @@ inline constexpr int kExitError = 2;
 int RunTool(int argc, char** argv, const char* name, const char* description,
             const std::function<void(CLI::App&)>& addOptions, const std::function<int()>& work);
 
-/// The same for a tool with a record of its options.
+/// The same for a tool whose options are the fields of a struct.
 template <class Options>
 int RunTool(int argc, char** argv, const char* name, const char* description,
             void (*addOptions)(CLI::App&, Options&), int (*work)(const Options&))
@@ -48,7 +48,7 @@ void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char
 /// Not CLI::PositiveNumber, which lets "nan" and 1e300 pass.
 CLI::Validator PositiveSeconds();
 
-/// The time that an option checked by PositiveSeconds gave.
+/// Converts a time that PositiveSeconds has accepted.
 std::chrono::steady_clock::duration ToDuration(double seconds);
 
 } // namespace kx::tools

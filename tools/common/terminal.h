@@ -13,19 +13,19 @@ inline constexpr char kMagenta[] = "\033[35m";
 inline constexpr char kCyan[] = "\033[36m";
 inline constexpr char kDefaultColor[] = "\033[0m";
 
-/// Whether to print in colours: standard output is a terminal, and NO_COLOR in the environment is
-/// unset or empty. Thread-safe.
+/// Returns whether to print in colours: standard output is a terminal, and NO_COLOR in the
+/// environment is unset or empty. Thread-safe.
 bool WantsColor();
 
-/// Returns the columns of the terminal on standard output (ioctl_tty(2)). Where that is none: what
-/// COLUMNS in the environment says, otherwise 80. Thread-safe.
+/// Returns the columns of the terminal on standard output (ioctl_tty(2)); if that is not a
+/// terminal, the value of COLUMNS in the environment, otherwise 80. Thread-safe.
 std::size_t TerminalWidth();
 
 /// Breaks text into lines at its spaces. Line feeds in it stay; a word that is longer than a line
-/// has a line of its own.
+/// gets a separate line.
 ///
 /// @param width   columns of a line; 0 counts as 1
-/// @param indent  spaces at the beginning of each line but the first, not counted in `width`
+/// @param indent  spaces at the beginning of each line except the first, not counted in `width`
 /// @return the lines without a line feed at the end
 ///
 /// Thread-safe.

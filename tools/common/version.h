@@ -4,9 +4,8 @@
 
 namespace kx::tools {
 
-/// The version of the package that this tool belongs to, with the commit where the build could tell
-/// it: "8.6.2.115651 (commit 0123456789ab)". "-dirty" follows the commit when the sources differ
-/// from it. Thread-safe.
+/// Returns the version of this tool's package, with the commit if the build knew it: "8.6.2.115651
+/// (commit 0123456789ab)". "-dirty" follows the commit if the sources differ from it. Thread-safe.
 std::string VersionText();
 
 } // namespace kx::tools

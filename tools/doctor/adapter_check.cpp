@@ -6,7 +6,7 @@
 namespace kx::tools {
 namespace {
 
-void Check(const Adapter& adapter, CheckedAdapters& checked)
+void CheckAdapter(const Adapter& adapter, CheckedAdapters& checked)
 {
     const bool up = (adapter.flags & IFF_UP) != 0;
     if (adapter.addresses.empty()) {
@@ -55,7 +55,7 @@ CheckedAdapters CheckAdapters(const std::vector<Adapter>& all,
     }
     for (const Adapter& each : names.empty() ? all : FindAdapters(all, names)) {
         if (!names.empty() || (!each.loopback && !each.addresses.empty()))
-            Check(each, checked);
+            CheckAdapter(each, checked);
     }
     if (checked.usable.empty() && checked.findings.empty()) {
         checked.findings.push_back({"no-adapter",

@@ -5,11 +5,12 @@
 
 namespace kx::tools {
 
-/// Prints on standard output what becomes of each of these server and adapter documents.
+/// Checks server and adapter documents as CheckDocument does, and prints the results on standard
+/// output.
 ///
 /// @param names      files; "-" is standard input
-/// @param elsewhere  leaves out the comparison with this machine's devices
-/// @param json       prints an object a document instead of lines
+/// @param elsewhere  do not compare with this machine's devices
+/// @param json       print one object per document instead of lines
 /// @return the exit status: 0 if all are usable, otherwise 1
 ///
 /// Errors: std::exception when a file cannot be read; nothing is printed then.

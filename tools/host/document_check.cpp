@@ -23,7 +23,8 @@ namespace {
 
 constexpr std::int32_t kMaxPort = 65535;
 constexpr char kNoAddress[] = "0.0.0.0";
-constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1; // of a device; the plug-in cuts the rest
+/// Of a device's name; the plug-in truncates longer ones.
+constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1;
 
 std::string Quoted(const char* text)
 {
@@ -35,7 +36,7 @@ bool DiffersInCase(const char* text, const char* name)
     return strcasecmp(text, name) == 0 && std::strcmp(text, name) != 0;
 }
 
-/// The parser's reason: "XML_ERROR_MISMATCHED_ELEMENT, XMLElement name=Server".
+/// Returns the parser's error, such as "XML_ERROR_MISMATCHED_ELEMENT, XMLElement name=Server".
 std::string ParserReason(const tinyxml2::XMLDocument& document)
 {
     const std::string text = document.ErrorStr();
@@ -46,7 +47,8 @@ std::string ParserReason(const tinyxml2::XMLDocument& document)
                    detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
 }
 
-/// Why a handle, of any length, cannot be the name of a device; empty if it can. The kernel's rule.
+/// Returns why a handle of any length cannot be the name of a device, by the kernel's rules; empty
+/// if it can.
 std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
@@ -57,7 +59,7 @@ std::string HandleFault(const std::string& handle)
     return "";
 }
 
-/// The devices that have an address: "eth1, eth2" or "no device of this machine".
+/// Returns the devices that have an address: "eth1, eth2" or "no device of this machine".
 std::string Holders(const Devices& devices, const std::string& address)
 {
     std::string list;
@@ -68,7 +70,7 @@ std::string Holders(const Devices& devices, const std::string& address)
     return list.empty() ? "no device of this machine" : list;
 }
 
-/// "; line 3 has "servers"" if a child element has this name but for its case.
+/// Returns "; line 3 has "servers"" if a child element's name differs from this one only in case.
 std::string OtherSpelling(const XMLNode& parent, const char* name)
 {
     for (const XMLElement* each = parent.FirstChildElement(); each;
@@ -79,7 +81,7 @@ std::string OtherSpelling(const XMLNode& parent, const char* name)
     return "";
 }
 
-/// Why an attribute of an element does not count: missing, empty or of a wrong value.
+/// Returns why an attribute is rejected: it is missing, empty or has a wrong value.
 std::string AttributeFault(const XMLElement& element, const char* name, const char* expected)
 {
     if (const char* value = element.Attribute(name))
@@ -165,7 +167,8 @@ private:
             Compose(parentName, " has no element ", name, OtherSpelling(parent, name)));
     }
 
-    /// The plug-in reads the first element of each name.
+    /// Notes the elements of the same name after the first, which is the only one that the plug-in
+    /// reads.
     void NoteFurther(const XMLElement& first)
     {
         for (const XMLElement* each = first.NextSiblingElement(first.Name()); each;
@@ -223,7 +226,8 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Whether the plug-in starts an endpoint, as it does in the document's order.
+    /// Notes whether the plug-in starts an endpoint for the adapter. Called in the document's
+    /// order.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);
@@ -300,7 +304,7 @@ Devices ReadDevices()
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     Devices devices;
     for (const ifaddrs* each = list; each; each = each->ifa_next) {
-        // An entry of an IPv4 address bears the address's label, as "eth0:1".
+        // The name in an entry of an IPv4 address is the address's label, such as "eth0:1".
         const std::string name(each->ifa_name, std::strcspn(each->ifa_name, ":"));
         std::set<std::string>& addresses = devices[name];
         if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET)

@@ -14,25 +14,25 @@ using Devices = std::map<std::string, std::set<std::string>>;
 /// Reads this machine's devices. Errors: std::system_error.
 Devices ReadDevices();
 
-/// Something worth telling about a server and adapter document.
+/// A result of the check of a server and adapter document.
 struct Finding {
     enum class Kind {
         kDropped, ///< why the plug-in drops the document
-        kPort,    ///< the port that it advertises, and where that comes from
-        kTaken,   ///< an adapter that the plug-in takes
-        kSkipped, ///< one that it leaves out, and why
-        kNote,    ///< what it takes as it is although it cannot work
+        kPort,    ///< the port that it advertises, and whether the document sets it
+        kTaken,   ///< an adapter that the plug-in uses
+        kSkipped, ///< an adapter that it leaves out, and why
+        kNote,    ///< a value that it accepts although it cannot work
     };
     Kind kind;
     int line; ///< of the document, from 1
     std::string text;
 };
 
-/// What becomes of a server and adapter document.
+/// The plug-in's reaction to a server and adapter document.
 struct DocumentCheck {
     enum class Verdict {
         kUsable,
-        kNothingToAdvertise, ///< the plug-in takes the document, and no adapter can start
+        kNothingToAdvertise, ///< the plug-in accepts the document, but no adapter can start
         kDropped,            ///< the plug-in ignores the document
     };
     Verdict verdict;
@@ -41,17 +41,17 @@ struct DocumentCheck {
 
 /// Reads a document as the plug-in does and explains the result.
 ///
-/// @param devices  the machine's, with which the adapters are compared; without them they are not
+/// @param devices  the machine's devices, to compare the adapters with; none: no comparison
 ///
 /// Thread-safe.
 DocumentCheck CheckDocument(const std::string& document, const std::optional<Devices>& devices);
 
-/// A name for people and programs: "dropped", "port", "adapter", "skipped", "note".
+/// Returns "dropped", "port", "adapter", "skipped" or "note".
 const char* ToText(Finding::Kind kind);
-/// The same: "usable", "nothing to advertise", "dropped".
+/// Returns "usable", "nothing to advertise" or "dropped".
 const char* ToText(DocumentCheck::Verdict verdict);
 
-/// "LINE: kind: text".
+/// Returns "LINE: kind: text".
 std::string ToText(const Finding& finding);
 
 } // namespace kx::tools

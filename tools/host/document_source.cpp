@@ -37,7 +37,7 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// An adapter that the plug-in does not serve, but that makes a document differ from those with
+/// Returns an adapter that the plug-in skips, and that makes a document differ from those with
 /// another number.
 Adapter MakeCounter(int number)
 {
@@ -91,8 +91,8 @@ int CAdapterSource::Descriptor() const
 
 void CAdapterSource::ReadChanges()
 {
-    // A device may come back even with its old index, as from another network namespace.
-    const std::set<int> deleted = monitor ? monitor->TakeDeleted() : std::set<int>();
+    // A device may come back with its old index, for example from another network namespace.
+    const std::set<int> deleted = monitor ? monitor->ReadDeleted() : std::set<int>();
     const std::vector<Adapter> before = std::exchange(adapters, readListed());
     const auto isGone = [&](const Adapter& old) {
         return old.connected &&
@@ -137,7 +137,7 @@ std::optional<OutgoingDocument> CFileSource::Next()
         if (!elsewhere)
             devices = ReadDevices();
     } catch (const std::system_error& error) {
-        // The document itself can be handed over all the same.
+        // The document can still be handed over.
         Say(Compose("The document is not compared with this machine: ", error.what()));
     }
     return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"),

@@ -28,12 +28,12 @@ struct OutgoingDocument {
 /// Errors: std::runtime_error, also when it is too long for a document.
 std::string ReadDocument(const std::string& name);
 
-/// What a document's file is called in messages.
+/// Returns the name of a document's file for messages.
 std::string DocumentName(const std::string& name);
 
-/// Where the documents for the plug-in come from.
+/// Supplies the documents for the plug-in.
 ///
-/// Threads: one.
+/// Not thread-safe.
 class IDocumentSource {
 public:
     IDocumentSource() = default;
@@ -46,17 +46,19 @@ public:
     /// Errors: std::exception; nothing is handed over then.
     virtual void Read() = 0;
 
-    /// A descriptor that becomes readable, as for poll(2), when there are changes; -1: never.
+    /// Returns a descriptor that becomes readable, as for poll(2), when there are changes; -1:
+    /// never.
     virtual int Descriptor() const { return -1; }
 
-    /// Reads the changes that Descriptor announced; hands over only what differs. Errors: as Read.
+    /// Reads the changes after Descriptor became readable; hands over a document only if it differs
+    /// from the last one. Errors: as Read.
     virtual void ReadChanges() {}
 
     /// Returns the next document to hand over, which then counts as handed over.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
-/// Documents by which a server tells its port and its adapters.
+/// Writes documents with a port and adapters of this machine.
 class CAdapterSource : public IDocumentSource {
 public:
     /// Returns the adapters to list, as they are now.
@@ -74,20 +76,20 @@ public:
 private:
     const int port;
     const ReadListed readListed;
-    std::optional<CAdapterMonitor> monitor; // created before the first reading: misses nothing
+    std::optional<CAdapterMonitor> monitor; // created before the first Read, to miss no change
     std::vector<Adapter> adapters;
-    /// How many times connected adapters went. One that is back under its name may be another
-    /// device: a document with this number differs from all before, so the plug-in opens new
+    /// How many times connected adapters disappeared. An adapter that is back under its name may be
+    /// another device: this number makes the document differ, so that the plug-in opens new
     /// sockets.
     int goneCount = 0;
     std::string handedOverText;
 };
 
-/// A document of the user's own, handed over as it is, with what CheckDocument finds in it.
+/// Supplies the user's document unchanged, with the findings of CheckDocument.
 class CFileSource : public IDocumentSource {
 public:
     /// @param file       its name; "-": standard input, which can be read only once
-    /// @param elsewhere  the findings do not compare the document with this machine's devices
+    /// @param elsewhere  do not compare the document with this machine's devices
     CFileSource(std::string file, bool elsewhere);
 
     void Read() override;

@@ -100,7 +100,7 @@ std::string Format(const Entry& entry)
     if (logForm == LogForm::kJson) {
         Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
         json.update(ToJson(entry));
-        // Text that is not valid UTF-8 must not be lost.
+        // Replaces invalid UTF-8, which would otherwise throw.
         return json.dump(-1, ' ', true, Json::error_handler_t::replace);
     }
     const TextEntry text = ToTextEntry(entry);
@@ -114,7 +114,7 @@ template <class Entry>
 void Print(const Entry& entry)
 {
     const std::lock_guard<std::mutex> lock(printing);
-    // Read under the lock, so that the times of the lines never decrease.
+    // The time is read under the lock, so that the times of the lines never decrease.
     std::cout << Format(entry) + "\n" << std::flush;
 }
 

@@ -18,7 +18,7 @@ void SetLogForm(LogForm form);
 /// Prints a step of the host on standard output and flushes it. Thread-safe.
 void Say(const std::string& text);
 
-/// The host's callback, a PelorinHostCallback: prints what the plug-in sends, as Say does, and
+/// The host's callback, a PelorinHostCallback: prints the plug-in's records, as Say does, and
 /// leaves the status at 0.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 

@@ -20,7 +20,7 @@ std::runtime_error LibraryError(const std::string& what)
 
 void* OpenLibrary(const std::filesystem::path& file)
 {
-    // Absolute, since a name without a slash would be looked for in the system's libraries.
+    // Absolute: dlopen(3) searches the system's folders for a name without a slash.
     void* library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
         throw LibraryError(Compose("cannot load the plug-in: ", dlerror()));

@@ -11,15 +11,15 @@
 
 namespace kx::tools {
 
-/// A loaded plug-in and its entry points, of which it fills the records. Each function is under the
-/// contract of its entry point in pelorin/plugin.h.
+/// A loaded plug-in. Each function fills the records for one entry point, whose contract is in
+/// pelorin/plugin.h.
 ///
 /// The library is closed with this object: by then all calls into it must have returned.
 class CPluginLibrary {
     struct CloseLibrary {
         void operator()(void* handle) const;
     };
-    std::unique_ptr<void, CloseLibrary> library; // before what is found in it
+    std::unique_ptr<void, CloseLibrary> library; // declared before the entry points, closed last
 
 public:
     /// Loads by dlopen(3).
@@ -49,20 +49,20 @@ private:
     const PelorinUnload unload;
 };
 
-/// A run of the plug-in on a thread of its own.
+/// A run of the plug-in on a separate thread.
 class CPluginRun {
 public:
     /// Lends the plug-in a thread. The library outlives this and is loaded.
     explicit CPluginRun(const CPluginLibrary& served);
     CPluginRun(const CPluginRun&) = delete;
     CPluginRun& operator=(const CPluginRun&) = delete;
-    /// Stops the run; an exception of it is lost.
+    /// Stops the run; an exception that it threw is lost.
     ~CPluginRun();
 
-    /// Whether the run ends within this time.
+    /// Waits up to this time for the end of the run; returns whether it has ended.
     bool EndsWithin(std::chrono::milliseconds time) const;
 
-    /// Stops the run and waits for its thread. Errors: what the run threw. Once.
+    /// Stops the run and waits for its thread. May be called once. Errors: what the run threw.
     void Stop();
 
 private:

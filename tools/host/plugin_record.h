@@ -7,20 +7,20 @@
 
 namespace kx::tools {
 
-/// What the plug-in reports.
+/// A log record of the plug-in.
 struct LogRecord {
     int level; ///< PELORIN_LEVEL_..., or any other number
     std::string text;
 };
 
-/// Who the plug-in says it is.
+/// The plug-in's registration.
 struct Registration {
     std::string name;
     std::string identifier;
     std::string version;
 };
 
-/// What the plug-in sent that is neither, or cannot be read.
+/// Any other record, or one that cannot be read.
 struct UnknownRecord {
     std::uint64_t command;
     std::string data;
@@ -28,7 +28,7 @@ struct UnknownRecord {
 
 using PluginRecord = std::variant<LogRecord, Registration, UnknownRecord>;
 
-/// Reads what the plug-in sent: dataLength bytes, with or without a NUL at the end. Thread-safe.
+/// Reads a record: dataLength bytes, with or without a NUL at the end. Thread-safe.
 PluginRecord ReadPluginRecord(const PelorinHostRequest& request);
 
 } // namespace kx::tools

@@ -18,17 +18,17 @@ namespace kx::tools {
 namespace {
 
 constexpr milliseconds kResendInterval{100};
-/// Interval at which the current document is sent for as long as it is current: the plug-in may be
-/// held up longer than kActBound.
+/// Interval at which the current document is repeated, because the plug-in may be busy for longer
+/// than kActBound.
 constexpr std::chrono::seconds kRepeatInterval{2};
-/// Time for the plug-in to act on a document. It does not act on one that brings nothing new, and
-/// later if it has several blocked endpoints to stop first.
+/// Time for the plug-in to act on a document. It ignores one that changes nothing, and is late if
+/// it has to stop several blocked endpoints first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
 
-/// Prints what the check found in the user's own document.
+/// Prints the findings about the user's document.
 void SayFindings(const DocumentCheck& check)
 {
     for (const Finding& each : check.findings)
@@ -36,8 +36,8 @@ void SayFindings(const DocumentCheck& check)
     Say(Compose("The document is ", ToText(check.verdict)));
 }
 
-/// Hands documents to the plug-in, each several times: the plug-in misses one that comes while it
-/// is not waiting for one. Repeating does no harm, since only a change counts.
+/// Hands documents to the plug-in, each several times: the plug-in misses a document while it is
+/// not waiting for one, and ignores repetitions.
 class CDelivery {
 public:
     explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
@@ -53,9 +53,9 @@ public:
         settled = false;
     }
 
-    /// Sends the current document at each call until the plug-in acted on it or the time is up, and
-    /// every kRepeatInterval from then on. At each call, too, as long as the plug-in has not acted
-    /// on any document: its run may not have begun to wait.
+    /// Sends the current document at each call until the plug-in has acted on it or kActBound has
+    /// passed, then every kRepeatInterval. Until the plug-in has acted on a first document, sends
+    /// at each call: its run may not have begun to wait.
     void Resend()
     {
         const auto now = steady_clock::now();
@@ -82,7 +82,7 @@ private:
     bool settled = false;
 };
 
-/// Lets the source read. Prints why it fails; the current document then stays.
+/// Lets the source read. If that fails, prints the reason and keeps the current document.
 template <class Read>
 void Attempt(const Read& read)
 {
@@ -96,7 +96,7 @@ void Attempt(const Read& read)
 /// Handles the signals that arrived; returns whether one of them asks for the end.
 bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
 {
-    while (const int signal = signals.Take()) {
+    while (const int signal = signals.ReadNext()) {
         if (signal != SIGHUP)
             return true;
         Attempt([&] { source.Read(); });
@@ -104,10 +104,10 @@ bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
     return false;
 }
 
-/// Serves the running plug-in until it is time to close it.
+/// Hands documents to the running plug-in until it is time to close it.
 ///
-/// After the first change of the source it waits for kAdapterGatherTime: changes come in bursts,
-/// and each document with a change makes the plug-in restart all endpoints.
+/// Waits for kAdapterGatherTime after the first change of the source: changes come in bursts, and
+/// each changed document makes the plug-in restart all endpoints.
 void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const CPluginRun& run,
                     const CSignalQueue& signals, steady_clock::time_point deadline)
 {
@@ -164,8 +164,8 @@ void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSig
     try {
         RunFromLoadToUnload(plugin, source, signals, limit);
     } catch (const std::exception& error) {
-        // Copied: the code of an exception that the plug-in threw is unloaded with its library,
-        // before the caller could ask the exception for its text.
+        // Copies the text: the code of the exception is in the library, which is unloaded before
+        // the caller could ask the exception for it.
         throw std::runtime_error(Compose("the plug-in failed: ", error.what()));
     }
 }

@@ -11,9 +11,8 @@ namespace kx::tools {
 
 /// Runs a plug-in as a server does, from Load to Unload, and prints each step.
 ///
-/// @param source  the server and adapter documents, of which the first has been read; SIGHUP makes
-///                it read again
-/// @param limit   how long the plug-in runs; without it until SIGINT or SIGTERM arrives
+/// @param source  supplies the documents; it has read the first one; SIGHUP makes it read again
+/// @param limit   how long the plug-in runs; none: until SIGINT or SIGTERM arrives
 ///
 /// Errors: std::runtime_error when the plug-in throws, for example because it cannot create a
 /// thread, or when its run ends before it is asked to. A plug-in whose run threw is not unloaded,

@@ -26,7 +26,7 @@ CSignalQueue::~CSignalQueue()
     close(descriptor);
 }
 
-int CSignalQueue::Take() const
+int CSignalQueue::ReadNext() const
 {
     signalfd_siginfo signal{};
     return read(descriptor, &signal, sizeof(signal)) == sizeof(signal)

@@ -2,8 +2,8 @@
 
 namespace kx::tools {
 
-/// SIGINT, SIGTERM and SIGHUP as a descriptor to poll. Construct it before the first thread is
-/// created: every thread then inherits the blocked signals, and no signal interrupts any of them.
+/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor. Construct it before the first
+/// thread is created: every thread then inherits the blocked signals, and none is interrupted.
 class CSignalQueue {
 public:
     /// Blocks the signals in the calling thread and leaves them blocked.
@@ -14,11 +14,11 @@ public:
     CSignalQueue& operator=(const CSignalQueue&) = delete;
     ~CSignalQueue();
 
-    /// A descriptor that becomes readable, as for poll(2), when a signal arrives.
+    /// Returns a descriptor that becomes readable, as for poll(2), when a signal arrives.
     int Descriptor() const { return descriptor; }
 
     /// Returns the next signal that arrived, without waiting; 0 if there is none.
-    int Take() const;
+    int ReadNext() const;
 
 private:
     int descriptor;

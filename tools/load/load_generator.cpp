@@ -28,7 +28,7 @@ constexpr std::size_t kMaxAnswerSize = 4096;
 constexpr int kSocketBufferSize = 1024 * 1024;
 constexpr std::chrono::seconds kAnswerBound{1};
 
-int Check(int outcome, const char* what)
+int ThrowOnError(int outcome, const char* what)
 {
     if (outcome < 0)
         throw std::system_error(errno, std::generic_category(), what);
@@ -81,7 +81,7 @@ CLoadGenerator::CLoadGenerator(const Load& wanted)
 LoadResult CLoadGenerator::Run()
 {
     // The kernel may otherwise prolong each wait by 50 us, too much for the higher rates.
-    Check(prctl(PR_SET_TIMERSLACK, 1), "prctl");
+    ThrowOnError(prctl(PR_SET_TIMERSLACK, 1), "prctl");
     start = steady_clock::now();
     for (;;) {
         const Time now = steady_clock::now();
@@ -134,10 +134,10 @@ void CLoadGenerator::Send(std::uint64_t count, Time now)
     destination.sin_addr.s_addr = htonl(load.destination.to_uint());
     CBatch batch(outgoing, destination);
     for (std::uint64_t done = 0; done < count;) {
-        done +=
-            static_cast<std::uint64_t>(Check(sendmmsg(socket.native_handle(), batch.headers + done,
-                                                      static_cast<unsigned>(count - done), 0),
-                                             "sendmmsg"));
+        done += static_cast<std::uint64_t>(
+            ThrowOnError(sendmmsg(socket.native_handle(), batch.headers + done,
+                                  static_cast<unsigned>(count - done), 0),
+                         "sendmmsg"));
     }
     result.sent += count;
     result.elapsed = now - start;
@@ -153,7 +153,7 @@ void CLoadGenerator::Wait(Time until)
     const auto wait =
         std::max(duration_cast<nanoseconds>(until - steady_clock::now()), nanoseconds::zero());
     const timespec bound{wait / std::chrono::seconds(1), (wait % std::chrono::seconds(1)).count()};
-    Check(ppoll(&readable, 1, &bound, nullptr), "ppoll");
+    ThrowOnError(ppoll(&readable, 1, &bound, nullptr), "ppoll");
 }
 
 void CLoadGenerator::Receive()
@@ -165,7 +165,7 @@ void CLoadGenerator::Receive()
         recvmmsg(socket.native_handle(), batch.headers, kBatch, MSG_DONTWAIT, nullptr);
     if (count < 0 && errno == EAGAIN)
         return;
-    Check(count, "recvmmsg");
+    ThrowOnError(count, "recvmmsg");
     const Time now = steady_clock::now();
     for (std::size_t index = 0; index < static_cast<std::size_t>(count); ++index) {
         OnAnswer({incoming[index].data(), batch.headers[index].msg_len},

@@ -162,7 +162,7 @@ void CProbers::AwaitChange()
 void CProbers::OnChange()
 {
     try {
-        const std::set<int> deleted = monitor->TakeDeleted();
+        const std::set<int> deleted = monitor->ReadDeleted();
         if (Adopt(options.adapterNames.empty() ? ReadNetworkAdapters()
                                                : FindAdapters(ReadAdapters(), options.adapterNames),
                   deleted))
