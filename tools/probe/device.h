@@ -9,7 +9,7 @@
 
 namespace kx::tools {
 
-/// What a message says about a device; what it leaves out is empty.
+/// A device as a message describes it. Fields that the message leaves out are empty.
 struct Device {
     std::string address; ///< wsa:Address of its endpoint reference, which identifies the device
     std::vector<std::string>
@@ -19,18 +19,17 @@ struct Device {
     std::optional<std::uint64_t> metadataVersion;
 };
 
-/// Returns what the scope "mac:..." of a device says; empty without one. Thread-safe.
+/// Returns the MAC address in the scope "mac:..." of a device; empty without one. Thread-safe.
 std::string MacOf(const Device& device);
 
 /// Returns the host of a URI (RFC 3986 3.2.2); empty when it has none. Thread-safe.
 std::string HostOf(const std::string& uri);
 
-/// Whether the device advertises an address that is not the one it answered from: one that it does
-/// not have, or has behind a NAT.
+/// Returns whether the device advertises only addresses that it did not answer from, because it
+/// does not have them or is behind a NAT.
 ///
-/// False is returned where the two cannot be compared: no XAddrs, host names, IPv6 addresses, and a
-/// source of 0.0.0.0, from which a recorder on loopback sends its Hello. One fitting address of
-/// several is enough. Thread-safe.
+/// False if they cannot be compared: no XAddrs, host names, IPv6 addresses, or a source of 0.0.0.0,
+/// from which a recorder on loopback sends its Hello. Thread-safe.
 bool AdvertisesOtherHost(const Device& device, const boost::asio::ip::address& source);
 
 } // namespace kx::tools

@@ -9,18 +9,18 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Devices known by Hello alone are never found silent: without a bound, Hellos of ever new devices
-/// would fill the memory. More than one site has.
+/// Bounds the memory that Hellos of ever new devices can take: devices known by Hello alone are
+/// never removed as silent. More than any site has.
 constexpr std::size_t kMaxUnanswered = 20'000;
 constexpr std::size_t kMaxOthers = 10'000;
 
-/// Whether two lists are equal but for their order.
+/// Returns whether two lists are equal except for their order.
 bool AreSame(const Texts& left, const Texts& right)
 {
     return std::is_permutation(left.begin(), left.end(), right.begin(), right.end());
 }
 
-/// Replaces a list by one that a message gave. A list that the message left out says nothing new.
+/// Replaces a list by that of a message, unless the message left it out.
 ///
 /// @return whether the list changed
 bool Update(Texts& known, const Texts& given)
@@ -185,7 +185,7 @@ std::vector<Event> CDeviceList::RemoveSilent()
 
 std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
 {
-    // The addresses and MAC addresses that answers come from, by adapter.
+    // Adapter and address, and adapter and MAC address, of each device that answers.
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
@@ -217,8 +217,7 @@ std::size_t CDeviceList::OtherCount() const
     return static_cast<std::size_t>(std::count_if(others.begin(), others.end(), isOther));
 }
 
-/// Removes the path whose Hello is the oldest when there is no room for another one that never
-/// answered.
+/// Removes the path with the oldest Hello if no further path without an answer fits in.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
     if (unansweredCount < kMaxUnanswered)
@@ -233,8 +232,8 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
     events.back().heard.time = std::chrono::system_clock::now();
 }
 
-/// Returns the path by which something was heard. When watching, one message may supply what
-/// another leaves out; when asking once, each is shown as it came.
+/// Returns the path of a message. When watching, one message may supply what another leaves out;
+/// when asking once, each is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

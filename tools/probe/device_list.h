@@ -15,25 +15,25 @@
 
 namespace kx::tools {
 
-/// What one message said about one device, and how it came.
+/// What one message said about one device, and how the message arrived.
 struct Heard {
     Device device;
     std::string relatesTo; ///< see Message
     std::optional<AppSequence> appSequence;
-    std::string adapter;                   ///< name of the adapter that it came in on
-    boost::asio::ip::udp::endpoint source; ///< where it came from
+    std::string adapter; ///< name of the adapter that received it
+    boost::asio::ip::udp::endpoint source;
     std::chrono::system_clock::time_point time;
     std::optional<std::chrono::steady_clock::duration> roundTrip; ///< of an answer to a Probe
 };
 
-/// Something worth showing.
+/// A change of the list that the user sees.
 struct Event {
     /// kAnswer when asking once; the others when watching. kGone said Bye, kLost stopped
     /// responding.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// The message that made it, the last one for kLost, with all that is known about the device: a
-    /// message may leave things out, and a Bye always does.
+    /// The message that caused it, for kLost the last one. Fields that it left out, as a Bye always
+    /// does, are filled with what is known about the device.
     Heard heard;
     bool otherPath;            ///< the device is known by another path as well
     std::optional<Device> was; ///< what was known before a change
@@ -42,59 +42,58 @@ struct Event {
 /// Returns "answer", "appeared", "changed", "gone" or "lost".
 const char* NameOf(Event::Kind kind);
 
-/// The devices of the sought type that were heard, each with the paths by which it was.
+/// The devices of the sought type that sent messages, each with its paths.
 ///
 /// A path is an adapter and the XAddrs: a device with two addresses on one adapter sends messages
-/// for each of them, often from the same source. When asking once, the host that answered makes a
-/// path of its own too; its port says nothing, since some devices answer from a new one each time.
+/// for each of them, often from the same source. When asking once, the source's address counts too;
+/// its port does not, since some devices answer from a new one each time.
 ///
-/// A device that moves, or restarts under a new address, without a Bye cannot be told from a second
-/// one by what it says: other programs on its machine share its MAC address. A round, in which all
-/// devices are asked again, tells whether the former is still there.
+/// Without a Bye, the messages of a device that moved, or restarted under a new address, look like
+/// those of a second device: other programs on its machine share its MAC address. A round, in which
+/// all devices are asked again, shows whether the former device still answers.
 ///
 /// Not thread-safe.
 class CDeviceList {
 public:
-    /// @param sought  the type that a message must name to make a device known; without one every
-    ///                device counts
+    /// @param sought  only devices of this type are listed; none: all devices
     CDeviceList(std::optional<DeviceType> sought, bool watching);
 
-    /// Records what was heard.
+    /// Records a message.
     ///
-    /// @return what is new: mostly nothing or one event. A Bye ends all paths of the device on the
-    ///         adapter. When too many paths are known by Hello alone, another one ends the oldest,
+    /// @return the resulting events, usually none or one. A Bye ends all paths of the device on the
+    ///         adapter. When too many paths are known by Hello alone, a further one ends the oldest
     ///         as kLost. When asking once, an answer without XAddrs is held until a ResolveMatches
     ///         supplies them or ReleaseHeld is called.
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
 
-    /// Whether the path by which something was heard is known without XAddrs.
+    /// Returns whether the path of a message is known, but not its XAddrs.
     bool LacksXAddrs(const Heard& heard);
 
-    /// Returns the answers that are still held, and holds them no longer.
+    /// Returns and releases the answers that are still held.
     std::vector<Event> ReleaseHeld();
 
-    /// Begins a round: what is not heard from here on is silent.
+    /// Begins a round: a path is silent until a message from it arrives.
     void StartRound();
 
-    /// Whether a device is silent that could answer: it did so before, or its successor does, with
-    /// its MAC address and on its adapter. The silence of one that never answered, for example
-    /// behind a firewall, tells nothing.
+    /// Returns whether a device is silent that should answer: it did before, or a possible
+    /// successor with its MAC address on its adapter does. A device that never answered, for
+    /// example behind a firewall, does not count.
     bool AnySilent();
 
-    /// Removes the silent paths. Returns a kLost of now for each.
+    /// Removes the silent paths. Returns a kLost event for each, with the current time.
     std::vector<Event> RemoveSilent();
 
     std::size_t PathCount() const { return paths.size(); }
     std::size_t DeviceCount() const;
 
-    /// Returns how many devices answered that are not of the sought type; 10,000 at most.
+    /// Returns how many devices of other types answered, at most 10,000.
     std::size_t OtherCount() const;
 
 private:
     struct Path {
         Heard last;            ///< the last message, with all that is known about the device
-        bool answered;         ///< by an answer at some time
-        bool heard;            ///< in this round
+        bool answered;         ///< an answer arrived at some time
+        bool heard;            ///< a message arrived in this round
         bool held = false;     ///< not shown yet: its XAddrs are being asked for
         bool resolved = false; ///< its XAddrs came in a ResolveMatches
     };

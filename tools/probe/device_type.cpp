@@ -16,8 +16,8 @@ struct KnownPrefix {
     const char* uri;
 };
 
-/// The types that devices on an ordinary network name: recorders, cameras, printers, scanners,
-/// computers, and all that follow the Devices Profile for Web Services.
+/// Prefixes of the common devices: recorders, cameras, printers, scanners, computers, and others
+/// that follow the Devices Profile for Web Services.
 constexpr KnownPrefix kKnownPrefixes[] = {
     {"ktz", kVendorDiscoveryUri},
     {"dn", "http://www.onvif.org/ver10/network/wsdl"},
@@ -28,10 +28,10 @@ constexpr KnownPrefix kKnownPrefixes[] = {
     {"wscn", "http://schemas.microsoft.com/windows/2006/08/wdp/scan"},
 };
 
-/// For a namespace that has no well-known prefix.
+/// For a namespace without a well-known prefix.
 constexpr char kOtherPrefix[] = "t";
 
-/// Characters that no XML name holds, or that would end an attribute or a list.
+/// Characters that are invalid in an XML name, or would end an attribute or a list.
 constexpr char kNotInName[] = ": \t\r\n<>&\"'{}=/";
 
 std::string UriOf(const std::string& prefix)

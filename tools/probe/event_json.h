@@ -6,9 +6,9 @@
 
 namespace kx::tools {
 
-/// Returns an event as a line of JSON without its end; null stands for what is not known.
-/// Characters outside ASCII are escaped, invalid UTF-8 is replaced: anybody on the network may have
-/// sent it. Thread-safe.
+/// Returns an event as one line of JSON, without the line feed. Unknown values are null. Characters
+/// outside ASCII are escaped and invalid UTF-8 is replaced: any machine on the network may have
+/// sent them. Thread-safe.
 std::string ToJsonLine(const Event& event);
 
 } // namespace kx::tools

@@ -11,8 +11,8 @@
 namespace kx::tools {
 namespace {
 
-/// A longer cell is printed whole but moves only its own line's columns: anybody on the network
-/// could send an answer that would push all others out of sight.
+/// A longer cell is printed whole but does not widen its column: any machine on the network can
+/// send an answer that would push the other columns out of sight.
 constexpr std::size_t kMaxColumnWidth = 80;
 
 constexpr char kOtherPathIndent[] = "  ";

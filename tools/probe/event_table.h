@@ -8,7 +8,7 @@
 
 namespace kx::tools {
 
-/// What decides about the columns of a table.
+/// Selects the columns of a table.
 struct TableForm {
     bool watching = false; ///< begin each line with the time and the event's name
     bool recorders = true; ///< only recorders are listed
@@ -16,10 +16,10 @@ struct TableForm {
     bool wide = false;     ///< all columns
 };
 
-/// Prints events as the lines of a table that grows as they come, below a heading; what is not
-/// known shows as "-". The address of a device that is known by another path as well is indented.
-/// XAddrs with another host than the source are marked, see AdvertisesOtherHost. A change is
-/// followed by a line for each list that changed.
+/// Prints each event as a line of a table, below a heading. An unknown value is "-". The address of
+/// a device that is known by another path as well is indented. XAddrs with another host than the
+/// source are marked, see AdvertisesOtherHost. After a change, a line for each changed list
+/// follows.
 ///
 /// Not thread-safe.
 class CEventTable {
@@ -38,7 +38,7 @@ private:
     std::ostream& out;
     std::vector<const Column*> columns;
     bool headed = false;
-    /// A column is as wide as its widest cell so far: devices of a kind have cells of a length.
+    /// A column is as wide as its widest cell so far.
     std::vector<std::size_t> widths;
 };
 

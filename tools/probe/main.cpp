@@ -19,7 +19,7 @@ constexpr char kDescription[] =
 
 constexpr int kMaxTimes = 100;
 
-/// Texts of the command line that are read when all of it is known.
+/// Texts that are parsed after the whole command line is read.
 struct Texts {
     std::vector<std::string> hosts;
     std::string type = kDeviceType;

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 
-/// An element of the body, and the element in it that describes a device; null where it does so
-/// itself.
+/// The names of an element of the body and of the element in it that describes a device; the latter
+/// is null if the former describes the device.
 struct BodyForm {
     const char* name;
     const char* match;
@@ -31,7 +31,7 @@ constexpr BodyForm kBodyForms[] = {
     {"ResolveMatches", "ResolveMatch", Message::Kind::kResolveMatches},
 };
 
-/// Returns the first child element with the local name, whatever its namespace.
+/// Returns the first child element with the local name, in any namespace.
 const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* localName)
 {
     const XMLElement* each = parent ? parent->FirstChildElement() : nullptr;
@@ -40,7 +40,7 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Whether a body that holds no known element holds one of the same name.
+/// Returns whether a body without a known element has one with the same local name.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
@@ -80,7 +80,7 @@ Device ReadDevice(const XMLElement* element)
     return device;
 }
 
-/// @param described  the element that the first device is described in; may be null
+/// @param described  the element that describes the first device; may be null
 std::variant<Message, Unread> ReadDevices(Message message, const XMLElement* described,
                                           const char* match)
 {
@@ -105,7 +105,7 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
         return Unread::kNotWellFormed;
     const XMLElement* root = document.RootElement();
-    // Whatever the version of SOAP: some devices answer in 1.1, and nothing here depends on it.
+    // Any version of SOAP: some devices answer in 1.1, and nothing here depends on the version.
     const XMLElement* header = FindInAnyNamespace(root, "Header");
     const XMLElement* body = FindInAnyNamespace(root, "Body");
     for (const BodyForm& form : kBodyForms) {

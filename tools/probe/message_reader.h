@@ -11,7 +11,7 @@
 
 namespace kx::tools {
 
-/// Where a message stands among those of its sender (WS-Discovery (April 2005), application
+/// A message's position among those of its sender (WS-Discovery (April 2005), application
 /// sequencing).
 struct AppSequence {
     std::uint64_t instanceId;
@@ -19,8 +19,8 @@ struct AppSequence {
     std::uint64_t messageNumber;
 };
 
-/// What a device says about itself: in an announcement (WS-Discovery (April 2005) 4.1, 4.2), of
-/// which a Bye gives the address alone, or in an answer to a Probe or a Resolve (5.3, 6.3).
+/// A message in which a device describes itself: an announcement (WS-Discovery (April 2005) 4.1,
+/// 4.2; a Bye has only the address) or an answer to a Probe or a Resolve (5.3, 6.3).
 struct Message {
     enum class Kind { kHello, kBye, kProbeMatches, kResolveMatches };
     Kind kind;
@@ -45,9 +45,9 @@ enum class Unread {
 /// Thread-safe.
 std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length);
 
-/// Whether an answer relates to the message with the identifier. Devices write the identifier back
-/// as it was, as the bare UUID, or with "uuid:" or "urn:uuid:" before either; the UUID at the end
-/// counts, in upper or lower case. Thread-safe.
+/// Returns whether an answer relates to the message with the identifier. Devices repeat the
+/// identifier unchanged, as the bare UUID, or with "uuid:" or "urn:uuid:" before either; only the
+/// UUID at the end is compared, ignoring case. Thread-safe.
 bool RelatesTo(const Message& answer, const std::string& identifier);
 
 } // namespace kx::tools

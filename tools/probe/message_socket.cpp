@@ -21,7 +21,7 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// As far as the recorders' own announcements go.
+/// The same as in the recorders' announcements.
 constexpr int kMulticastTtl = 32;
 
 /// Holds some 30,000 answers. The kernel counts each with its own overhead, twice its length.
@@ -88,13 +88,14 @@ void CMessageSocket::OpenForGroup()
     std::string failure = kCannotListen;
     try {
         socket.open(udp::v4());
-        // A recorder on this machine binds the same port. Bound to the group rather than to the
-        // wildcard, this socket never gets what is sent to that recorder alone.
+        // A recorder on this machine binds the same port. Because this socket is bound to the group
+        // and not to the wildcard, it never takes a datagram for the recorder's own address.
         socket.set_option(udp::socket::reuse_address(true));
         failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements");
         socket.bind({make_address_v4(kMulticastGroup), kDiscoveryPort});
         failure = kCannotListen;
-        // ip(7): otherwise it hears the group on every adapter on which anybody has joined it.
+        // ip(7): otherwise the socket receives for the group on every adapter on which some program
+        // has joined it.
         RequireOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0);
         socket.set_option(boost::asio::ip::multicast::join_group(
             make_address_v4(kMulticastGroup), make_address_v4(adapter.ipAddress)));
@@ -107,7 +108,7 @@ void CMessageSocket::OpenForGroup()
 void CMessageSocket::SetReceiveOptions()
 {
     RequireOption(socket, IPPROTO_IP, IP_PKTINFO, 1);
-    // socket(7): the first is allowed to root alone, the second goes up to net.core.rmem_max.
+    // socket(7): only root may use the first; net.core.rmem_max limits the second.
     if (!SetOption(socket, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBufferSize))
         RequireOption(socket, SOL_SOCKET, SO_RCVBUF, kReceiveBufferSize);
 }
@@ -144,8 +145,8 @@ std::uint32_t CMessageSocket::DroppedCount()
 {
     if (!socket.is_open())
         return droppedCount;
-    // Not SO_RXQ_OVFL (socket(7)), which tells with the next datagram: after the last drop there is
-    // often none.
+    // Not SO_RXQ_OVFL (socket(7)), which reports drops only with the next datagram: after the last
+    // drop there is often none.
     std::uint32_t memory[SK_MEMINFO_VARS] = {};
     socklen_t size = sizeof(memory);
     getsockopt(socket.native_handle(), SOL_SOCKET, SO_MEMINFO, memory, &size);

@@ -13,16 +13,16 @@
 
 namespace kx::tools {
 
-/// An adapter that cannot be used; the text names it and says why.
+/// Reports that an adapter cannot be used; the text names it and says why.
 class AdapterError : public std::runtime_error {
 public:
-    /// @param what    what cannot be done, "cannot ..."
-    /// @param advice  what to do about it, with a semicolon in front
+    /// @param what    what failed, "cannot ..."
+    /// @param advice  what to do about it, after a semicolon
     AdapterError(const std::string& what, const Adapter& adapter,
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// Stands for any adapter: the kernel's routes choose one for each datagram that is sent.
+/// Returns a placeholder for any adapter: the kernel's routes choose one for each datagram.
 Adapter AnyAdapter();
 
 /// A UDP socket on one adapter, or on any.
@@ -39,14 +39,14 @@ public:
     CMessageSocket(const CMessageSocket&) = delete;
     CMessageSocket& operator=(const CMessageSocket&) = delete;
 
-    /// Opens it for sending from a port of its own, and for what comes back to that port. It is
-    /// bound to the adapter's address: a socket that is only bound to the device would send from
-    /// another one on loopback.
+    /// Opens the socket for sending from an ephemeral port and for the answers to it. It is bound
+    /// to the adapter's address: bound only to the device, it would use another address on
+    /// loopback.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();
 
-    /// Opens it for what others send to the discovery group on this adapter.
+    /// Opens the socket for messages to the discovery group on this adapter.
     ///
     /// Errors: AdapterError.
     void OpenForGroup();
@@ -54,14 +54,14 @@ public:
     /// Sends a message. Errors: AdapterError.
     void Send(const std::string& text, const boost::asio::ip::udp::endpoint& destination);
 
-    /// Starts receiving. An AdapterError comes out of the service's run when that fails; the run
-    /// may be continued.
+    /// Starts receiving. If that fails, the service's run throws an AdapterError; the run may be
+    /// continued.
     void StartReceive();
 
     /// Stops receiving.
     void Close();
 
-    /// Returns how many datagrams the kernel dropped since the socket was opened, for want of room.
+    /// Returns how many datagrams the kernel dropped because the socket's buffer was full.
     std::uint32_t DroppedCount();
 
 private:

@@ -10,7 +10,8 @@ using tinyxml2::XMLText;
 namespace kx::tools {
 namespace {
 
-/// The namespace bound to a prefix, or by default to none, at an element; null when undeclared.
+/// Returns the namespace that a prefix has at an element, for an empty prefix the default
+/// namespace; null when undeclared.
 const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
 {
     const std::string declaration = prefix.empty() ? "xmlns" : "xmlns:" + prefix;
@@ -23,7 +24,7 @@ const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
     return nullptr;
 }
 
-/// The first of an element and its following siblings with the namespace and local name.
+/// Returns the first of an element and its following siblings with the namespace and local name.
 const XMLElement* FirstFrom(const XMLElement* element, const char* uri, const char* localName)
 {
     while (element && !IsElement(element, uri, localName))

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-/// Namespaces in XML, for a library that does not know them: the nearest declaration around an
-/// element says which namespace its prefix means; without a prefix it is the default namespace.
-/// None reports errors, elements may be null. Thread-safe while the document does not change.
+/// Namespaces in XML, which the XML library ignores: the nearest declaration around an element
+/// binds its prefix; without a prefix the default namespace counts. No errors; elements may be
+/// null. Thread-safe as long as the document does not change.
 namespace kx::tools {
 
 /// Returns the first child element with the namespace and local name; null when there is none.
@@ -18,21 +18,20 @@ const tinyxml2::XMLElement* FindChild(const tinyxml2::XMLElement* parent, const 
 const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const char* uri,
                                      const char* localName);
 
-/// Whether an element has the namespace and local name.
+/// Returns whether an element has the namespace and local name.
 bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char* localName);
 
 /// Returns "{uri}name", a name that means the same in every message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
-/// Returns the same for a name as written in or on an element; unchanged when its prefix is not
-/// declared.
+/// Returns the same for a name as written in an element; unchanged when its prefix is not declared.
 std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
 
 /// Returns a name as written, without its prefix.
 std::string LocalName(const std::string& name);
 
-/// Returns the words of an element's text, without the comments in it. All that is read here is
-/// URIs and lists of them, in which line breaks and indentation mean nothing.
+/// Returns the words of an element's text, without comments: URIs and lists, in which line breaks
+/// and indentation do not matter.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

@@ -13,7 +13,7 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-/// A message under construction, with the prefixes that its elements have.
+/// Builds a message; knows the prefixes of its elements.
 class CMessageBuilder {
 public:
     explicit CMessageBuilder(const std::optional<DeviceType>& type)
@@ -54,7 +54,7 @@ public:
     XMLElement* envelope;
 
 private:
-    /// The user's prefix goes out as it is; ours gives way.
+    /// Returns our usual prefix, changed if the user's type has the same one.
     static std::string Prefix(const std::string& usual, const std::optional<DeviceType>& type)
     {
         return type && type->prefix == usual ? usual + "0" : usual;
@@ -68,7 +68,9 @@ private:
     tinyxml2::XMLDocument document;
 };
 
-/// @param name      name of the body's element, with which the action ends too
+/// Builds a message.
+///
+/// @param name      name of the body's element and end of the action
 /// @param complete  completes that element
 ClientMessage Build(const char* name, const std::optional<DeviceType>& type,
                     const std::function<void(CMessageBuilder&, XMLElement&)>& complete)

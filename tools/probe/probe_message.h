@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-/// The messages of a client, in the form that the most readers take: XML 1.0 on one line, each
-/// namespace declared by a prefix on the envelope. WS-Discovery's namespace comes before that of
-/// the device type, since recorders take the first that looks right for each purpose.
+/// The messages of a client, in the form that most devices can read: XML 1.0 on one line, each
+/// namespace declared by a prefix on the envelope. WS-Discovery's namespace precedes that of the
+/// device type, because recorders use the first declaration that seems to match.
 namespace kx::tools {
 
 /// A message of a client and the identifier that answers relate to.
@@ -18,7 +18,7 @@ struct ClientMessage {
 
 /// Builds a Probe (WS-Discovery (April 2005) 5.2).
 ///
-/// @param sought  type to ask for; without one every device is asked
+/// @param sought  type to ask for; none: every device is asked
 ///
 /// Errors: a random device that fails ends the process, see NewUuidString.
 /// Thread-safe.

@@ -12,7 +12,7 @@ using std::chrono::system_clock;
 namespace kx::tools {
 namespace {
 
-/// For each Probe. Every device on the network reads each Resolve, so a device that invents others
+/// For each Probe. Every device on the network reads each Resolve, so answers for ever new devices
 /// must not make us send without end.
 constexpr std::size_t kMaxResolves = 100;
 
@@ -137,12 +137,13 @@ void CProber::OnAnnouncement(const Datagram& datagram)
     const auto* message = std::get_if<Message>(&read);
     if (message && !IsAnswer(message->kind))
         HandOver(*message, datagram);
-    // Others' Probes, which are meant for devices, come here too.
+    // Probes of other clients, which are meant for devices, arrive here too.
     else if (!message && std::get<Unread>(read) != Unread::kOtherMessage)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// From the latest Probe before the answer: which of several it belongs to it does not tell.
+/// Returns the time since the latest Probe before the answer, which does not tell which of several
+/// repetitions it answers.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

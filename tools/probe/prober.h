@@ -17,7 +17,7 @@
 
 namespace kx::tools {
 
-/// How often a Probe is sent, and how far apart. Its identifier stays the same.
+/// How many times a Probe is sent, and at which interval. Its identifier stays the same.
 struct ProbeSchedule {
     int times;
     std::chrono::steady_clock::duration interval;
@@ -31,18 +31,17 @@ struct IgnoredCounts {
     IgnoredCounts& operator+=(const IgnoredCounts& other);
 };
 
-/// Looks for devices on one adapter: sends a Probe, to the discovery group or to one host, and
-/// hears what comes back to its socket. When watching the group, it also hears what devices
-/// announce.
+/// Looks for devices on one adapter: sends a Probe to the discovery group or to one host, and
+/// receives the answers. When watching the group, it also receives announcements.
 ///
-/// Made by std::make_shared: a timer keeps it alive, so it may be closed and dropped while the
-/// service runs. Threads: the one that runs the service.
+/// Create it by std::make_shared: a timer keeps it alive, so it may be closed and released while
+/// the service runs. Threads: the one that runs the service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
-    /// Called for every device in every answer to our messages and in every announcement, repeated
-    /// ones included.
+    /// Called for every device in every answer to our messages and in every announcement, including
+    /// repeated ones.
     ///
-    /// @return whether the device is to be asked for its XAddrs
+    /// @return whether to ask the device for its XAddrs
     using OnHeard = std::function<bool(Message::Kind, const Heard&)>;
 
     /// @param destination  the discovery group, or a host that is asked directly
@@ -56,14 +55,13 @@ public:
     /// Starts receiving.
     void Start();
 
-    /// Sends Probes, in place of those that are still to be repeated. Answers to the former no
-    /// longer count.
+    /// Sends Probes in place of the previous ones, whose repetitions and answers no longer count.
     ///
-    /// Errors: AdapterError; nothing is left pending then. It also comes out of the service's run,
-    /// which may be continued, when the Probes cannot be repeated.
+    /// Errors: AdapterError; nothing is then pending. If a repetition fails, the service's run
+    /// throws it; the run may be continued.
     void Ask(const std::vector<ClientMessage>& probes, const ProbeSchedule& schedule);
 
-    /// Stops hearing and sending.
+    /// Stops receiving and sending.
     void Close();
 
     const boost::asio::ip::udp::endpoint& Destination() const { return destination; }

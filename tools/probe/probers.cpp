@@ -12,7 +12,7 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Whether an adapter is still the one that a prober was made for.
+/// Returns whether an adapter is still the one that a prober was created for.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
 {
     return left.name == right.name && left.index == right.index &&
@@ -26,8 +26,8 @@ std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
     return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
 }
 
-/// Without a type, every device is to answer; but some, recorders among them, answer only a Probe
-/// for a type of theirs. These are asked for the types that are the most common.
+/// Returns the Probes to send. Without a type, every device is to answer; but some, recorders among
+/// them, answer only a Probe for one of their types, so Probes for the most common types are added.
 std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
 {
     std::vector<ClientMessage> probes{MakeProbe(sought)};
@@ -38,7 +38,7 @@ std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
     return probes;
 }
 
-/// Whether the kernel's routes choose the adapters, which only works for hosts.
+/// Returns whether the kernel's routes choose the adapters, which works only for hosts.
 bool IsRouted(const ProbeOptions& options)
 {
     return !options.hosts.empty() && options.adapterNames.empty();
@@ -182,7 +182,7 @@ void CProbers::Drop(const AdapterProber& former)
     probers.erase(std::remove_if(probers.begin(), probers.end(), isSame), probers.end());
 }
 
-/// Makes the probers those of the adapters.
+/// Creates and removes probers to match the adapters.
 ///
 /// @return whether other devices may be in reach now
 bool CProbers::Adopt(const std::vector<Adapter>& adapters, const std::set<int>& deleted)

@@ -16,13 +16,12 @@
 
 namespace kx::tools {
 
-/// The probers: one for each adapter to ask on and, with --to, for each host to ask there. When
-/// watching, they follow the adapters: a device that is made again under its name, or that gets
-/// another address, gets new probers, since the sockets of the old ones hear nothing.
+/// The probers: one for each adapter and, with --to, for each host on each adapter. When watching,
+/// they follow the adapters: a device that is created again under its name, or gets another
+/// address, gets new probers, since the sockets of the old ones receive nothing.
 ///
-/// An adapter that cannot be used is complained of once, until it can; the others go on. Sending is
-/// tried again with each Probe; opening a socket, which fails for example without a free file
-/// descriptor, only when the network changes.
+/// An adapter that cannot be used is reported once until it can be used again; the others continue.
+/// Sending is tried again with each Probe, opening a socket only when the network changes.
 ///
 /// Must outlive the service's run. Threads: the one that runs the service.
 class CProbers {
@@ -36,10 +35,10 @@ public:
     CProbers(const CProbers&) = delete;
     CProbers& operator=(const CProbers&) = delete;
 
-    /// Makes the probers.
+    /// Creates the probers.
     ///
-    /// Errors: std::runtime_error when there is no adapter of a given name, none without names, or
-    /// adapters cannot be read.
+    /// Errors: std::runtime_error when a named adapter does not exist, when no adapter can be used,
+    /// or when the adapters cannot be read.
     void Open();
 
     /// Follows the adapters, when watching.
@@ -49,13 +48,13 @@ public:
     /// Errors: std::runtime_error.
     void Follow(std::function<void()> changed);
 
-    /// Sends a new Probe by each prober. When watching, one that cannot send stays, since that may
-    /// pass.
+    /// Sends a new Probe by each prober. When watching, a prober that cannot send stays, since the
+    /// failure may be temporary.
     void Ask(const ProbeSchedule& schedule);
 
     bool None() const { return probers.empty(); }
 
-    /// Returns the names of the adapters that are asked on; empty where routes choose them.
+    /// Returns the names of the adapters in use; empty when the kernel's routes choose them.
     std::vector<std::string> AdapterNames() const;
 
     IgnoredCounts Ignored() const;
@@ -85,12 +84,12 @@ private:
     const CProber::OnHeard onHeard;
     const Complaint complain;
     std::vector<AdapterProber> probers;
-    /// What was complained of: adapters by name, and where each was to send.
+    /// The failures reported so far: adapter's name and destination.
     std::set<std::pair<std::string, boost::asio::ip::udp::endpoint>> unusable;
-    IgnoredCounts formerIgnored; ///< by probers that are gone
+    IgnoredCounts formerIgnored; ///< by probers that were removed
     std::uint64_t formerDropped = 0;
 
-    std::optional<CAdapterMonitor> monitor; ///< made before the first look, to miss no change
+    std::optional<CAdapterMonitor> monitor; ///< created before the first reading, to miss no change
     boost::asio::posix::stream_descriptor monitored; ///< the monitor's, not to be closed
     boost::asio::steady_timer gathering;
     std::function<void()> onChanged;

@@ -29,7 +29,8 @@ class CBatch {
 public:
     CBatch() : text(kBatchSize * kMaxDatagramSize) {}
 
-    /// Receives what is there. Returns the number of datagrams; -1 with errno when there are none.
+    /// Receives without waiting. Returns the number of datagrams; -1 with errno when there are
+    /// none.
     int Receive(int descriptor)
     {
         for (std::size_t index = 0; index < kBatchSize; ++index) {
@@ -123,7 +124,7 @@ void CReceiver::Finish()
     StopThread();
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        // A copy, for a socket that fails is erased.
+        // A copy: a socket that fails is erased.
         const auto open = sockets;
         for (const auto& each : open) {
             while (Receive(each.first))
@@ -147,7 +148,7 @@ void CReceiver::StopThread()
     thread.join();
 }
 
-/// Thread: the receiving one.
+/// Receives until the object is destroyed.
 void CReceiver::Run()
 {
     for (;;) {
@@ -172,7 +173,7 @@ void CReceiver::Run()
     }
 }
 
-/// Receives a batch. The mutex is locked.
+/// Receives a batch. The caller holds the mutex.
 ///
 /// @return whether there may be more
 bool CReceiver::Receive(int descriptor)
@@ -200,7 +201,7 @@ void CReceiver::Enqueue(Received received)
         boost::asio::post(ioService, [this] { Deliver(); });
 }
 
-/// Hands over some datagrams, then lets timers and signals have their turn.
+/// Hands over some datagrams, then returns so that timers and signals are served.
 void CReceiver::Deliver()
 {
     {

@@ -27,16 +27,16 @@ struct Datagram {
     std::chrono::steady_clock::time_point receivedAt;
 };
 
-/// Receives on UDP sockets in a thread of its own, so that neither parsing nor a slow terminal lets
-/// their buffers run over when a whole site answers within a moment. Datagrams are queued and
-/// handed over on the thread that runs the I/O service. While the queue is full, datagrams stay in
-/// the sockets' buffers, where the kernel counts what it has to drop.
+/// Receives on UDP sockets in a separate thread, so that their buffers do not overflow during
+/// parsing, or because of a slow terminal, when a whole site answers within a moment. Datagrams are
+/// queued and handed over on the thread that runs the I/O service. While the queue is full,
+/// datagrams stay in the sockets' buffers, where the kernel counts those that it drops.
 ///
 /// Keeps the service running. Threads: all functions on the one that runs the service.
 class CReceiver {
 public:
     using OnDatagram = std::function<void(const Datagram&)>;
-    /// Called when receiving fails; the socket is not received on any more.
+    /// Called when receiving fails; receiving on this socket then ends.
     using OnError = std::function<void(const boost::system::error_code&)>;
 
     /// Errors: std::system_error.
@@ -45,19 +45,19 @@ public:
     CReceiver(const CReceiver&) = delete;
     CReceiver& operator=(const CReceiver&) = delete;
 
-    /// Receives on a socket until it is removed. The handlers may throw, out of the service's run;
-    /// the run may then be continued.
+    /// Receives on a socket until it is removed. An exception of a handler leaves the service's
+    /// run, which may be continued.
     ///
     /// @param descriptor  of a socket with the option IP_PKTINFO (ip(7)); open until it is removed
     void Add(int descriptor, OnDatagram onDatagram, OnError onError);
 
-    /// Stops receiving on a socket; what it received is dropped.
+    /// Stops receiving on a socket and drops its queued datagrams.
     void Remove(int descriptor);
 
-    /// Whether datagrams were received that are not yet handed over.
+    /// Returns whether received datagrams are not yet handed over.
     bool HasBacklog();
 
-    /// Hands over all that has arrived by now, and receives no more.
+    /// Hands over everything that has arrived, then stops receiving.
     void Finish();
 
 private:
@@ -67,14 +67,14 @@ private:
     };
     struct Received {
         int descriptor;
-        std::shared_ptr<const Handlers> handlers; ///< stay while one of them runs that removes them
+        std::shared_ptr<const Handlers> handlers; ///< shared: a handler may remove its own socket
         boost::system::error_code error;
         Datagram datagram;
     };
 
-    void Run();
-    bool Receive(int descriptor);
-    void Enqueue(Received received);
+    void Run();                      ///< Threads: receiving
+    bool Receive(int descriptor);    ///< Threads: receiving, and that of the service in Finish
+    void Enqueue(Received received); ///< Threads: as Receive
     void Deliver();
     bool HandOverNext();
     void StopThread();
@@ -82,7 +82,7 @@ private:
     boost::asio::io_context& ioService;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
 
-    std::mutex mutex; ///< guards all below, and each system call on the sockets
+    std::mutex mutex; ///< guards the fields below and each system call on the sockets
     std::condition_variable roomMade;
     std::map<int, std::shared_ptr<const Handlers>> sockets; ///< by descriptor
     std::deque<Received> queue;

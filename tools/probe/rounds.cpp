@@ -46,7 +46,7 @@ void CRounds::Begin()
 
 void CRounds::CheckSilent()
 {
-    // What is silent may have answered: the answer waits to be read.
+    // An answer of a silent device may still be queued.
     if (receiver.HasBacklog()) {
         Wait(kAnswerTime, &CRounds::CheckSilent);
         return;
@@ -70,7 +70,7 @@ void CRounds::Rest()
 
 void CRounds::Wait(std::chrono::steady_clock::duration time, void (CRounds::*next)())
 {
-    timer.expires_after(time); // ends the wait before, if any
+    timer.expires_after(time); // cancels the previous wait
     timer.async_wait([this, next](const boost::system::error_code& error) {
         if (!error)
             (this->*next)();

@@ -10,9 +10,9 @@
 
 namespace kx::tools {
 
-/// Asks all devices again, regularly and whenever there is doubt, and reports those that no longer
-/// answer. A Probe is repeated within a round only while a device is silent, since each recorder
-/// logs each Probe.
+/// Asks all devices again, at intervals and whenever AskSoon is called, and reports those that no
+/// longer answer. Within a round a Probe is repeated only while a device is silent, because every
+/// recorder logs every Probe.
 ///
 /// Must outlive the service's run. Threads: the one that runs the service.
 class CRounds {
@@ -25,7 +25,7 @@ public:
     /// Starts a round with the Probe that was just sent.
     void Start();
 
-    /// Asks now, or as soon as the present round is over: a device has come that may be another
+    /// Asks now, or at the end of the current round: a device has appeared that may be another
     /// one's successor, or an adapter is back.
     void AskSoon();
 

@@ -36,7 +36,7 @@ bool IsRecorder(const std::optional<DeviceType>& type)
     return type && type->uri == recorder.uri && type->name == recorder.name;
 }
 
-/// What is looked for, in words.
+/// Returns the sought type for a message.
 std::string Sought(const std::optional<DeviceType>& type)
 {
     if (!type)
@@ -44,7 +44,7 @@ std::string Sought(const std::optional<DeviceType>& type)
     return IsRecorder(type) ? "recorder" : type->prefix + ":" + type->name;
 }
 
-/// "; ignored: 2 not well-formed, ..."; empty when nothing was ignored.
+/// Returns "; ignored: 2 not well-formed, ..."; empty when nothing was ignored.
 std::string IgnoredText(const IgnoredCounts& counts)
 {
     const auto unread = [&](Unread reason) {
@@ -65,9 +65,10 @@ std::string IgnoredText(const IgnoredCounts& counts)
     return text;
 }
 
-/// One run of the tool: probers on the adapters, the list that they feed, and what shows it.
+/// One run of the tool: probers on the adapters, the list of devices, the output.
 ///
-/// The service comes before all that waits in it, the receiver before all that it receives for.
+/// The order of the members matters: the service outlives everything that waits in it, the receiver
+/// everything that receives through it.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
@@ -97,7 +98,7 @@ private:
     void StartProbers(double timeoutSeconds);
     void Listen();
     int Close(double timeoutSeconds);
-    void ShowProgress(); ///< now and from then on
+    void ShowProgress(); ///< now, and again at intervals
     bool OnHeard(Message::Kind kind, const Heard& heard);
     void Show(const Event& event);
     std::string FoundText() const;
@@ -105,7 +106,7 @@ private:
     std::string OthersText() const;
     std::string DroppedText() const;
 
-    /// Complains on a line of its own.
+    /// Prints a message on a separate line.
     void Tell(const std::string& text)
     {
         progress.Clear();
@@ -153,7 +154,7 @@ int CLookup::Run()
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // All within the first half of the time, which leaves as much for the last answers.
+    // All within the first half of the time; the second half is for the last answers.
     const ProbeSchedule schedule{
         options.times, std::min<steady_clock::duration>(
                            kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
@@ -165,7 +166,7 @@ void CLookup::StartProbers(double timeoutSeconds)
     }
 }
 
-/// Runs the service until the end, and hands over what was received by then.
+/// Runs the service until the time is up or a signal arrives, then hands over the queued datagrams.
 void CLookup::Listen()
 {
     for (;;) {
@@ -175,7 +176,7 @@ void CLookup::Listen()
                 receiver.Finish();
             return;
         } catch (const AdapterError& error) {
-            Tell(error.what()); // the other adapters go on
+            Tell(error.what()); // the other adapters continue
         }
     }
 }
@@ -219,7 +220,7 @@ bool CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
     for (const Event& each : devices.Record(kind, heard)) {
         Show(each);
-        // It may be the successor of a device that is listed, and whether it answers is not known.
+        // It may be the successor of a listed device, and it is unknown whether it answers.
         if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
             rounds.AskSoon();
     }
@@ -235,7 +236,7 @@ void CLookup::Show(const Event& event)
         std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
-    // Not for each line: a crowd answers at the same time.
+    // Not for each line: many devices answer at the same time.
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;
@@ -244,7 +245,7 @@ void CLookup::Show(const Event& event)
     }
 }
 
-/// "2 found, by 3 paths"; when watching, those that have not gone.
+/// Returns "2 found, by 3 paths"; when watching, those still present.
 std::string CLookup::FoundText() const
 {
     const auto count = devices.DeviceCount();

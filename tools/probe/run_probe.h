@@ -14,11 +14,11 @@ inline constexpr char kProbeName[] = "pelorin-probe";
 
 inline constexpr double kDefaultTimeoutSeconds = 2;
 
-/// What the command line asks for.
+/// The options of the command line.
 struct ProbeOptions {
     std::vector<std::string>
-        adapterNames; ///< none: all but loopback, or for hosts what routes choose
-    std::vector<boost::asio::ip::udp::endpoint> hosts; ///< asked in place of the group, if any
+        adapterNames; ///< none: all but loopback, or with hosts those that routes choose
+    std::vector<boost::asio::ip::udp::endpoint> hosts; ///< asked instead of the group, if any
     std::optional<DeviceType> sought = RecorderType(); ///< none: every device
     std::optional<double> timeoutSeconds; ///< none: the default, or no end when watching
     int times = 1;
@@ -27,7 +27,7 @@ struct ProbeOptions {
     bool json = false;
 };
 
-/// Looks for devices and shows them on standard output as they are heard.
+/// Looks for devices and prints them on standard output as they answer.
 ///
 /// @return exit status: 0 when a device was heard, or a signal ended the watching; 1 when none was;
 ///         kExitError when no adapter can be used
