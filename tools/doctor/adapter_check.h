@@ -8,16 +8,16 @@
 
 namespace kx::tools {
 
-/// The adapters that further checks can use, and what is wrong with the others.
+/// The adapters that further checks can use, and the findings about the others.
 struct CheckedAdapters {
     std::vector<Adapter> usable;
     Findings findings;
 };
 
-/// Looks at the adapters themselves: `no-adapter`, `link-down` and `no-multicast`.
+/// Checks the adapters themselves: `no-adapter`, `link-down` and `no-multicast`.
 ///
 /// @param all    all adapters of the machine
-/// @param names  those to look at; when empty, every one but loopback that has an IPv4 address
+/// @param names  those to check; when empty, all that have an IPv4 address, except loopback
 ///
 /// Thread-safe.
 CheckedAdapters CheckAdapters(const std::vector<Adapter>& all,

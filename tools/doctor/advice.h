@@ -23,7 +23,7 @@ struct Advice {
 /// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// Fills in the {words} of a text of an advice: {adapter}, and texts of the evidence by their name.
+/// Replaces each {word} in a text of an advice: {adapter} and the names of texts in the evidence.
 std::string FillIn(const std::string& text, const Finding& finding);
 
 } // namespace kx::tools

@@ -27,7 +27,7 @@ std::string Join(const std::set<std::string>& words)
     return text;
 }
 
-/// Judges one adapter: each step adds what it finds.
+/// Checks one adapter: each step adds its findings.
 class CClientCheck {
 public:
     explicit CClientCheck(const ClientObservation& observation) : seen(observation) {}
@@ -67,7 +67,7 @@ private:
     Findings findings;
 };
 
-/// Whether a recorder with this address answered the Probe to the group.
+/// Returns whether a recorder with this address answered the Probe to the group.
 bool CClientCheck::Answered(const std::string& source) const
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
@@ -82,7 +82,7 @@ Json CClientCheck::DirectError(const std::string& target) const
     return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
-/// False for an adapter that keeps the group away by itself, which is reported already.
+/// Returns false for an adapter that itself blocks the group, which is already reported.
 bool CClientCheck::CarriesMulticast() const
 {
     return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;
@@ -150,7 +150,7 @@ void CClientCheck::CheckDirect()
     }
 }
 
-/// What became of the address that the user gave.
+/// Checks the answers from the address that the user gave.
 void CClientCheck::CheckTarget()
 {
     if (Answered(seen.target))
@@ -170,7 +170,7 @@ void CClientCheck::CheckTarget()
     }
 }
 
-/// One finding for each recorder that advertises an address that it does not answer at.
+/// Adds a finding for each recorder that advertises an address at which it does not answer.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -196,7 +196,7 @@ void CClientCheck::CheckAddresses()
     }
 }
 
-/// When no recorder answers the Probe to the group.
+/// Adds a finding when no recorder answers the Probe to the group.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

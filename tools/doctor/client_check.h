@@ -20,32 +20,32 @@ struct SeenAnswer {
     std::string target; ///< the address that was asked directly; empty when the group was asked
     boost::asio::ip::address_v4 source;
     Device device;
-    bool received; ///< by the socket that asked; otherwise it came to the adapter and no further
+    bool received; ///< by the socket that asked; otherwise it was seen at the adapter only
 };
 
-/// What was seen on one adapter of a client.
+/// Observations on one adapter of a client.
 struct ClientObservation {
     Adapter adapter;
-    bool watched = false;                   ///< whether answers were seen that no socket received
-    std::vector<SeenAnswer> answers;        ///< without repetitions
-    std::set<std::string> otherDevices;     ///< addresses of other devices that answered
-    std::string target;                     ///< the address that the user gave, if it is asked here
-    std::string sendError;                  ///< why the Probe to the group was not sent; or empty
+    bool watched = false;               ///< whether answers were seen that no socket received
+    std::vector<SeenAnswer> answers;    ///< without repetitions
+    std::set<std::string> otherDevices; ///< addresses of other devices that answered
+    std::string target;                 ///< the address that the user gave, if it is asked here
+    std::string sendError;              ///< why the Probe to the group was not sent; or empty
     /// The same for each address that was asked directly.
     std::map<std::string, std::string> directErrors;
     std::uint64_t reversePathDropCount = 0; ///< during the examination, on all adapters
     bool optional = false; ///< the user named no adapter, and a recorder answers elsewhere
 };
 
-/// Whether anything answered a Probe to the group, or one to an address.
+/// Returns whether anything answered the Probe to this address; empty: the Probe to the group.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
 /// Returns the IPv4 addresses that recorders advertise although they answer from another one. A
 /// direct Probe to each shows whether the recorder can be reached there.
 std::set<std::string> OtherHosts(const ClientObservation& seen);
 
-/// Judges what was seen on an adapter of a client. Where one cause explains several findings, only
-/// the cause is a fault.
+/// Returns the findings on an adapter of a client. If one cause explains several findings, only the
+/// cause is a fault.
 ///
 /// Thread-safe.
 Findings CheckClient(const ClientObservation& seen);

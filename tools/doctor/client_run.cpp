@@ -39,27 +39,27 @@ constexpr int kSocketBufferSize = 1024 * 1024;
 /// For the answers to one kind of Probe.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// Datagrams get lost, so each Probe is sent twice.
+/// Each Probe is sent twice, because datagrams get lost.
 constexpr std::chrono::milliseconds kRepeatAfter{250};
 
-/// When no recorder has answered by then, all devices are asked, to see whether any can be heard.
+/// If no recorder has answered by then, all devices are asked, to see whether any answer arrives.
 constexpr std::chrono::seconds kAskAllAfter{1};
 
 constexpr std::chrono::milliseconds kProgressInterval{100};
 
-/// A Probe that was sent, and by whom it is to be answered.
+/// A Probe that was sent, and the device that should answer.
 struct Question {
     ClientMessage probe;
     ClientObservation* seen;
     std::string target; ///< empty for the group
 };
 
-/// A socket that asks and hears the answers.
+/// A socket that asks and receives the answers.
 class CAsker {
 public:
     using OnDatagram = std::function<void(std::string_view payload, const udp::endpoint& source)>;
 
-    /// @param address  to ask from; the wildcard lets the routes decide, as with a client's
+    /// @param address  to ask from; with the wildcard the routes decide, as for a client's
     ///                 connection to a recorder
     ///
     /// Errors: boost::system::system_error.
@@ -104,8 +104,8 @@ private:
     std::array<char, 65536> buffer; // no UDP datagram is longer
 };
 
-/// One run: asks the group on every adapter, then each recorder directly, from other ports, so that
-/// an answer to the one cannot pass for an answer to the other.
+/// One run: asks the group on every adapter, then each recorder directly. Uses different ports, so
+/// that the answers to the two cannot be confused.
 class CClientRun {
 public:
     /// Errors: std::runtime_error.
@@ -115,7 +115,7 @@ public:
     void AskDirectly();
 
     std::list<ClientObservation> observations; ///< the questions keep references
-    Findings findings;                         ///< of what was left out
+    Findings findings;                         ///< about checks that were left out
 
 private:
     void Ask(ClientObservation& seen, const std::string& target,
@@ -240,7 +240,7 @@ void CClientRun::Send(const Question& question)
     question.seen->sendError = asker->Send(question.probe.text, make_address_v4(kMulticastGroup));
 }
 
-/// Receives until so long after the start of the phase.
+/// Receives until this time after the start of the phase.
 void CClientRun::Wait(steady_clock::duration untilAfterStart, bool untilAllAnswered)
 {
     const auto deadline = phase.start + untilAfterStart;
@@ -256,7 +256,7 @@ void CClientRun::Wait(steady_clock::duration untilAfterStart, bool untilAllAnswe
     progress.Clear();
 }
 
-/// Whether all that were asked directly have answered, and the socket has received it.
+/// Returns whether the sockets have received an answer from everything that was asked directly.
 bool CClientRun::AllAnswered() const
 {
     return std::all_of(questions.begin(), questions.end(), [](const Question& question) {
@@ -287,7 +287,7 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             seen.otherDevices.insert(address.to_string());
             continue;
         }
-        // What a socket receives came by the adapter before.
+        // A datagram that a socket receives was seen at the adapter before.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&

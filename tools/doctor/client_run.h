@@ -7,14 +7,14 @@
 
 namespace kx::tools {
 
-/// Looks for recorders as a client does, and at what comes back: takes up to 4 s, and shows
-/// the remaining time on a terminal.
+/// Looks for recorders as a client does and examines the answers. Takes up to 4 s and shows the
+/// remaining time on a terminal.
 ///
 /// @param names   see CheckAdapters
 /// @param target  IPv4 address of a recorder to ask directly as well; may be empty
 ///
 /// Errors: std::runtime_error.
-/// Threads: one.
+/// Not thread-safe.
 Findings ExamineClient(const std::vector<std::string>& names, const std::string& target);
 
 } // namespace kx::tools

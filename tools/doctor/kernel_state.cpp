@@ -18,7 +18,7 @@ namespace kx::tools {
 std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 {
     // A line for each device, "2 eth0 : 1 V3", then one for each of its groups, which begins with a
-    // tab and holds the address as the number that its four bytes make in memory.
+    // tab and contains the address as a native integer of its four bytes.
     std::ifstream file("/proc/net/igmp");
     std::map<std::string, int> members;
     std::string device;

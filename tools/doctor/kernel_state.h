@@ -6,11 +6,11 @@
 #include <map>
 #include <string>
 
-/// What the kernel knows of multicast groups, routes and reverse-path filtering. Thread-safe.
+/// The kernel's state of multicast groups, routes and reverse-path filtering. Thread-safe.
 namespace kx::tools {
 
-/// Returns how many sockets have joined a multicast group, by the name of the device, without
-/// devices where none has. From /proc/net/igmp.
+/// Returns how many sockets have joined a multicast group, by the name of the device; devices
+/// without any are left out. From /proc/net/igmp.
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
 /// Returns how many datagrams reverse-path filtering has dropped: TcpExt IPReversePathFilter of

@@ -12,10 +12,11 @@ struct FreeNetlinkMessage {
 };
 using NetlinkMessage = std::unique_ptr<nl_msg, FreeNetlinkMessage>;
 
-/// Makes a request without content. Errors: std::bad_alloc.
+/// Creates an empty request. Errors: std::bad_alloc.
 NetlinkMessage MakeNetlinkMessage(int type, int flags);
 
-/// Asks the kernel over netlink(7) and hands on each message of its answer.
+/// Sends a request to the kernel over netlink(7) and calls `onAnswer` with each message of the
+/// reply.
 ///
 /// @param protocol  as NETLINK_ROUTE
 /// @param onAnswer  must not throw: it is called by C code

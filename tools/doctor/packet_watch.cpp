@@ -24,17 +24,17 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// Returns a filter for the kernel, so that a recorder's video does not pass through this program.
+/// Returns a filter for the kernel, so that this program does not have to read a recorder's video.
 std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
 {
     const auto ancillary = [](int offset) {
         return static_cast<std::uint32_t>(SKF_AD_OFF + offset);
     };
-    constexpr std::uint8_t kDrop = 255; // where the jump goes is only known at the end
+    constexpr std::uint8_t kDrop = 255; // replaced when the end of the filter is known
     std::vector<sock_filter> filter{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_PROTOCOL)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ETHERTYPE_IP, 0, kDrop),
-        // What belongs to a VLAN's own device passes its parent as well. Tag 0 means none.
+        // A VLAN's frames pass the parent device as well. Tag 0 means no VLAN.
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_VLAN_TAG)),
         BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, 0xfff, kDrop, 0),
         BPF_STMT(BPF_LD | BPF_B | BPF_ABS, offsetof(iphdr, protocol)),
@@ -83,7 +83,7 @@ CPacketWatch::CPacketWatch(boost::asio::io_context& ioService, const Adapter& ad
 
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    // Of all kinds, or what leaves would not be seen.
+    // All protocols: otherwise leaving datagrams would not be seen.
     address.sll_protocol = htons(ETH_P_ALL);
     address.sll_ifindex = adapter.index;
     socket.bind({&address, sizeof(address)});
@@ -98,7 +98,7 @@ void CPacketWatch::StartReceive()
                                       return;
                                   if (!error)
                                       OnReceive(length);
-                                  StartReceive(); // an adapter that goes down says so once
+                                  StartReceive(); // an adapter that goes down causes one error
                               });
 }
 
@@ -115,11 +115,11 @@ void CPacketWatch::OnReceive(std::size_t length)
     std::memcpy(&udp, &buffer[ipLength], sizeof(udp));
     sockaddr_ll link;
     std::memcpy(&link, source.data(), sizeof(link));
-    // Datagrams for other machines are seen while a capture runs.
+    // Datagrams for other machines arrive here while another program captures.
     if (link.sll_pkttype == PACKET_OTHERHOST)
         return;
 
-    // Short frames are padded: the length that counts is UDP's own.
+    // Short frames are padded, so UDP's own length counts.
     const std::size_t begin = ipLength + sizeof(udp);
     const std::size_t given = ntohs(udp.len);
     const std::size_t payload = given < sizeof(udp) ? 0 : given - sizeof(udp);

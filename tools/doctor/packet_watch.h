@@ -14,16 +14,16 @@
 
 namespace kx::tools {
 
-/// A UDP datagram as it crosses an adapter.
+/// A UDP datagram that arrives at an adapter or leaves by it.
 struct SeenDatagram {
-    bool outgoing; ///< it leaves this machine; otherwise it has come to it
+    bool outgoing; ///< leaves this machine; otherwise it arrives
     boost::asio::ip::udp::endpoint source;
     boost::asio::ip::udp::endpoint destination;
     std::string_view payload; ///< valid during the call only
 };
 
-/// Sees the UDP datagrams over IPv4 that come to an adapter before any firewall or filter drops
-/// them, and those that leave after it: packet(7). Fragments but the first are not seen.
+/// Watches the UDP datagrams over IPv4 on an adapter (packet(7)): arriving ones before any firewall
+/// or filter can drop them, leaving ones after it. Of fragments only the first is seen.
 ///
 /// Threads: the one that runs the service.
 class CPacketWatch {
@@ -32,7 +32,7 @@ public:
 
     /// Watches from here on.
     ///
-    /// @param ports  a datagram is seen when it comes from or goes to one of these
+    /// @param ports  only datagrams from or to one of these ports are reported
     ///
     /// Errors: boost::system::system_error; operation_not_permitted without CAP_NET_RAW.
     CPacketWatch(boost::asio::io_context& ioService, const Adapter& adapter,

@@ -12,11 +12,11 @@ using boost::asio::ip::make_address_v4;
 namespace kx::tools {
 namespace {
 
-/// What the plug-in asks for. The kernel doubles it: socket(7).
+/// The size that the plug-in asks for. The kernel doubles it: socket(7).
 constexpr std::uint32_t kWantedBuffer = 1024 * 1024;
 
-/// The Probes of one client that went the same way. When one of them was answered, the others were
-/// lost by chance.
+/// The Probes of one client to the same kind of address. If one of them was answered, the others
+/// were lost by chance.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -42,7 +42,7 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Judges one adapter. Each step adds what it finds and remembers what explains later findings.
+/// Checks one adapter. Each step adds its findings and notes causes that explain later ones.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -143,8 +143,8 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Whether the group is joined here for a socket that is bound to another device: what is wrong is
-/// reported there.
+/// Returns whether the group is joined here for a socket that is bound to another device, where the
+/// fault is reported.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -172,7 +172,8 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Whether a socket that takes direct Probes belongs to another program than a recorder's socket.
+/// Returns whether a socket that takes direct Probes belongs to another program than the recorder's
+/// sockets.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);
@@ -264,7 +265,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
                                   : ", to which the route leads by " + route;
         }
     }
-    // The first of them stands in the commands.
+    // The commands name the first of them.
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},
@@ -274,7 +275,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
             : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount));
 }
 
-/// Returns the sockets that can receive what comes to the adapter.
+/// Returns the sockets that can receive datagrams from the adapter.
 std::vector<UdpSocket> CRecorderCheck::Receiving() const
 {
     std::vector<UdpSocket> receiving;
@@ -288,7 +289,7 @@ std::vector<UdpSocket> CRecorderCheck::Receiving() const
 std::string CRecorderCheck::DeviceName(int index) const
 {
     const auto name = machine.deviceNames.find(index);
-    // A socket on a device that is gone keeps its number.
+    // A socket on a deleted device keeps its number.
     return name != machine.deviceNames.end() ? name->second : Compose("if", index);
 }
 

@@ -14,7 +14,7 @@
 
 namespace kx::tools {
 
-/// A Probe for a recorder that came to an adapter from outside.
+/// A Probe for a recorder that arrived at an adapter from outside.
 struct SeenProbe {
     boost::asio::ip::udp::endpoint prober;
     std::string identifier; ///< text of its MessageID
@@ -23,7 +23,7 @@ struct SeenProbe {
     int routeBack = 0;      ///< index of the device that the route to the prober leads to; 0: none
 };
 
-/// What was seen of the machine as a whole.
+/// Observations of the whole machine.
 struct MachineState {
     std::vector<UdpSocket> sockets;      ///< on the discovery port, see ReadUdpSockets
     std::vector<UdpSocket> laterSockets; ///< the same after the watch
@@ -34,17 +34,17 @@ struct MachineState {
     std::string bufferLimit;                 ///< net.core.rmem_max
 };
 
-/// What was seen of one adapter.
+/// Observations on one adapter.
 struct RecorderObservation {
     Adapter adapter;
     bool portTaken = false; ///< a socket like the recorder's cannot be bound, as the port is in use
-    bool watched = false;   ///< whether the rest was looked at
+    bool watched = false;   ///< whether the fields below were observed
     std::vector<SeenProbe> probes;
     std::size_t otherProbeCount = 0; ///< Probes from outside that no recorder answers
 };
 
-/// Judges what was seen of an adapter on a recorder. Where one cause explains several findings,
-/// only the cause is a fault.
+/// Returns the findings on an adapter of a recorder. If one cause explains several findings, only
+/// the cause is a fault.
 ///
 /// Thread-safe.
 Findings CheckRecorder(const MachineState& machine, const RecorderObservation& seen);

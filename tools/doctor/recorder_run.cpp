@@ -38,22 +38,22 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// A recorder reads no more of a datagram.
+/// A recorder reads no more bytes of a datagram.
 constexpr std::size_t kMaxProbeSize = 4096;
 
-/// For the answer to a Probe that came at the end of the watch.
+/// For the answer to a Probe that arrived at the end of the watch.
 constexpr std::chrono::milliseconds kAnswerTime{500};
 
 constexpr std::chrono::milliseconds kProgressInterval{200};
 
-/// Whether a socket like a recorder's cannot be bound, because another program has the port and
-/// does not share it. Only to be asked where no recorder listens: for that moment a second socket
-/// would take what is for the first.
+/// Returns whether another program has the port and does not share it, so that a recorder's socket
+/// cannot be bound. Call it only if no recorder listens: the socket that it opens for a moment
+/// would take the recorder's datagrams.
 bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
     udp::socket socket(service, udp::v4());
-    // Not permitted on old kernels without CAP_NET_RAW; without it the answer is nearly the same.
+    // Old kernels require CAP_NET_RAW; if the call fails, the result is nearly the same.
     setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, adapter.name.c_str(),
                static_cast<socklen_t>(adapter.name.size()));
     socket.set_option(udp::socket::reuse_address(true));
@@ -62,7 +62,7 @@ bool IsPortTaken(const Adapter& adapter)
     return error == boost::asio::error::address_in_use;
 }
 
-/// Reads what the machine as a whole looks like before the watch.
+/// Reads the state of the machine before the watch.
 MachineState ReadMachineState(const std::vector<Adapter>& all)
 {
     MachineState machine;
@@ -78,7 +78,7 @@ MachineState ReadMachineState(const std::vector<Adapter>& all)
     return machine;
 }
 
-/// Watches the Probes that come to adapters and the answers that leave.
+/// Watches the Probes that arrive at adapters and the answers that leave.
 class CProbeWatch {
 public:
     explicit CProbeWatch(double watchSeconds)
@@ -137,7 +137,7 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
     if (datagram.outgoing) {
         const auto read = ReadMessage(payload.data(), payload.size());
         const auto* answer = std::get_if<Message>(&read);
-        // Another program may answer whatever is asked.
+        // Another program may answer, too.
         if (!answer || answer->kind != Message::Kind::kProbeMatches ||
             std::none_of(answer->devices.begin(), answer->devices.end(),
                          [](const Device& each) { return HasType(each, RecorderType()); }))

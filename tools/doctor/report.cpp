@@ -49,7 +49,7 @@ void PrintBlock(std::ostream& out, const Finding& finding, bool colored)
     if (*advice.remedy)
         PrintParagraph(out, "do", FillIn(advice.remedy, finding));
     for (const char* each : advice.commands) {
-        // On one line whatever the width, to be copied.
+        // On one line at any width, so that it can be copied.
         out << kIndent << std::setw(kLabelWidth) << "" << Printable(FillIn(each, finding)) << '\n';
     }
 }

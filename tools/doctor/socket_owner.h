@@ -7,14 +7,14 @@
 
 namespace kx::tools {
 
-/// The process that has a socket open; where several have, the one with the lowest number.
+/// The process that has a socket open; if several have, the one with the lowest number.
 struct SocketOwner {
     int process;
     std::string name; ///< as in /proc/PID/comm
 };
 
-/// Finds out whose the sockets are, in /proc (proc(5)). Of other users' processes only root sees
-/// the descriptors: what is not found is not in the result.
+/// Finds the processes that own sockets, in /proc (proc(5)). Only root sees the descriptors of
+/// other users' processes; sockets without a known owner are left out.
 ///
 /// Thread-safe.
 std::map<std::uint32_t, SocketOwner> FindSocketOwners(const std::set<std::uint32_t>& inodes);

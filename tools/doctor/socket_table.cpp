@@ -22,7 +22,7 @@ using boost::asio::ip::address_v6;
 namespace kx::tools {
 namespace {
 
-/// The address as IPv4 sees it; nothing for one that is IPv6 alone.
+/// Returns the address as an IPv4 address; nothing for one that is only IPv6.
 std::optional<address_v4> AddressOf(const inet_diag_msg& message)
 {
     address_v4::bytes_type ipv4;
@@ -39,7 +39,7 @@ std::optional<address_v4> AddressOf(const inet_diag_msg& message)
     return boost::asio::ip::make_address_v4(boost::asio::ip::v4_mapped, address);
 }
 
-/// Adds the socket that a message of the kernel's describes, if it is one that we want.
+/// Adds the socket that the kernel's message describes, if it is on the port.
 void AddSocket(nlmsghdr* header, std::uint16_t port, std::vector<UdpSocket>& sockets)
 {
     std::array<nlattr*, INET_DIAG_MAX + 1> attributes{};
@@ -86,7 +86,7 @@ std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
             error = AskKernel(NETLINK_SOCK_DIAG, request.get(),
                               [&](nlmsghdr* header) { AddSocket(header, port, sockets); });
         }
-        // A kernel without IPv6 knows no such sockets.
+        // A kernel without IPv6 returns an error for that family.
         if (error < 0 && family == AF_INET)
             throw std::runtime_error(Compose("cannot list the UDP sockets: ", nl_geterror(error)));
     }

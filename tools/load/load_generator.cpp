@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// Datagrams that go into one system call.
+/// Most datagrams in one system call.
 constexpr std::size_t kBatch = 64;
 constexpr std::size_t kMaxAnswerSize = 4096;
 constexpr int kSocketBufferSize = 1024 * 1024;
@@ -61,7 +61,7 @@ public:
     }
 
     mmsghdr headers[kBatch]{};
-    sockaddr_in peers[kBatch]{}; ///< where each goes to or comes from
+    sockaddr_in peers[kBatch]{}; ///< destination or source of each datagram
 
 private:
     iovec pieces[kBatch]{};
@@ -90,14 +90,14 @@ LoadResult CLoadGenerator::Run()
             Send(DueCount(now), now);
         else if (questions.empty())
             return result;
-        // A closed loop polls: waking it for an answer would be work of the server's.
+        // A closed loop polls: otherwise the server would spend time to wake it for each answer.
         if (load.rate > 0)
             Wait(NextDueTime(now));
         Receive();
     }
 }
 
-/// How many messages are to be sent now.
+/// Returns how many messages are to be sent now.
 std::uint64_t CLoadGenerator::DueCount(Time now) const
 {
     std::uint64_t due = load.inFlight - open;
@@ -109,7 +109,7 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kBatch}});
 }
 
-/// At a rate: when there is something to do even if no answer comes.
+/// Returns the time at which, at a rate, there is something to do without an answer.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -192,7 +192,8 @@ void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Tim
     result.elapsed = now - start;
 }
 
-/// The record waits for the answers of others, so there each question gets its whole second.
+/// Removes the questions that need no further answer. With a record, each is kept for a second,
+/// because several devices may answer.
 void CLoadGenerator::ForgetSettled(Time now)
 {
     while (!questions.empty() && ((questions.front().answered && !load.record) ||

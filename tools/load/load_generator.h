@@ -14,42 +14,42 @@
 
 namespace kx::tools {
 
-/// What is sent, and how much of it.
+/// The messages to send, their number and rate.
 struct Load {
     boost::asio::ip::address_v4 destination;
     /// Own address to send from; the unspecified one leaves the choice to the kernel.
     boost::asio::ip::address_v4 from;
     std::vector<std::string> templates; ///< sent in turn, see CNumberedMessages
-    bool answered = true;               ///< whether answers are waited for
-    std::uint64_t inFlight = 1;         ///< answers waited for concurrently, without a rate
+    bool answered = true;               ///< whether to wait for answers
+    std::uint64_t inFlight = 1;         ///< without a rate: unanswered messages at any time
     double rate = 0;                    ///< messages per second; 0: one for each answer
     std::uint64_t maxCount = 0;         ///< messages
     std::chrono::steady_clock::duration maxTime{}; ///< from the first message to the last
-    /// Gets a line for each message a second after it was sent: the local time of day of the
-    /// sending and the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null.
+    /// Receives a line for each message a second after it was sent: the local time of sending and
+    /// the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null.
     std::ostream* record = nullptr;
 };
 
-/// What came of it.
+/// The results of a run.
 struct LoadResult {
     std::uint64_t sent = 0;
     std::uint64_t answered = 0;
     std::uint64_t lost = 0;     ///< not answered within a second
-    std::uint64_t received = 0; ///< datagrams, those that answer no message included
+    std::uint64_t received = 0; ///< datagrams, including those that answer no message
     /// From the first message to the last, or to the last answer.
     std::chrono::duration<double> elapsed{};
     /// From each answered message to its first answer, in nanoseconds, unordered.
     std::vector<std::uint32_t> roundTrips;
 };
 
-/// Sends messages and waits for the answers, at a rate (an open loop) or as answers come (a closed
-/// loop, which keeps a core busy). For one thread.
+/// Sends messages and waits for the answers, at a rate (an open loop) or one for each answer (a
+/// closed loop, which keeps a core busy). Not thread-safe.
 class CLoadGenerator {
 public:
-    /// Errors: boost::system::system_error when the socket cannot be made.
+    /// Errors: boost::system::system_error when the socket cannot be created.
     explicit CLoadGenerator(const Load& load);
 
-    /// Runs once. Returns when everything was sent and each message answered or lost.
+    /// Sends everything and returns when each message is answered or lost. May be called once.
     ///
     /// Errors: std::system_error when sending, waiting or receiving fails.
     LoadResult Run();
@@ -59,7 +59,7 @@ private:
     struct Question {
         Time sentAt;
         bool answered;
-        std::string answeredBy; ///< for the record alone: " ADDRESS" of each answer
+        std::string answeredBy; ///< only for the record: " ADDRESS" of each answer
     };
 
     bool IsSending(Time now) const
@@ -79,13 +79,13 @@ private:
     const CNumberedMessages messages;
     boost::asio::io_context ioService;
     boost::asio::ip::udp::socket socket;
-    std::vector<std::string> outgoing; ///< as many as go in one call
+    std::vector<std::string> outgoing; ///< as many as one system call sends
     std::vector<std::string> incoming;
     /// Messages that may yet be answered, in the order of their numbers, and the first one's
     /// number.
     std::deque<Question> questions;
     std::uint64_t firstNumber = 0;
-    std::uint64_t open = 0; ///< those of them that are not answered
+    std::uint64_t open = 0; ///< how many of them are not answered
     Time start;
     LoadResult result;
 };

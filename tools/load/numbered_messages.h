@@ -8,17 +8,17 @@
 
 namespace kx::tools {
 
-/// Stands for the identifier in a template.
+/// Replaced by the identifier in a template.
 inline constexpr char kIdentifierMark[] = "{id}";
 
-/// The messages of one run: copies of templates, in turn, each with an identifier of its own.
+/// The messages of one run: copies of alternating templates, each with a unique identifier.
 ///
-/// An identifier is a UUID. Its last group is the message's number, the others belong to the run,
-/// so a plain search finds the number in an answer: a load generator that parsed XML would be
-/// slower than what it measures.
+/// An identifier is a UUID. Its last group is the message's number, the others are the same for the
+/// run, so that a text search finds the number in an answer: a load generator that parsed XML would
+/// be slower than the servers that it measures.
 class CNumberedMessages {
 public:
-    /// @param templates  at least one; kIdentifierMark is replaced wherever it stands
+    /// @param templates  at least one; each kIdentifierMark in them is replaced
     ///
     /// Errors: a broken random device ends the process, see NewUuidString.
     explicit CNumberedMessages(const std::vector<std::string>& templates);
@@ -26,7 +26,7 @@ public:
     /// Writes a message.
     ///
     /// @param number   below 2^48
-    /// @param message  out: replaced; memory that it has is used again
+    /// @param message  out: replaced; its memory is used again
     void Write(std::uint64_t number, std::string& message) const;
 
     /// Returns the number of the message that an answer relates to, if this run sent it.

@@ -61,7 +61,7 @@ void CBurstSource::SendBurst()
         for (const std::string& document : documents)
             plugin.Apply(document);
     };
-    // Made beforehand, so that nothing delays the calls.
+    // Created in advance, so that nothing delays the calls.
     std::vector<std::string> halves[2];
     for (auto& half : halves) {
         for (int count = 0; count < kBurstDocuments; ++count)

@@ -8,13 +8,13 @@
 
 namespace kx::tools {
 
-/// The documents of a server that follows its adapters, with bursts of others in between, from two
-/// threads concurrently: some list absent adapters, some are huge, some truncated. The right
-/// document follows each burst. Prints ProcessState once a second.
+/// The documents of a server that follows its adapters, with bursts from two concurrent threads in
+/// between: some documents list absent adapters, some are huge, some truncated. After each burst
+/// the correct document follows. Prints ProcessState once a second.
 class CBurstSource : public IDocumentSource {
 public:
-    /// @param served     loaded whenever Next is called; outlives this
-    /// @param generator  decides about the bursts; outlives this
+    /// @param served     must be loaded when Next is called; outlives this
+    /// @param generator  for the times and documents of the bursts; outlives this
     CBurstSource(const CPluginLibrary& served, std::mt19937& generator);
 
     void Read() override { adapters.Read(); }
@@ -35,7 +35,7 @@ private:
     Clock::time_point nextState;
 };
 
-/// Returns a random time of an exponential distribution.
+/// Returns a random time, exponentially distributed.
 std::chrono::milliseconds RandomTime(std::mt19937& generator, std::chrono::milliseconds mean);
 
 } // namespace kx::tools

@@ -17,8 +17,8 @@ namespace kx::tools {
 namespace {
 
 constexpr char kDescription[] =
-    "Loads, runs, closes and unloads the plug-in beside this file again and again, on all adapters "
-    "but loopback: short lives for two thirds of the time, then a long one.";
+    "Loads, runs, closes and unloads the plug-in beside this file repeatedly, on all adapters "
+    "except loopback: short lives for two thirds of the time, then a long one.";
 
 constexpr milliseconds kMeanLife{2000};
 
@@ -33,12 +33,12 @@ void AddOptions(CLI::App& app, SoakOptions& options)
         ->check(PositiveSeconds())
         ->type_name("SECONDS")
         ->capture_default_str();
-    app.add_option("--seed", options.seed, "Seed of all that is random")
+    app.add_option("--seed", options.seed, "Seed of the random generator")
         ->type_name("N")
         ->capture_default_str();
 }
 
-/// Takes the plug-in through one life. Returns false when a signal ended it early.
+/// Runs the plug-in from Load to Unload. Returns false when a signal ended the run early.
 bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
 {
     const auto end = steady_clock::now() + limit;
