@@ -31,7 +31,7 @@ public:
         identifierAt = text.find(identifier);
     }
 
-    /// Returns the answer to a Probe, whose identifier is a UUID as pelorin-load's are.
+    /// Returns the answer to a Probe whose identifier is a UUID, as pelorin-load sends it.
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

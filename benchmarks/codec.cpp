@@ -25,7 +25,7 @@ CDiscoverySoap MakeSoap()
     return soap;
 }
 
-/// Returns a Probe as clients send it.
+/// Returns a typical Probe for a type.
 std::string Probe(const std::string& type)
 {
     return Compose(R"(<?xml version="1.1" encoding="UTF-8"?>
@@ -73,7 +73,7 @@ void Read(benchmark::State& state, const std::string& datagram)
     }
 }
 
-/// What a datagram for others costs an endpoint.
+/// Measures the check that rejects a datagram for other devices.
 void PassOver(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();

@@ -1,4 +1,4 @@
-# What the benchmarks share; to be sourced. They set `build`, the folder of the programs, and
+# Functions of the benchmarks; to be sourced. Benchmarks set `build`, the folder of the programs, and
 # `results`, the folder of the samples.
 # shellcheck shell=bash disable=SC2154
 

@@ -1,4 +1,4 @@
-// The least that an answer can cost on this machine: one thread in blocking calls that reads only
+// A server that answers with as little work as possible: one thread with blocking calls reads only
 // the Probe's identifier and sends a canned answer. With the argument "drop" it sends none.
 
 #include "canned_answer.h"

@@ -1,6 +1,6 @@
-// Runs the plug-in on all adapters but loopback and discards its records. Prints how long the start
-// took, waits for SIGTERM, prints how long the stop took. Unlike pelorin-host it hands a document
-// over once, so that the plug-in's threads stay idle between Probes.
+// Runs the plug-in on all adapters except loopback and discards its records. Prints the time of the
+// start, waits for SIGTERM, prints the time of the stop. Unlike pelorin-host it hands over each
+// document once, so that the plug-in's threads stay idle between Probes.
 
 #include "adapter.h"
 #include "document_source.h"
@@ -25,8 +25,8 @@ namespace {
 
 constexpr int kPort = 22609;
 
-/// What the plug-in has reported. Once all Hellos are out the callback does nothing, so that it
-/// does not count as the plug-in's work.
+/// Counts of the plug-in's records. After the last Hello the callback does nothing, so that its
+/// time is not measured as the plug-in's.
 std::atomic<unsigned> stops{0};
 std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
@@ -53,8 +53,8 @@ void RunPlugin(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapte
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // The plug-in misses a document while it is not waiting for one. When it acts on the first, it
-    // waits for the next soon after.
+    // The plug-in misses a document while it is not waiting for one. Soon after it has acted on the
+    // first it waits for the next.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(kx::tools::MakeServerDocument(port, {}));

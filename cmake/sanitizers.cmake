@@ -6,7 +6,7 @@ if(PELORIN_SANITIZE)
     -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${PELORIN_SANITIZE})
   if(PELORIN_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # Asio's headers use stand-alone fences; g++ warns that the sanitizer does not model them.
+    # Asio's headers use atomic fences; g++ warns that the sanitizer does not model them.
     add_compile_options(-Wno-tsan)
   endif()
 endif()

@@ -4,7 +4,7 @@
 #   cmake -D SOURCE=<folder> -D INPUT=<template> -D OUTPUT=<file> -P version.cmake
 file(STRINGS ${SOURCE}/package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" version_text "${headline}")
-# A folder inside another project's repository has no commit of its own.
+# A copy of the sources inside another project's repository must not get that project's commit.
 if(EXISTS ${SOURCE}/.git)
   execute_process(COMMAND git -C ${SOURCE} describe --always --exclude=* --abbrev=12 --dirty
     OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)

@@ -3,9 +3,9 @@
 
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
-# EnterOwnNetwork COMMAND...: does nothing in a network namespace of own-network's, else replaces
-# the process by COMMAND, which is the calling script, in one. All processes that it starts end with
-# it, however it ends.
+# EnterOwnNetwork COMMAND...: does nothing in a network namespace of scripts/own-network; otherwise
+# replaces the process by COMMAND, the calling script, in such a namespace. All processes that it
+# starts end with it.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
@@ -15,7 +15,7 @@ EnterOwnNetwork()
     trap 'exit 143' TERM
 }
 
-# Makes another network namespace. It lives as long as the process $namespace, and that as long as
+# Creates another network namespace. It exists as long as the process $namespace, which ends with
 # the script.
 MakeNamespace()
 {
@@ -23,7 +23,7 @@ MakeNamespace()
     own=$(readlink /proc/self/ns/net)
     unshare --net sleep infinity &
     namespace=$!
-    # Now and then it cannot be read for a moment.
+    # Sometimes it cannot be read for a moment.
     until there=$(readlink "/proc/$namespace/ns/net") && [[ $there != "$own" ]]; do
         kill -0 "$namespace"
         sleep 0.01

@@ -1,4 +1,4 @@
-// Any datagram that is accepted as a Probe: its answer, read back as the sender would.
+// Checks the answer to any datagram that is accepted as a Probe by reading it as the sender would.
 
 #include "discovery_soap.h"
 #include "message_reader.h"
@@ -19,7 +19,7 @@ std::string Answer(const std::string& messageId)
     return answer;
 }
 
-/// As it has to stand between tags (XML 1.0 2.4).
+/// Returns a text as it must be written between tags (XML 1.0 2.4).
 std::string Escaped(const std::string& text)
 {
     std::string escaped;

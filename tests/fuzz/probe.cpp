@@ -1,4 +1,4 @@
-// Any datagram, as an endpoint receives it: the decision, and how far the outputs are set.
+// Checks, for any datagram that an endpoint may receive, the decision and which outputs are set.
 
 #include "discovery_soap.h"
 #include "require.h"
@@ -7,7 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const kx::CDiscoverySoap soap{{"NetworkVideoRecorder"}};
-    // No text that was read holds a NUL.
+    // A text that was read contains no NUL.
     const std::string untouched("\0", 1);
     std::string messageId = untouched;
     std::string types = untouched;

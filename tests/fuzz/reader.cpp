@@ -1,4 +1,4 @@
-// Any datagram, as the probe receives it: what is read, and that it can be printed in both forms.
+// Reads any datagram as the probe does, checks the result and prints it in both forms.
 
 #include "event_json.h"
 #include "event_table.h"

@@ -5,8 +5,8 @@
 
 /// Ends the run with a finding when a property does not hold.
 ///
-/// The targets hand on the input where it is: the fuzzer gives it in a block of exactly its size,
-/// so that reading behind it faults under AddressSanitizer.
+/// The targets do not copy the input: the fuzzer passes it in a block of exactly its size, so that
+/// AddressSanitizer detects a read past its end.
 inline void Require(bool holds, const char* property)
 {
     if (holds)

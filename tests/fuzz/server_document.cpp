@@ -1,4 +1,4 @@
-// Any document of the host: all of it counts or nothing.
+// Applies any document of the host completely or not at all.
 
 #include "server_document.h"
 
@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || std::all_of(context.adapters.begin(), context.adapters.end(), IsComplete),
             "adapters are complete");
 
-    // What the host's check says of it is what happened.
+    // The check of pelorin-host must agree with what happened.
     const kx::tools::DocumentCheck check =
         kx::tools::CheckDocument({reinterpret_cast<const char*>(data), size}, std::nullopt);
     using Verdict = kx::tools::DocumentCheck::Verdict;
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
             "the check agrees on the adapters");
 
-    // The same up to its NUL, which ends the document in either case.
+    // The same without a length: a NUL ends the document in both cases.
     kx::PluginContext upToNul;
     const std::string text(reinterpret_cast<const char*>(data), size);
     Apply(upToNul, text.c_str(), -1);

@@ -20,7 +20,7 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// The thread whose allocation fails. The plug-in makes only the I/O thread.
+/// The thread whose allocation fails. The plug-in creates only the I/O thread.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
@@ -31,7 +31,7 @@ std::atomic<bool> failed{false};
 
 } // namespace
 
-// Not inlined: the compiler would take the pair of new and free for a mistake.
+// Not inlined: the compiler would warn about the pair of new and free.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
     if (current == failing && failing != Thread::kTest && !inCallback && --countdown == 0) {
@@ -49,7 +49,7 @@ __attribute__((noinline)) void operator delete(void* memory) noexcept
     std::free(memory);
 }
 
-// The defaults of the sanitizers do not call the operators above.
+// The sanitizers' versions of these operators would not call those above.
 void* operator new[](std::size_t size)
 {
     return operator new(size);
@@ -69,7 +69,7 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept
 
 namespace {
 
-/// How a life ends, as exit status.
+/// The exit statuses for the ways in which a life ends.
 constexpr int kNothingFailed = 0;
 constexpr int kReturned = 10;
 constexpr int kThrew = 11;
@@ -90,7 +90,7 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 }
 
 /// Runs the plug-in from Load to Unload with two endpoints, a Probe and a change of adapters, in a
-/// network of its own. Returns the exit status of the process.
+/// separate network. Returns the exit status of the process.
 int Live(Thread thread, int number)
 {
     alarm(20);
@@ -118,7 +118,7 @@ int Live(Thread thread, int number)
         }
         over = true;
     });
-    // Repeats until the plug-in has acted, or gives up where a failure prevents it.
+    // Repeats until the plug-in has acted, or gives up if a failure prevents that.
     const auto repeat = [&](const std::atomic<int>& count, int wanted, const auto& act) {
         for (int turn = 0; count < wanted && !over && turn < 200; ++turn) {
             act();

@@ -24,8 +24,8 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends a datagram to the group from any source but 0.0.0.0, in the recorder's network, where it
-/// is heard too (raw(7)).
+/// Sends a datagram to the group from any source except 0.0.0.0, out of the recorder's network,
+/// which also receives it (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {
@@ -54,7 +54,8 @@ void SendAs(const std::string& source, std::uint16_t port, const std::string& te
     close(raw);
 }
 
-/// Number of datagrams read in the recorder's network (Udp InDatagrams).
+/// Returns the number of datagrams that programs in the recorder's network have read (InDatagrams
+/// of Udp).
 int DatagramsRead()
 {
     std::ifstream file("/proc/self/net/snmp");
@@ -150,7 +151,7 @@ TEST_F(Discovery, ForgedSourcesDoNotSilenceIt)
     EXPECT_EQ(host.Calls().size(), records + 2) << "more than one Probe and its answer";
 }
 
-/// How many Probes a rule accepts: a burst, and then a number per second.
+/// The Probes that a rule accepts: a burst, and then a number per second.
 struct Limit {
     double rate;
     double burst;

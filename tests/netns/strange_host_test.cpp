@@ -16,7 +16,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Enough for the deepest nesting that any version of the XML library accepts, and for the host.
+/// Stack size: enough for the host and for the deepest nesting that any version of the XML library
+/// accepts.
 #ifdef __SANITIZE_THREAD__ // uses much of each stack itself
 constexpr std::size_t kSmallStack = 4U << 20;
 #else

@@ -1,4 +1,4 @@
-// pelorin-probe against targets of all kinds: what it asks, and what it says about who answers.
+// Runs pelorin-probe against targets of all kinds and checks its messages and its output.
 
 #include "data.h"
 #include "discovery_group.h"
@@ -21,7 +21,7 @@ using asio::ip::udp;
 
 namespace {
 
-/// What a target sends back to each message that comes by the way, "group" or "direct", and holds
+/// A target's answer to each message that arrives by this way, "group" or "direct", and contains
 /// the text.
 struct Reaction {
     std::string way;
@@ -29,8 +29,7 @@ struct Reaction {
     std::string answer;
 };
 
-/// Targets on loopback, on a thread of their own, that react to what is sent to the group or to
-/// 127.0.0.1.
+/// Targets on loopback, on a separate thread, that answer messages to the group or to 127.0.0.1.
 class Targets {
 public:
     explicit Targets(std::vector<Reaction> given) : reactions(std::move(given))
@@ -104,7 +103,7 @@ std::string RunProbe(const std::string& arguments)
     return output + "status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// On one line, without what differs from run to run.
+/// Returns the output on one line, with the parts that differ from run to run replaced.
 std::string Plain(std::string output)
 {
     for (const auto& [pattern, replacement] :

@@ -22,8 +22,8 @@ struct Moment {
     const char* name;
     Lines adapters;
     const char* record; ///< a log record with this text; null: the call of IOCTL code 1
-    int last;           ///< a random one of the first so many such records,
-    milliseconds by;    ///< plus a random delay of at most this
+    int last;           ///< a random one of this many such records,
+    milliseconds by;    ///< plus a random delay up to this
     int rounds;
     int writers = 0;              ///< threads that send other documents
     const char* network = "true"; ///< a shell command that prepares the network
@@ -46,8 +46,8 @@ protected:
 
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
-    /// Returns the seconds from the first Close to the return of IOCTL code 1, without the
-    /// callback's.
+    /// Returns the seconds from the first Close to the return of IOCTL code 1, without those that
+    /// the callback took.
     double Round(const std::string& hold);
 
     /// From PELORIN_SEED, to repeat a failed test; otherwise random.
@@ -104,7 +104,7 @@ double Teardown::Round(const std::string& hold)
         });
         const auto done = reached.get_future();
         int turns = 0;
-        do // repeated, because a document that comes before the run waits is not acted on
+        do // repeated, because a document that arrives before the run waits has no effect
             Send(moment.adapters);
         while (done.wait_for(200ms) != std::future_status::ready && ++turns < 100);
         EXPECT_LT(turns, 100) << "the record never came";
@@ -130,8 +130,8 @@ double Teardown::Round(const std::string& hold)
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// At any moment, and whatever the callback does, IOCTL code 1 returns as soon as the callback has
-// returned and the Byes are sent or given up. No descriptor and no thread is left.
+// At any moment, IOCTL code 1 returns as soon as the callback has returned and the Byes are sent or
+// abandoned. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();

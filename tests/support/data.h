@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// One case of a table in tests/data; the table's first lines explain its texts.
+/// One case of a table in tests/data. The first lines of the table explain the texts.
 struct DataCase {
     std::string name;
     std::string expected;
@@ -21,7 +21,8 @@ inline std::string ReadData(const std::string& name)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Reads a table of cases: "== name", a line of what is expected, the text up to the next case.
+/// Reads a table of cases: "== name", a line with the expected result, the text up to the next
+/// case.
 inline std::vector<DataCase> ReadCases(const std::string& name)
 {
     const std::string table = "\n" + ReadData(name) + "== ";

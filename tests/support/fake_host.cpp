@@ -61,8 +61,8 @@ void FakeHost::Lend()
 void FakeHost::Run()
 {
     Lend();
-    // The plug-in does not say when it waits. Only then does it act on a change, of which the
-    // record of a stop without endpoints tells.
+    // The plug-in does not report that it waits. But it acts on a change only while it waits, and
+    // then reports a stop, even without endpoints.
     for (int port = 1; Log().empty(); ++port) {
         Apply(MakeServerDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

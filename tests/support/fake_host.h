@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
-/// A request or reply record as bytes, all 0xAA at first, which shows what the plug-in wrote. Its
-/// fields are given by offset, independently of the header.
+/// A request or reply record as bytes, initially 0xAA, which shows the bytes that the plug-in
+/// wrote. Fields are accessed by offset, independently of the header.
 struct RecordBytes {
     RecordBytes() { bytes.fill(0xAA); }
 
@@ -44,8 +44,8 @@ struct HostCall {
     std::chrono::steady_clock::time_point time;
 };
 
-/// A host that keeps what the plug-in sends. One at a time: the callback carries no pointer to its
-/// owner.
+/// A host that keeps what the plug-in sends. Only one may exist at a time: the callback has no
+/// pointer to its owner.
 class FakeHost {
 public:
     FakeHost();
@@ -59,7 +59,7 @@ public:
     void Call(const char* name) const;
     void Load() const;
 
-    /// Starts a run on a thread of its own.
+    /// Starts a run on a separate thread.
     void Lend();
     /// The same; returns once the run waits for documents.
     void Run();
@@ -74,7 +74,7 @@ public:
     std::vector<std::string> Log() const;
     /// The times of the records that contain the text.
     std::vector<std::chrono::steady_clock::time_point> Times(const std::string& text) const;
-    /// Waits until `count` records contain the text; false if the time is up first.
+    /// Waits until `count` records contain the text; returns false if the time is up first.
     bool WaitFor(const std::string& text, std::size_t count = 1,
                  std::chrono::milliseconds bound = std::chrono::seconds(5)) const;
 

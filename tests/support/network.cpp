@@ -53,7 +53,7 @@ Network::Network()
         ThrowUnless(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    // Left by the previous test, when one process runs several.
+    // The adapters of the previous test, when one process runs several tests.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {
@@ -113,7 +113,7 @@ void Socket::Send(const std::string& text, const std::string& address)
 std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
     pollfd readable{socket.native_handle(), POLLIN, 0};
-    // A negative time, as of a bound that has just passed, would wait without end.
+    // A negative time, when the bound has just passed, would wait forever.
     if (poll(&readable, 1, std::max(0, static_cast<int>(bound.count()))) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');

@@ -20,8 +20,8 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Gives the tests access to the endpoint's handlers and state. Each handler uncounts the operation
-/// that it completes, so the functions here count one first.
+/// Gives the tests access to the endpoint's handlers and state. A handler uncounts the operation
+/// that it completes, so each function here first counts one.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 

@@ -97,7 +97,7 @@ TEST_F(HostDocuments, RegistrationIsExactInAnyLocale)
     EXPECT_EQ(sent[1].data, LogRecord("25", "22609 -1234567"));
 }
 
-/// The context's port and adapters as "port ip/handle/mac/xaddr ...".
+/// Returns the context's port and adapters as "port ip/handle/mac/xaddr ...".
 std::string Show(const kx::PluginContext& context)
 {
     std::string text = std::to_string(context.serverPort);
@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ServerDocuments,
                          testing::ValuesIn(ReadCases("server_documents.txt")),
                          [](const auto& each) { return each.param.name; });
 
-/// Verdict and findings as in document_checks.txt.
+/// Returns verdict and findings in the form of document_checks.txt.
 std::string Show(const kx::tools::DocumentCheck& check)
 {
     std::string text = kx::tools::ToText(check.verdict);

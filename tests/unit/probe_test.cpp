@@ -14,7 +14,7 @@ using kx::tools::Unread;
 
 namespace {
 
-/// "RelatesTo ours or other's|kind|address,XAddrs,mac,types|...", or why nothing is.
+/// Returns a message, or why it is ignored, in the form of answers.txt.
 std::string Show(const std::variant<Message, Unread>& read)
 {
     const char* const reasons[] = {"not well-formed", "other version", "no address",

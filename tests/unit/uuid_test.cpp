@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-// The linker redirects system calls here (--wrap). A script says what the next calls for
-// identifiers do. All other calls go to the system.
+// The linker redirects system calls here (--wrap). A script sets the results of the next calls for
+// identifiers. All other calls go to the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
@@ -50,8 +50,8 @@ extern "C" int __wrap_open(const char* path, int flags, ...)
     return static_cast<int>(Play('o'));
 }
 
-// Names of open where _FILE_OFFSET_BITS is 64, as newer versions of tinyxml2 set it, and where the
-// C library checks its arguments.
+// Other names of open: with _FILE_OFFSET_BITS 64, which newer versions of tinyxml2 set, and with
+// the C library's checks of arguments.
 extern "C" int __wrap_open64(const char* path, int flags, ...)
 {
     return __wrap_open(path, flags);
