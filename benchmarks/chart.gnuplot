@@ -1,5 +1,5 @@
-# Draws what summary.awk wrote: gnuplot -e "results='FOLDER'" benchmarks/chart.gnuplot
-# Bars and points end at the quartiles.
+# Draws the data files of summary.awk: gnuplot -e "results='FOLDER'" benchmarks/chart.gnuplot
+# The error bars end at the quartiles.
 set terminal svg size 1000,760 font "sans-serif,13" background "white"
 set output results."/chart.svg"
 set multiplot layout 2,2 margins 0.08,0.97,0.06,0.9 spacing 0.11,0.2

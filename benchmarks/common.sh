@@ -23,8 +23,8 @@ AwaitAdapters()
     done
 }
 
-# StartServer NAMESPACE OUTPUT COMMAND...: starts a server on the servers' core. $server is its
-# process: each command replaces the one before it.
+# StartServer NAMESPACE OUTPUT COMMAND...: starts a server on the servers' core and sets $server to
+# the number of its process.
 StartServer()
 {
     : >"$2" # exists before AwaitLine reads it

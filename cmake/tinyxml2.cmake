@@ -7,7 +7,7 @@ set(tinyxml2_source ${PROJECT_SOURCE_DIR}/build/tinyxml2)
 if(EXISTS ${tinyxml2_source}/tinyxml2.cpp)
   add_library(tinyxml2 STATIC ${tinyxml2_source}/tinyxml2.cpp)
   target_include_directories(tinyxml2 SYSTEM INTERFACE ${tinyxml2_source})
-  # Fat objects, so that a linker without the plug-in for them can use them as ordinary ones.
+  # The objects also contain ordinary code, for a linker that cannot do link-time optimisation.
   target_compile_options(tinyxml2 PRIVATE
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:RelWithDebInfo>>:-O3;-flto;-ffat-lto-objects>)
   add_library(tinyxml2::tinyxml2 ALIAS tinyxml2)

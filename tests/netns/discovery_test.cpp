@@ -198,7 +198,7 @@ TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
 }
 
 // The host holds the manager's thread between an endpoint's Bye and its teardown.
-TEST_F(Discovery, NothingIsSentBehindTheBye)
+TEST_F(Discovery, NothingIsSentAfterTheBye)
 {
     host.onRecord = [](const std::string& record) {
         if (record.find("Stopping all socket and timer operations on 10.7.0.1") !=

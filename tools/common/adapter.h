@@ -12,7 +12,7 @@ struct Adapter {
     /// number, and sockets that were bound to the old device receive nothing.
     int index;
     std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
-    /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros, as loopback has it, for a device without one.
+    /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros for a device without one, such as loopback.
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up and has a carrier
     bool loopback;

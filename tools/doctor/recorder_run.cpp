@@ -53,7 +53,7 @@ bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
     udp::socket socket(service, udp::v4());
-    // Old kernels require CAP_NET_RAW; if the call fails, the result is nearly the same.
+    // Fails on old kernels without CAP_NET_RAW. A socket on another device then counts as well.
     setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, adapter.name.c_str(),
                static_cast<socklen_t>(adapter.name.size()));
     socket.set_option(udp::socket::reuse_address(true));

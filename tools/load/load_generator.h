@@ -81,8 +81,8 @@ private:
     boost::asio::ip::udp::socket socket;
     std::vector<std::string> outgoing; ///< as many as one system call sends
     std::vector<std::string> incoming;
-    /// Messages that may yet be answered, in the order of their numbers, and the first one's
-    /// number.
+    /// Messages that may still be answered, in the order of their numbers; the first has the number
+    /// `firstNumber`.
     std::deque<Question> questions;
     std::uint64_t firstNumber = 0;
     std::uint64_t open = 0; ///< how many of them are not answered

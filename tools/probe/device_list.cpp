@@ -217,7 +217,8 @@ std::size_t CDeviceList::OtherCount() const
     return static_cast<std::size_t>(std::count_if(others.begin(), others.end(), isOther));
 }
 
-/// Removes the path with the oldest Hello if no further path without an answer fits in.
+/// Removes the path with the oldest Hello if the list has no room for another path without an
+/// answer.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
     if (unansweredCount < kMaxUnanswered)

@@ -30,8 +30,8 @@ std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string&
 /// Returns a name as written, without its prefix.
 std::string LocalName(const std::string& name);
 
-/// Returns the words of an element's text, without comments: URIs and lists, in which line breaks
-/// and indentation do not matter.
+/// Returns the words of an element's text. Comments are left out, and any white space separates:
+/// the texts of these messages are URIs and lists of them.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

@@ -154,7 +154,7 @@ int CLookup::Run()
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // All within the first half of the time; the second half is for the last answers.
+    // Sends all repetitions within the first half of the time; the rest is for the last answers.
     const ProbeSchedule schedule{
         options.times, std::min<steady_clock::duration>(
                            kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
