@@ -2,9 +2,9 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats, in some columns with the quartiles in parentheses. A ratio
-# is taken between two values of the same repeat, before the median: other work of the machine
-# affected both.
+# A value is the median over the repeats; targets and ratios also have the quartiles, in parentheses.
+# A ratio is taken between two values of the same repeat, before the median: other work of the
+# machine affected both.
 
 BEGIN { FS = "," }
 
@@ -179,7 +179,6 @@ function PrintAnswering(    number, silent) {
     PrintFigure("CPU each, µs", "cpu_us", "^(closed|rate)")
     PrintFigure("answers/s", "rate", "^closed")
     PrintFigure("p50, µs", "p50_us", "^(closed|rate)")
-    PrintFigure("p99, µs", "p99_us", "^(closed|rate)")
     for (number = 1; number <= case_count["answering"]; ++number)
         if (cases["answering", number] ~ /^(closed|rate)/)
             PrintLost(cases["answering", number], answering, answering_count)
@@ -201,7 +200,7 @@ function PrintAdapters(    number, field, figures, row) {
         row = "| " subjects["scaling", number]
         for (field = 1; field <= 4; ++field) {
             Values("scaling", "adapters", figures[field], subjects["scaling", number])
-            row = row " | " Spread()
+            row = row " | " Median()
         }
         print row " |"
     }
@@ -211,7 +210,7 @@ function PrintParts(    part) {
     Head("Parts", "part | CPU ns")
     for (part = 1; part <= case_count["codec"]; ++part) {
         Values("codec", cases["codec", part], "cpu_ns", "plugin")
-        print "| " cases["codec", part] " | " Spread() " |"
+        print "| " cases["codec", part] " | " Median() " |"
     }
 }
 

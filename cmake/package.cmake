@@ -64,7 +64,7 @@ configure_file(package/pelorin.pc.in pelorin.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pelorin.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-# All that the packages need built; the rest is for tests and measurements.
+# Everything that the packages contain; the other targets are for tests and measurements.
 add_custom_target(pelorin_packaged DEPENDS pelorin ${tools} pelorin_documents)
 
 set(CPACK_GENERATOR DEB)

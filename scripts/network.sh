@@ -30,5 +30,5 @@ MakeNamespace()
     done
 }
 
-# In NAMESPACE COMMAND...
+# In NAMESPACE COMMAND...: runs the command in the network namespace.
 In() { nsenter --net="/proc/$1/ns/net" "${@:2}"; }

@@ -50,7 +50,7 @@ public:
     std::optional<Datagram> Receive(std::chrono::milliseconds bound);
     /// Receives for that time; returns the datagrams that contain the text.
     std::vector<Datagram> ReceiveAll(const std::string& text, std::chrono::milliseconds bound);
-    /// "address:port"
+    /// Returns "address:port".
     std::string Name() const;
 
 private:
