@@ -137,7 +137,8 @@ class DocumentChecks : public testing::TestWithParam<DataCase> {};
 TEST_P(DocumentChecks, SayWhatThePluginDoes)
 {
     using kx::tools::Finding;
-    const kx::tools::Devices devices{{"eth0", {"10.0.0.5", "10.0.0.6"}}, {"eth1", {"10.0.1.5"}}};
+    const kx::tools::Devices devices{{"eth0", {"10.0.0.5", "10.0.0.6"}},
+                                     {"eth1", {"10.0.0.6", "10.0.1.5"}}};
     const std::string& text = GetParam().text;
     const kx::tools::DocumentCheck check = kx::tools::CheckDocument(text, devices);
     EXPECT_EQ(Show(check), GetParam().expected);
