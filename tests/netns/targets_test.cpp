@@ -109,6 +109,7 @@ std::string Plain(std::string output)
     for (const auto& [pattern, replacement] :
          {std::pair("[0-9.]+ ms", "T ms"),
           {"\"time\":\"[^\"]*\"", "\"time\":T"},
+          {"\n[0-9]{2}(:[0-9.]+){2} ", "\nT "},
           {"\"roundTripMs\":[0-9.]+", "\"roundTripMs\":T"},
           {"[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}", "UUID"},
           {" +", " "},

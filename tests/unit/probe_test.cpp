@@ -2,6 +2,7 @@
 #include "device_list.h"
 #include "message_reader.h"
 #include "printable.h"
+#include "terminal.h"
 #include "words.h"
 
 #include <gtest/gtest.h>
@@ -91,11 +92,26 @@ TEST_P(DeviceList, TellsWhatIsNew)
 INSTANTIATE_TEST_SUITE_P(Cases, DeviceList, testing::ValuesIn(ReadCases("sightings.txt")),
                          [](const auto& each) { return each.param.name; });
 
+TEST(HellosAlone, PushOutTheOldestOfThem)
+{
+    kx::tools::CDeviceList devices(std::nullopt, true);
+    kx::tools::Heard heard{};
+    std::string told;
+    for (int number = 0; number <= 20'000; ++number) {
+        heard.device.address = std::to_string(number);
+        heard.time += std::chrono::seconds(1);
+        for (const auto& each : devices.Record(Message::Kind::kHello, heard))
+            told += each.kind == kx::tools::Event::Kind::kLost ? Show(each) : "";
+    }
+    EXPECT_EQ(told, "lost 0  ()");
+}
+
 TEST(Printable, EscapesWhatFillsNoColumn)
 {
     const std::string text = kx::tools::Printable("\x1b[m \u00e9\u65e5 \u0085\u202e \x80\xe2\x80");
     EXPECT_EQ(text, "\\x1b[m \u00e9\u65e5 \\xc2\\x85\\xe2\\x80\\xae \\x80\\xe2\\x80");
     EXPECT_EQ(kx::tools::ColumnCount(text), 44U);
+    EXPECT_EQ(kx::tools::Wrap("ab c d\ne", 4, 1), "ab c\n d\n e");
 }
 
 } // namespace
