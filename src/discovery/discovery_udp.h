@@ -152,7 +152,7 @@ private:
     boost::asio::ip::udp::endpoint senderEndpoint;
     /// Where the latest send went; retries of any message go there too.
     boost::asio::ip::udp::endpoint sendDestination;
-    /// One byte longer than what is received into it, for a NUL after the longest datagram.
+    /// One byte longer than the longest received datagram, for a NUL after it.
     std::vector<char> receiveBuffer;
 
     bool restartPending = false;

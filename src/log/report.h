@@ -9,7 +9,7 @@ namespace kx::log {
 
 /// Composes a message and writes it to the log. Every component reports through this function.
 ///
-/// @param sink  null: the message goes to standard output, whatever its level
+/// @param sink  null: the message goes to standard output, at every level
 ///
 /// Thread-safe.
 template <class... Pieces>

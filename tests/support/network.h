@@ -19,7 +19,7 @@ void EnterOwnNetwork(const std::vector<std::string>& arguments);
 ///     recorder: cam0 10.7.0.1/24, MAC 02:00:00:00:07:01 ---- eye0 10.7.0.2/24 :prober
 ///               cam1 10.8.0.1/24, MAC 02:00:00:00:08:01 ---- eye1 10.8.0.2/24
 ///
-/// One at a time.
+/// Only one may exist at a time.
 class Network {
 public:
     Network();

@@ -77,7 +77,7 @@ public:
 
     std::uint16_t Port() const { return socket.local_endpoint().port(); }
 
-    /// @return why it was not sent; empty when it was
+    /// @return the reason if sending failed; otherwise empty
     std::string Send(const std::string& text, const address_v4& address)
     {
         error_code error;

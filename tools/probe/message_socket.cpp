@@ -24,7 +24,7 @@ namespace {
 /// The same as in the recorders' announcements.
 constexpr int kMulticastTtl = 32;
 
-/// Holds some 30,000 answers. The kernel counts each with its own overhead, twice its length.
+/// Room for some 30,000 answers. The kernel adds an overhead of twice an answer's length to each.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe";
