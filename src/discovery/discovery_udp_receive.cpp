@@ -81,8 +81,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         return;
     }
     // Any Hello or Probe, the endpoint's own Hello included, shows that the membership works.
-    // Deliberate: a Bye or an answer does not. An answer arrives by unicast, and where the
-    // membership is broken the re-join would not happen.
+    // Deliberate: a Bye or an answer does not. An answer arrives by unicast: if it counted, a
+    // broken membership would not be joined again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();
     StartReceive();
@@ -98,7 +98,7 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// next answer would change `sendDestination` before this one is sent or fails.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    // The text is that of the endpoint itself, which is always IPv4.
+    // The same text as the endpoint's operator<<, which needs a stream; the source is always IPv4.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);

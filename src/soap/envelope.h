@@ -39,7 +39,7 @@ tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
 /// @return the empty s:Body, attached
 ///
 /// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7). A run does not know the numbers
-/// of the run before, and clients would discard messages with lower ones as old.
+/// of the previous run, and clients would discard messages with lower numbers as old.
 /// Errors: a broken random device ends the process, see NewUuidString.
 tinyxml2::XMLElement* OpenMessage(tinyxml2::XMLDocument& document, const char* action,
                                   const char* relatesTo, const char* to);

@@ -15,7 +15,7 @@ constexpr char kAdapterSeen[] = "the adapter";
 
 /// The names are the findings' headings in docs/operations.md; scripts/check-docs compares them.
 const std::vector<Advice> kAdvice{
-    // A client's.
+    // Findings on a client.
     {"found", "", kGroupAsked, "clients on this machine find the recorder", "", {}},
     {"answers-blocked-here",
      "",
@@ -91,7 +91,7 @@ const std::vector<Advice> kAdvice{
      "the Probe to {target} did not leave this machine",
      "correct the route, or let UDP port 3702 out of this machine's firewall",
      {"ip route get {target}", "nft insert rule inet filter output udp dport 3702 accept"}},
-    // A recorder's.
+    // Findings on a recorder.
     {"listening", "", kSocketsSeen, "the plug-in listens on {adapter}", "", {}},
     {"not-listening",
      "",
@@ -176,17 +176,17 @@ const std::vector<Advice> kAdvice{
     {"receive-drops",
      "",
      "the receive buffer of the recorder's socket",
-     "more Probes came at once than the buffer holds, or the recorder was held up",
+     "more Probes arrived within a moment than the buffer holds, or the recorder was busy",
      "allow a larger buffer, then restart the server; keep floods out",
      {"sysctl -w net.core.rmem_max=1048576"}},
     {"receive-drops",
      "capped",
      "the receive buffer of the recorder's socket",
      "the system allows less than the 1048576 bytes that the plug-in asks for; enough, unless "
-     "hundreds of Probes come at once",
+     "hundreds of Probes arrive within a moment",
      "if crowds ask here, allow a larger buffer, then restart the server",
      {"sysctl -w net.core.rmem_max=1048576"}},
-    // Of either.
+    // Findings on either.
     {"no-adapter",
      "",
      kAdapterSeen,

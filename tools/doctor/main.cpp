@@ -16,7 +16,7 @@ namespace {
 constexpr int kExitFault = 1;
 
 constexpr char kDescription[] =
-    "Finds out why a recorder is not found: run it as \"client\" where the recorder is looked for, "
+    "Finds out why a recorder is not found: run it as \"client\" where it should be found, "
     "and as \"recorder\" on the recorder. Run it as root, or some checks are left out.\n"
     "Exit status: 0 without a fault, 1 with one, 2 on misuse.";
 
@@ -43,13 +43,13 @@ CLI::Validator Ipv4Address()
 void AddOptions(CLI::App& app, DoctorOptions& options)
 {
     CLI::App* client = app.add_subcommand(
-        "client", "Looks for recorders as a client does, and at what comes back");
+        "client", "Looks for recorders as a client does, and examines the answers");
     CLI::App* recorder = app.add_subcommand(
-        "recorder", "Looks at this machine as a recorder, and at the Probes that come to it");
+        "recorder", "Examines this machine as a recorder, and the Probes that arrive");
     app.require_subcommand(1);
     for (CLI::App* role : {client, recorder}) {
         AddAdapterOption(*role, options.adapterNames,
-                         "Adapter to look at; may be given several times. Otherwise all but "
+                         "Adapter to examine; may be given several times. Default: all but "
                          "loopback that have an IPv4 address");
         role->add_flag("--json", options.json, "Print JSON, one object a line");
     }

@@ -30,7 +30,7 @@ struct Texts {
 void AddOptions(CLI::App& app, ProbeOptions& options, Texts& texts)
 {
     AddAdapterOption(app, options.adapterNames,
-                     "Adapter to probe on; may be given several times. Otherwise all but loopback");
+                     "Adapter to ask on; may be given several times. Default: all but loopback");
     app.add_option(
            "--to", texts.hosts,
            "Host to ask directly, across routers too; may be given several times. Nothing is "
@@ -51,7 +51,7 @@ void AddOptions(CLI::App& app, ProbeOptions& options, Texts& texts)
             ->type_name("URI");
     app.add_flag("--any", texts.any, "List whatever answers, of any type")->excludes(type, uri);
     app.add_option("--timeout", options.timeoutSeconds,
-                   "Time to listen; with --watch there is no end without it")
+                   "Time to listen; without it --watch has no end")
         ->check(PositiveSeconds())
         ->type_name("SECONDS")
         ->default_str(Compose(kDefaultTimeoutSeconds));

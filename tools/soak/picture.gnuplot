@@ -9,7 +9,7 @@ step = ceil(STATS_max / 300)
 minutes(second) = floor(second / step) * step / 60.0
 # One thread alone, the sixth column: the plug-in is unloaded.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
-# An empty line, hence no drawn one, stands for the long life.
+# An empty line interrupts the curve during the long life.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1
