@@ -1,5 +1,5 @@
-# Functions of the benchmarks; to be sourced. Benchmarks set `build`, the folder of the programs, and
-# `results`, the folder of the samples.
+# Functions of the benchmarks; to be sourced. Benchmarks set `build`, the folder of the programs,
+# and `results`, the folder of the samples.
 # shellcheck shell=bash disable=SC2154
 
 # shellcheck source=../scripts/network.sh
@@ -46,14 +46,14 @@ AwaitLine()
     return 1
 }
 
-# CpuTime PROCESS: processor time of all its threads so far, in ns, from the scheduler's accounting,
-# because utime and stime have the resolution of a clock tick.
+# CpuTime PROCESS: prints the processor time of all its threads so far, in ns, from the scheduler's
+# accounting, because utime and stime have the resolution of a clock tick.
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
 Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 
-# ResidentMemory PROCESS: in KiB
+# ResidentMemory PROCESS: prints the resident memory in KiB.
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
 # CountCalls PROCESS FILE COMMAND...: counts the system calls of all threads of a process while the

@@ -2,7 +2,7 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats; targets and ratios also have the quartiles, in parentheses.
+# A value is the median over the repeats; targets and ratios also have the quartiles in parentheses.
 # A ratio is taken between two values of the same repeat, before the median: other work of the
 # machine affected both.
 
@@ -65,7 +65,7 @@ function Digits(value) {
     return sprintf(value >= 100 || value == 0 ? "%.0f" : value >= 10 ? "%.1f" : "%.2f", value)
 }
 
-# The cell of a table for the list.
+# Returns the median and the quartiles of the list as the cell of a table.
 function Spread() {
     if (count == 0)
         return "–"
@@ -81,7 +81,7 @@ function Head(title, columns,    rule) {
     print "\n" (title == "" ? "" : "## " title "\n\n") "| " columns " |\n|" rule "|"
 }
 
-# A target for the median of the list.
+# Prints the row of a target for the median of the list.
 function Target(figure, reach, aim,    median) {
     if (count == 0)
         return
@@ -125,8 +125,8 @@ function PrintTargets() {
 
 function Median() { return count ? Digits(Quantile(0.5)) : "–" }
 
-# The row of a figure under a load: the median of each server, and after the plug-in's its ratio to
-# the first server.
+# Prints the row of a figure under a load: the median of each server, and after the plug-in's its
+# ratio to the first server.
 function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, server, any) {
     row = "| " title " | " (load == "memory" ? "–" : load)
     for (server = 1; server <= servers_count; ++server) {
@@ -141,7 +141,7 @@ function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, 
         print row " |"
 }
 
-# The Probes that each server lost under a load, if one lost any.
+# Prints the row with the Probes that each server lost under a load, if one lost any.
 function PrintLost(load, servers, servers_count,    row, server, lost, sum) {
     row = "| lost | " load
     for (server = 1; server <= servers_count; ++server) {
@@ -214,7 +214,7 @@ function PrintParts(    part) {
     }
 }
 
-# Median and quartiles of the list, for gnuplot.
+# Returns the median and the quartiles of the list for gnuplot.
 function Points() {
     return count ? " " Quantile(0.5) " " Quantile(0.25) " " Quantile(0.75) : " NaN NaN NaN"
 }

@@ -23,7 +23,7 @@ MakeNamespace()
     own=$(readlink /proc/self/ns/net)
     unshare --net sleep infinity &
     namespace=$!
-    # Sometimes it cannot be read for a moment.
+    # Sometimes the link cannot be read for a moment.
     until there=$(readlink "/proc/$namespace/ns/net") && [[ $there != "$own" ]]; do
         kill -0 "$namespace"
         sleep 0.01
