@@ -29,7 +29,7 @@ struct ProbeOptions {
 
 /// Looks for devices and prints them on standard output as they answer.
 ///
-/// @return exit status: 0 when a device was heard, or a signal ended the watching; 1 when none was;
+/// @return exit status: 0 when a device was found, or a signal ended the watching; 1 when none was;
 ///         kExitError when no adapter can be used
 ///
 /// Errors: std::runtime_error.
