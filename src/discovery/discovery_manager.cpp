@@ -79,8 +79,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // First: by this record people see in the log that the run acts on a document, and
-    // pelorin-host relies on its text.
+    // First, because this record shows that the run acts on a document. pelorin-host relies on the
+    // text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });

@@ -82,7 +82,7 @@ public:
     ///
     /// @param final  false: for a restart. Threads: I/O, or manager in the first Restart.
     ///               true: for good. Waits for the I/O thread to do it, for kMaxStopWait at most,
-    ///               and then makes a blocked Bye give up. Threads: manager.
+    ///               then abandons a blocked Bye. Threads: manager.
     void StopOperations(bool final);
 
     /// Returns whether the I/O thread still has work on this endpoint. Thread-safe.

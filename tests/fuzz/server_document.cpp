@@ -1,4 +1,4 @@
-// Applies any document of the host completely or not at all.
+// Checks that any document of the host takes effect completely or not at all.
 
 #include "server_document.h"
 

@@ -21,7 +21,7 @@ std::uint64_t ReadReversePathDrops();
 /// without a route.
 int RouteTo(const boost::asio::ip::address_v4& address);
 
-/// Returns a value of /proc/sys, such as "net/core/rmem_max"; empty where the kernel hides it.
+/// Returns a value of /proc/sys, such as "net/core/rmem_max"; empty if the kernel hides it.
 std::string ReadSetting(const std::string& name);
 
 } // namespace kx::tools
