@@ -20,12 +20,13 @@
 
 static PelorinIoctl Ioctl;
 
-// Called on three threads, at times concurrently. The plug-in waits for it and answers no Probe
-// meanwhile: a server only queues the record. Take no lock that is held around an entry point.
+// Called on three threads, sometimes concurrently. The plug-in waits for it and answers no Probe
+// during that time, so a server should only queue the record. Do not take a lock here that is held
+// around an entry point.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
-    // The text may hold what a stranger sent: a terminal must not see its control characters.
+    // Any machine may have sent parts of the text: a terminal must not get its control characters.
     const unsigned char* text = request->data;
     flockfile(stdout);
     for (uint32_t i = 0; i + 1 < request->dataLength; ++i)
@@ -62,7 +63,7 @@ static char* MakeDocument(const char* port)
         snprintf(device, sizeof(device), "%.*s", (int)strcspn(each->ifa_name, ":"), each->ifa_name);
         if (strpbrk(device, "&<'")) // allowed in a name; in XML they would have to be escaped
             continue;
-        unsigned char mac[6] = {0}; // zeros for a device without one, as a tunnel is
+        unsigned char mac[6] = {0}; // zeros for a device without one, such as a tunnel
         for (struct ifaddrs* link = list; link; link = link->ifa_next) {
             const struct sockaddr_ll* found = (struct sockaddr_ll*)link->ifa_addr;
             if (found && found->sll_family == AF_PACKET && found->sll_halen == sizeof(mac) &&
@@ -74,7 +75,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // Not served: changes the document when the device was deleted and created again.
+        // The plug-in skips this adapter. Its handle, the device's number, changes the document
+        // when the device was deleted and created again.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }
@@ -84,9 +86,9 @@ static char* MakeDocument(const char* port)
     return text;
 }
 
-// Hands over the adapters, as they are each time, until a signal comes. The plug-in misses what
-// comes when its thread has just been lent or while it acts on the document before; what brings
-// nothing new costs nothing. So the simplest host repeats it for ever.
+// Hands over the current adapters repeatedly until a signal arrives. The plug-in misses a document
+// while its thread starts and while it acts on the previous document, and ignores one that changes
+// nothing. So repeating is simplest.
 static void HandOver(const char* port, const sigset_t* signals)
 {
     do {
@@ -98,7 +100,7 @@ static void HandOver(const char* port, const sigset_t* signals)
     } while (sigtimedwait(signals, NULL, &(struct timespec){0, 500000000}) < 0);
 }
 
-// ISO C converts no object pointer to a function pointer, hence the copy.
+// Copies the pointer, because ISO C cannot convert an object pointer to a function pointer.
 static void (*Find(void* library, const char* name))(void)
 {
     void (*function)(void);
@@ -122,7 +124,8 @@ int main(int argc, char** argv)
     const PelorinUnload unload = (PelorinUnload)Find(library, PELORIN_UNLOAD_NAME);
     Ioctl = (PelorinIoctl)Find(library, PELORIN_IOCTL_NAME);
 
-    // Blocked before the first thread is made: all threads inherit it, and only main gets signals.
+    // Blocked before the first thread is created: all threads inherit it, and only main gets
+    // signals.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
@@ -139,7 +142,7 @@ int main(int argc, char** argv)
         abort();
     HandOver(argv[2], &signals);
 
-    // The run may miss a single Close. Nothing may run in the library when it is unloaded.
+    // Repeated, because the run may miss a Close. The run must end before the library is unloaded.
     do {
         close(NULL, &reply);
         nanosleep(&(struct timespec){0, 10000000}, NULL);

@@ -78,8 +78,9 @@ void CDiscoveryUdp::Restart()
         ScheduleRetry();
         return;
     }
-    // On the I/O thread: started on another, they could complete while that one still works on the
-    // same fields. Not counted: a stop waits for the teardown, which is posted behind this.
+    // On the I/O thread: started on another thread, the operations could complete while that thread
+    // still works on the same fields. Not counted: a stop waits for the teardown, which is posted
+    // after this.
     boost::asio::dispatch(ioService, [this, hello = MakeHello()] {
         if (stopping)
             return;

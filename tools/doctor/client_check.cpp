@@ -134,7 +134,7 @@ void CClientCheck::CheckDirect()
         const std::string& address = each.device.address;
         if (!each.target.empty() || !asked.insert({target, address}).second)
             continue;
-        // By the same recorder: two on one machine have one address.
+        // Only an answer of the same recorder counts: two on one machine share the IP address.
         const bool direct =
             std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
                 return other.target == target && other.device.address == address;
