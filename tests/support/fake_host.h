@@ -61,7 +61,7 @@ public:
 
     /// Starts a run on a separate thread.
     void Lend();
-    /// The same; returns once the run waits for documents.
+    /// Starts a run on a separate thread and returns when it waits for documents.
     void Run();
     void Apply(const std::string& document) const;
     /// Closes until the run has returned.
