@@ -206,7 +206,8 @@ void CRecorderCheck::CheckBuffers()
         if (dropped > 0) {
             dropping = true;
             Add("receive-drops", Level::kFault, evidence,
-                Compose(Describe(each), " lost ", dropped, " datagrams while it was watched"));
+                Compose(Describe(each), " lost ", dropped, " datagrams while it was watched"),
+                buffer < kWantedBuffer ? "" : "full-size");
         } else if (buffer < kWantedBuffer) {
             Add("receive-drops", Level::kNote, evidence,
                 Compose("the receive buffer of ", Describe(each), " holds ", buffer,
@@ -239,7 +240,8 @@ void CRecorderCheck::CheckProbes()
             {{"own", adapter.ipAddress}, {"otherProbes", seen.otherProbeCount}},
             seen.otherProbeCount == 0 ? std::string("no Probe came to the adapter")
                                       : Compose("no Probe that a recorder answers came, but ",
-                                                seen.otherProbeCount, " others"));
+                                                seen.otherProbeCount, " others"),
+            seen.otherProbeCount == 0 ? "" : "others");
     }
 }
 

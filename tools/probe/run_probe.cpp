@@ -266,8 +266,13 @@ std::string CLookup::NotFoundText(double timeoutSeconds) const
     std::string hint = "; pelorin-doctor client finds out why";
     if (!others.empty())
         hint = "";
-    else if (options.adapterNames == std::vector<std::string>{"lo"})
+    else if (options.hosts.empty() && options.adapterNames == std::vector<std::string>{"lo"})
         hint = "; without --adapter all adapters but loopback are asked";
+    else if (!IsRecorder(options.sought))
+        hint = ""; // the doctor looks for recorders
+    else if (!options.hosts.empty())
+        hint = Compose("; pelorin-doctor client --to ", options.hosts.front().address(),
+                       " finds out why");
     return Compose("no ", Sought(options.sought), " answered within ", timeoutSeconds, " s", at,
                    Join(asked), others, IgnoredText(probers.Ignored()), DroppedText(), hint);
 }
