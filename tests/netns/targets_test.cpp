@@ -140,7 +140,7 @@ TEST_P(ProbeOf, ListsDevicesOfTheSoughtType)
 INSTANTIATE_TEST_SUITE_P(Cases, ProbeOf, testing::ValuesIn(ReadCases("targets.txt")),
                          [](const auto& each) { return each.param.name; });
 
-TEST(Probe, HearsACrowdOrTellsWhatItLost)
+TEST(Probe, ReceivesACrowdOrReportsLosses)
 {
     constexpr int kCount = 2000;
     const std::string first = ReadCases("targets.txt").front().text;

@@ -134,7 +134,7 @@ std::string Show(const kx::tools::DocumentCheck& check)
 
 class DocumentChecks : public testing::TestWithParam<DataCase> {};
 
-TEST_P(DocumentChecks, SayWhatThePluginDoes)
+TEST_P(DocumentChecks, AgreeWithThePlugin)
 {
     using kx::tools::Finding;
     const kx::tools::Devices devices{{"eth0", {"10.0.0.5", "10.0.0.6"}},

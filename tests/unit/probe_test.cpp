@@ -34,7 +34,7 @@ std::string Show(const std::variant<Message, Unread>& read)
 
 class ReadMessage : public testing::TestWithParam<DataCase> {};
 
-TEST_P(ReadMessage, FindsWhatADeviceSaysWhateverItsPrefixes)
+TEST_P(ReadMessage, ReadsDevicesUnderAnyPrefix)
 {
     const std::vector<char> data(GetParam().text.begin(), GetParam().text.end());
     EXPECT_EQ(Show(kx::tools::ReadMessage(data.data(), data.size())), GetParam().expected);
@@ -58,7 +58,7 @@ std::string Show(const kx::tools::Event& event)
 
 class DeviceList : public testing::TestWithParam<DataCase> {};
 
-TEST_P(DeviceList, TellsWhatIsNew)
+TEST_P(DeviceList, ReportsChanges)
 {
     const std::map<std::string, Message::Kind> kinds{{"answer", Message::Kind::kProbeMatches},
                                                      {"resolved", Message::Kind::kResolveMatches},
@@ -92,7 +92,7 @@ TEST_P(DeviceList, TellsWhatIsNew)
 INSTANTIATE_TEST_SUITE_P(Cases, DeviceList, testing::ValuesIn(ReadCases("sightings.txt")),
                          [](const auto& each) { return each.param.name; });
 
-TEST(HellosAlone, PushOutTheOldestOfThem)
+TEST(HellosAlone, ReplaceTheOldestWhenFull)
 {
     kx::tools::CDeviceList devices(std::nullopt, true);
     kx::tools::Heard heard{};
@@ -106,7 +106,7 @@ TEST(HellosAlone, PushOutTheOldestOfThem)
     EXPECT_EQ(told, "lost 0  ()");
 }
 
-TEST(Printable, EscapesWhatFillsNoColumn)
+TEST(Printable, EscapesInvisibleCharacters)
 {
     const std::string text = kx::tools::Printable("\x1b[m \u00e9\u65e5 \u0085\u202e \x80\xe2\x80");
     EXPECT_EQ(text, "\\x1b[m \u00e9\u65e5 \\xc2\\x85\\xe2\\x80\\xae \\x80\\xe2\\x80");
