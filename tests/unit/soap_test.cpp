@@ -71,7 +71,7 @@ TEST(Lists, TextsAreExact)
     const Case cases[] = {{{}, "", "none"},
                           {{""}, "ktz:", ""},
                           {{"X", "ktz:Y"}, "ktz:X ktz:Y", "X ktz:Y"},
-                          {{"dn:X", "ktz"}, "ktz:dn:X ktz:ktz", "dn:X ktz"}};
+                          {{"dn:ktz:X", "ktz"}, "ktz:dn:ktz:X ktz:ktz", "dn:ktz:X ktz"}};
     tinyxml2::XMLDocument document;
     const auto text = [](const tinyxml2::XMLElement* element) -> std::string {
         if (!element)
