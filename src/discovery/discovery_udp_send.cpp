@@ -33,7 +33,7 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 {
     if (!soap)
         return nullptr;
-    const auto hello = boost::make_shared<std::string>();
+    auto hello = boost::make_shared<std::string>();
     soap->Hello(description, *hello);
     Report(log, kLogInfo, "Sending Hello to ", groupEndpoint);
     sendDestination = groupEndpoint;

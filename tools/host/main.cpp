@@ -68,11 +68,14 @@ void AddOptions(CLI::App& app, HostOptions& options)
         app.add_flag("--check", options.check,
                      "Explain how the plug-in reads the documents in the files, without running it")
             ->excludes(adapter, all, follow, port, document, limit, plugin);
-    CLI::Option* files = app.add_option("FILE", options.checkedFiles,
-                                        "With --check: a server's document; - for standard input")
-                             ->needs(check)
-                             ->type_name("");
-    check->needs(files);
+    check->needs(app.add_option("FILE", options.checkedFiles,
+                                "With --check: a server's document; - for standard input")
+                     ->type_name(""));
+    // Not needs(check): a misspelt option with a value would be reported as a missing --check.
+    app.callback([&options] {
+        if (!options.check && !options.checkedFiles.empty())
+            throw CLI::ExtrasError(options.checkedFiles);
+    });
     app.add_flag("--elsewhere", options.elsewhere,
                  "With --check or --document: do not compare the document with this machine");
     app.add_flag("--json", options.json, "Print JSON, one object per line");
