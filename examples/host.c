@@ -20,9 +20,8 @@
 
 static PelorinIoctl Ioctl;
 
-// Called on three threads, sometimes concurrently. The plug-in waits for it and answers no Probe
-// during that time, so a server should only queue the record. Do not take a lock here that is held
-// around an entry point.
+// Called on three threads, sometimes concurrently. The plug-in waits for it, so a server should only
+// queue the record. Do not take a lock here that is held around an entry point.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
@@ -44,7 +43,7 @@ static void* Run(void* unused)
     return unused;
 }
 
-// Returns the document for the adapters as they are now, to be freed.
+// Returns a document that lists the current adapters. The caller frees it.
 static char* MakeDocument(const char* port)
 {
     char* text;
@@ -87,8 +86,7 @@ static char* MakeDocument(const char* port)
 }
 
 // Hands over the current adapters repeatedly until a signal arrives. The plug-in misses a document
-// while its thread starts and while it acts on the previous document, and ignores one that changes
-// nothing. So repeating is simplest.
+// while its thread starts or acts on the previous one, and ignores one that changes nothing.
 static void HandOver(const char* port, const sigset_t* signals)
 {
     do {
@@ -124,8 +122,7 @@ int main(int argc, char** argv)
     const PelorinUnload unload = (PelorinUnload)Find(library, PELORIN_UNLOAD_NAME);
     Ioctl = (PelorinIoctl)Find(library, PELORIN_IOCTL_NAME);
 
-    // Blocked before the first thread is created: all threads inherit it, and only main gets
-    // signals.
+    // Blocked before the first thread is created: all threads inherit it.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);

@@ -44,6 +44,8 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 
 CDiscoveryManager::CDiscoveryManager()
 {
+    // Deliberate: new for each run and without "urn:uuid:". Clients compare the bare text; with a
+    // prefix they would take the recorder for another one.
     NewUuidString(endpointAddress);
     try {
         ioService = boost::make_shared<IoService>();
@@ -79,8 +81,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // First, because this record shows that the run acts on a document. pelorin-host relies on the
-    // text.
+    // First, because this record shows that the run acts on a document. pelorin-host, the
+    // benchmarks and the soak rely on the text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });
@@ -91,9 +93,9 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // A handler uncounts itself first, so one may still be running on an idle endpoint. The I/O
-    // thread releases the endpoints after that handler. Copied: a post that throws std::bad_alloc
-    // would destroy endpoints that were moved into it.
+    // A handler first decrements the count, so one may still be running on an idle endpoint. The
+    // I/O thread releases the endpoints after that handler. Copied: a post that throws
+    // std::bad_alloc would destroy endpoints that were moved into it.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }

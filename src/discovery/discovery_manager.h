@@ -35,7 +35,7 @@ public:
     ///
     /// Errors: logged. Deliberate: an address that is not IPv4 ends the call, and the adapters
     /// after it are not started. If it were skipped, recorders would announce themselves on
-    /// networks where they are silent today.
+    /// networks where they have always been silent.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
     /// Sends a Bye from every endpoint, stops and releases it. Takes at least 10 ms and returns

@@ -10,6 +10,7 @@
 #include <boost/throw_exception.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -48,8 +49,8 @@ private:
     std::thread thread;
 };
 
-/// Deliberate: the same adapters in another order are a change. Otherwise a server could not
-/// restart all endpoints without changing one of them.
+/// Deliberate: the same adapters in another order are a change. If they were not, a server that
+/// reorders them to restart all endpoints would restart none.
 bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<AdapterRecord>& right)
 {
     const auto key = [](const AdapterRecord& adapter) {
@@ -82,7 +83,7 @@ void RunDiscoveryLoop(PluginContext& context)
 
     CDiscoveryManager manager;
     manager.log = &log::g_coreLog;
-    manager.soap.types.emplace_back(kDeviceType);
+    manager.soap.types.assign(std::begin(kDeviceTypes), std::end(kDeviceTypes));
     {
         const CIoThread ioThread(manager);
         while (!context.stopRequested) {

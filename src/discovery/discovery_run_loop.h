@@ -13,7 +13,8 @@ namespace kx {
 /// start and stop endpoints at times when its server has sent nothing.
 ///
 /// Errors: boost::thread_resource_error when the I/O service or its thread cannot be created;
-/// exceptions of the host's callback; std::bad_alloc. `running` then stays set.
+/// exceptions of the host's callback; std::bad_alloc. `running` then stays set. During the final
+/// stop such an exception ends the process.
 /// Threads: a host thread, called the manager's thread here. The context may be freed as soon as
 /// `running` is clear.
 void RunDiscoveryLoop(PluginContext& context);

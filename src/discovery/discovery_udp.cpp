@@ -150,7 +150,8 @@ bool CDiscoveryUdp::BindToDevice()
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
     // Deliberate: the device name is used as a format. Copied, a name with a "%" would select
-    // another device than it does today. It comes from the server, never from the network.
+    // another device than installed servers rely on. It comes from the server, never from the
+    // network.
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <

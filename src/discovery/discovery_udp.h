@@ -19,7 +19,7 @@
 
 namespace kx {
 
-/// Interval at which a thread checks what another one is to finish.
+/// How often a thread checks whether another has finished.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
 /// Longest time for a Bye, and longest wait of a stop for an endpoint's teardown.
 inline constexpr auto kMaxStopWait = 49 * kPollInterval;
@@ -41,12 +41,13 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 /// just before: it closes and cancels what such a handler opened or armed, and no descriptor is
 /// closed while a system call uses it.
 ///
-/// Counting: every asynchronous operation is counted, and its handler uncounts it first; the
-/// teardown uncounts itself last, which keeps the endpoint busy until it is done. The manager frees
-/// an endpoint only when nothing is outstanding. An operation is counted after it is started: one
-/// that throws std::bad_alloc never completes, and a stop would wait for it forever. No handler
-/// runs before its operation is counted: the I/O thread is in another handler, or the retry timer
-/// runs for seconds. The manager's thread checks the counts only after it has counted the teardown.
+/// Counting: every asynchronous operation is counted, and its handler first decrements the
+/// count; the teardown decrements it last, which keeps the endpoint busy until it is done. The
+/// manager frees an endpoint only when nothing is outstanding. An operation is counted after it is
+/// started: one that throws std::bad_alloc never completes, and a stop would wait for it forever.
+/// No handler runs before its operation is counted: the I/O thread is in another handler, or the
+/// retry timer runs for seconds. The manager's thread checks the counts only after it has counted
+/// the teardown.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -162,7 +163,7 @@ private:
     std::int32_t sendRetryCount = 0;
     /// Re-joins since the endpoint was constructed.
     std::int32_t rejoinCount = 0;
-    /// A discovery message was received since the last Restart.
+    /// A Hello or a Probe was received since the last Restart.
     bool activitySeen = false;
     boost::asio::steady_timer activityTimer;
 };

@@ -103,8 +103,8 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {
-        // Deliberate: nothing else resets it. Reset by a restart, it would have an endpoint that
-        // cannot send try, and log, four sends instead of one after each back-off.
+        // Deliberate: only a success resets this count. If a restart did, an endpoint that cannot
+        // send would make and log four attempts after each back-off instead of one.
         sendRetryCount = 0;
     }
     if (pendingReceives <= 0)

@@ -37,8 +37,8 @@ void CDiscoveryUdp::NoteActivity()
 void CDiscoveryUdp::OnActivityTimer(const error_code& error)
 {
     --pendingOps;
-    // Deliberate: rejoinCount is never reset. Reset by a restart, it would have an endpoint that
-    // never hears itself send two more Hellos after each back-off.
+    // Deliberate: rejoinCount is never reset. If a restart reset it, an endpoint that never hears
+    // itself would send two more Hellos after each back-off.
     if (stopping || closing || activitySeen || rejoinCount >= kMaxRejoins || WasCancelled(error))
         return;
 

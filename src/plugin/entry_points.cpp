@@ -90,8 +90,8 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: unlike Read it otherwise leaves the reply untouched, which may already hold
-    // another module's result.
+    // Deliberate: unlike Read it otherwise leaves the reply untouched. Written, it would replace
+    // the result of the module that the request addresses.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

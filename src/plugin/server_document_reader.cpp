@@ -31,7 +31,7 @@ const XMLElement* Child(const XMLElement* parent, const char* name)
 } // namespace
 
 // Deliberate: not XMLElement::QueryIntAttribute, which reads "0x10" as 16 since tinyxml2 8.1. A
-// host's document could then mean another port than it does today.
+// host's document could then mean another port than before.
 bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& value)
 {
     const char* text = element.Attribute(name);

@@ -20,8 +20,8 @@ struct ServerSettings {
 ///
 /// @param text    the document; a NUL at its end is not needed
 /// @param length  bytes at `text`; -1: up to the first NUL
-/// @return nothing if the document is malformed, incomplete or not of Delta 0, or if `length` is
-///         another negative number
+/// @return nothing if the document is malformed or incomplete, if its Delta is not 0, or if
+///         `length` is another negative number
 ///
 /// An adapter that is not connected or not complete is left out. Thread-safe.
 std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t length);

@@ -27,8 +27,8 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
 
 /// Attaches the XML declaration and s:Envelope with its namespace declarations; returns the latter.
 ///
-/// Deliberate: XML version 1.1, unlike the documents for the host. Clients may compare the first
-/// line as bytes.
+/// Deliberate: XML version 1.1, unlike the documents for the host. A client that compares the first
+/// line as bytes would drop a message with 1.0.
 XMLElement* MakeEnvelope(XMLDocument& document)
 {
     document.InsertEndChild(document.NewDeclaration("xml version=\"1.1\" encoding=\"UTF-8\""));

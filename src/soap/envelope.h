@@ -24,8 +24,9 @@ tinyxml2::XMLElement* MakeMacScope(tinyxml2::XMLDocument& document, const std::s
 /// Creates wsd:Types with all types in the vendor's namespace, separated by spaces; empty when
 /// there are none.
 ///
-/// Deliberate: only a type with the vendor's own prefix stays unchanged; dn:X becomes ktz:dn:X,
-/// because the envelope does not declare another prefix.
+/// Deliberate: only a type with the vendor's own prefix stays unchanged; dn:X becomes ktz:dn:X.
+/// Left as it is, it would use a prefix that the envelope does not declare, and a client that
+/// resolves prefixes would refuse the message.
 tinyxml2::XMLElement* MakeTypes(tinyxml2::XMLDocument& document,
                                 const std::vector<std::string>& types);
 

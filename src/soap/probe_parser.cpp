@@ -85,7 +85,7 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
 // Deliberate: only types decide, not scopes; a Probe without types is not answered; namespaces are
 // recognised by a part of their URI, on the root element only. A stricter reading would leave
 // clients of other versions of the standards without an answer; a laxer one would answer Probes for
-// any device on networks where the recorder is silent today. One consequence: a sender that
+// any device on networks where the recorder has always been silent. One consequence: a sender that
 // declares the vendor's namespace before that of WS-Discovery gets the vendor's prefix for both,
 // and no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,

@@ -11,6 +11,8 @@ inline constexpr char kVendorDiscoveryUri[] = "http://schemas.ktzkx.example/disc
 
 /// Device type of a recorder, in the vendor's namespace.
 inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
+/// The types that a recorder answers to and advertises, without prefix.
+inline constexpr const char* kDeviceTypes[] = {kDeviceType};
 /// Start of the scope that names a recorder's MAC address.
 inline constexpr char kMacScopePrefix[] = "mac:";
 

@@ -3,10 +3,14 @@
 #include "discovery_soap.h"
 #include "require.h"
 #include "text.h"
+#include "uris.h"
+
+#include <iterator>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const kx::CDiscoverySoap soap{{"NetworkVideoRecorder"}};
+    static const kx::CDiscoverySoap soap{
+        {std::begin(kx::kDeviceTypes), std::end(kx::kDeviceTypes)}};
     // A text that was read contains no NUL.
     const std::string untouched("\0", 1);
     std::string messageId = untouched;

@@ -20,8 +20,8 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Gives the tests access to the endpoint's handlers and state. A handler uncounts the operation
-/// that it completes, so each function here first counts one.
+/// Gives the tests access to the endpoint's handlers and state. A handler decrements the
+/// counts, so each function here first increments them.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 
@@ -87,7 +87,7 @@ class Endpoint : public testing::Test {
 protected:
     Endpoint() { endpoint.log = &log; }
 
-    Lines TakeLines()
+    Lines LinesSinceLastCall()
     {
         Lines taken;
         taken.swap(log.lines);
@@ -108,12 +108,12 @@ TEST_F(Endpoint, RetryDelayDoublesUpTo384UnlessTheWaitWasCancelled)
     for (const error_code& each : {error_code(boost::asio::error::operation_aborted), Misc(1236),
                                    error_code(1236, boost::system::generic_category())})
         peer.OnRetryTimer(each);
-    EXPECT_EQ(TakeLines(), Lines{});
+    EXPECT_EQ(LinesSinceLastCall(), Lines{});
     EXPECT_FALSE(endpoint.Busy());
     for (const std::int32_t delay : {3, 6, 12, 24, 48, 96, 192, 384, 384}) {
         EXPECT_EQ(peer.RetryDelay(), delay);
         peer.OnRetryTimer(kFailed);
-        EXPECT_EQ(TakeLines(), (Lines{retrying, stopping}));
+        EXPECT_EQ(LinesSinceLastCall(), (Lines{retrying, stopping}));
     }
 }
 
@@ -138,7 +138,7 @@ TEST_F(Endpoint, ProbeThatCannotBeAnsweredCountsAsActivityAlone)
         const bool ignored =
             peer.OnIgnored(kProbe, {boost::asio::ip::make_address_v4(each.address), each.port});
         EXPECT_NE(ignored, each.answered);
-        EXPECT_EQ(TakeLines().size(), each.answered ? 2U : 0U);
+        EXPECT_EQ(LinesSinceLastCall().size(), each.answered ? 2U : 0U);
     }
 }
 
@@ -152,24 +152,25 @@ TEST_F(Endpoint, WithoutMulticastItOnlySends)
     sender.soap = &soap;
     boost::asio::post(service, [&] { sender.Restart(); });
     service.run_one();
-    EXPECT_EQ(TakeLines(), (Lines{"25 Restarting discovery on interface 127.0.0.1",
-                                  "25 Sending Hello to 239.255.255.250:3702"}));
+    EXPECT_EQ(LinesSinceLastCall(), (Lines{"25 Restarting discovery on interface 127.0.0.1",
+                                           "25 Sending Hello to 239.255.255.250:3702"}));
     kx::DiscoveryUdpPeer senderPeer(sender);
     EXPECT_NE(senderPeer.LocalPort(), kx::kDiscoveryPort);
     EXPECT_EQ(senderPeer.PendingOps(), 2) << "more than a receive and a send";
     const boost::asio::ip::udp::endpoint source(boost::asio::ip::address_v4::loopback(), 9);
     EXPECT_FALSE(senderPeer.OnIgnored(kProbe, source)) << "counted as activity";
-    EXPECT_EQ(TakeLines(), Lines{});
+    EXPECT_EQ(LinesSinceLastCall(), Lines{});
 }
 
 TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
 {
     peer.OnSendComplete(kFailed);
-    EXPECT_EQ(TakeLines(), (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0",
-                                  retrying, stopping, "25 Retrying send to destination: 0.0.0.0"}));
+    EXPECT_EQ(LinesSinceLastCall(),
+              (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0", retrying,
+                     stopping, "25 Retrying send to destination: 0.0.0.0"}));
     EXPECT_EQ(peer.SendRetryCount(), 1);
     service.poll(); // completes the resend and the receive on the closed socket
-    EXPECT_EQ(TakeLines(), Lines{});
+    EXPECT_EQ(LinesSinceLastCall(), Lines{});
     peer.OnSendComplete({});
     EXPECT_EQ(peer.SendRetryCount(), 0);
 }

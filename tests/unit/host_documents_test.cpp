@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ServerDocuments,
 std::string Show(const kx::tools::DocumentCheck& check)
 {
     std::string text = kx::tools::ToText(check.verdict);
-    for (const kx::tools::Finding& each : check.findings)
+    for (const kx::tools::DocumentFinding& each : check.findings)
         text += " | " + ToText(each);
     return text;
 }
@@ -136,7 +136,7 @@ class DocumentChecks : public testing::TestWithParam<DataCase> {};
 
 TEST_P(DocumentChecks, AgreeWithThePlugin)
 {
-    using kx::tools::Finding;
+    using kx::tools::DocumentFinding;
     const kx::tools::Devices devices{{"eth0", {"10.0.0.5", "10.0.0.6"}},
                                      {"eth1", {"10.0.0.6", "10.0.1.5"}}};
     const std::string& text = GetParam().text;
@@ -146,8 +146,9 @@ TEST_P(DocumentChecks, AgreeWithThePlugin)
     kx::PluginContext context;
     context.adapters.resize(100);
     kx::ApplyServerDocument(context, text.data(), static_cast<std::int32_t>(text.size()));
-    const auto taken = std::count_if(check.findings.begin(), check.findings.end(),
-                                     [](auto& each) { return each.kind == Finding::Kind::kTaken; });
+    const auto taken = std::count_if(check.findings.begin(), check.findings.end(), [](auto& each) {
+        return each.kind == DocumentFinding::Kind::kTaken;
+    });
     const bool dropped = check.verdict == kx::tools::DocumentCheck::Verdict::kDropped;
     EXPECT_EQ(context.adapters.size(), dropped ? 100U : static_cast<std::size_t>(taken));
 }

@@ -2,6 +2,7 @@
 #include "data.h"
 #include "discovery_soap.h"
 #include "envelope.h"
+#include "uris.h"
 
 #include <gtest/gtest.h>
 
@@ -89,7 +90,7 @@ class ParseProbe : public testing::TestWithParam<DataCase> {};
 TEST_P(ParseProbe, DecidesAndReturnsTheTextsFound)
 {
     kx::CDiscoverySoap soap;
-    soap.types = {"NetworkVideoRecorder"};
+    soap.types.assign(std::begin(kx::kDeviceTypes), std::end(kx::kDeviceTypes));
     std::string messageId;
     std::string types;
     std::string action;

@@ -84,7 +84,7 @@ public:
     explicit CProbeWatch(double watchSeconds)
         : seconds(watchSeconds), signals(ioService, SIGINT, SIGTERM), progressTimer(ioService)
     {
-        codec.types = {kDeviceType};
+        codec.types.assign(std::begin(kDeviceTypes), std::end(kDeviceTypes));
     }
 
     /// Errors: boost::system::system_error, see CPacketWatch.

@@ -27,7 +27,7 @@ struct CheckedFile {
 std::string ToLines(const CheckedFile& file)
 {
     std::string lines;
-    for (const Finding& each : file.check.findings)
+    for (const DocumentFinding& each : file.check.findings)
         lines += Printable(Compose(file.name, ":", ToText(each))) + "\n";
     return lines + Printable(Compose(file.name, ": ", ToText(file.check.verdict))) + "\n";
 }
@@ -35,7 +35,7 @@ std::string ToLines(const CheckedFile& file)
 std::string ToJson(const CheckedFile& file)
 {
     Json findings = Json::array();
-    for (const Finding& each : file.check.findings)
+    for (const DocumentFinding& each : file.check.findings)
         findings.push_back({{"line", each.line}, {"kind", ToText(each.kind)}, {"text", each.text}});
     const Json json{{"file", file.name},
                     {"verdict", ToText(file.check.verdict)},

@@ -95,7 +95,7 @@ std::string AttributeFault(const XMLElement& element, const char* name, const ch
     return Compose(element.Name(), " has no attribute ", name, other);
 }
 
-using Kind = Finding::Kind;
+using Kind = DocumentFinding::Kind;
 using Verdict = DocumentCheck::Verdict;
 
 /// Collects the findings of one document.
@@ -134,9 +134,10 @@ public:
 private:
     DocumentCheck Result(Verdict verdict)
     {
-        std::stable_sort(
-            findings.begin(), findings.end(),
-            [](const Finding& left, const Finding& right) { return left.line < right.line; });
+        std::stable_sort(findings.begin(), findings.end(),
+                         [](const DocumentFinding& left, const DocumentFinding& right) {
+                             return left.line < right.line;
+                         });
         return {verdict, std::move(findings)};
     }
 
@@ -289,7 +290,7 @@ private:
     }
 
     const std::optional<Devices>& devices;
-    std::vector<Finding> findings;
+    std::vector<DocumentFinding> findings;
     int startedCount = 0;
     int stopLine = 0; ///< of the adapter that ends the start
 };
@@ -352,7 +353,7 @@ const char* ToText(Verdict verdict)
     return "";
 }
 
-std::string ToText(const Finding& finding)
+std::string ToText(const DocumentFinding& finding)
 {
     return Compose(finding.line, ": ", ToText(finding.kind), ": ", finding.text);
 }

@@ -15,7 +15,7 @@ using Devices = std::map<std::string, std::set<std::string>>;
 Devices ReadDevices();
 
 /// A result of the check of a server and adapter document.
-struct Finding {
+struct DocumentFinding {
     enum class Kind {
         kDropped, ///< why the plug-in drops the document
         kPort,    ///< the port that it advertises, and whether the document sets it
@@ -36,7 +36,7 @@ struct DocumentCheck {
         kDropped,            ///< the plug-in ignores the document
     };
     Verdict verdict;
-    std::vector<Finding> findings; ///< in the order of the lines
+    std::vector<DocumentFinding> findings; ///< in the order of the lines
 };
 
 /// Reads a document as the plug-in does and explains the result.
@@ -47,11 +47,11 @@ struct DocumentCheck {
 DocumentCheck CheckDocument(const std::string& document, const std::optional<Devices>& devices);
 
 /// Returns "dropped", "port", "adapter", "skipped" or "note".
-const char* ToText(Finding::Kind kind);
+const char* ToText(DocumentFinding::Kind kind);
 /// Returns "usable", "nothing to advertise" or "dropped".
 const char* ToText(DocumentCheck::Verdict verdict);
 
 /// Returns "LINE: kind: text".
-std::string ToText(const Finding& finding);
+std::string ToText(const DocumentFinding& finding);
 
 } // namespace kx::tools

@@ -31,7 +31,7 @@ constexpr char kNotActedText[] =
 /// Prints the findings about the user's document.
 void SayFindings(const DocumentCheck& check)
 {
-    for (const Finding& each : check.findings)
+    for (const DocumentFinding& each : check.findings)
         Say("Line " + ToText(each));
     Say(Compose("The document is ", ToText(check.verdict)));
 }

@@ -109,7 +109,7 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kBatch}});
 }
 
-/// Returns the time at which, at a rate, there is something to do without an answer.
+/// Returns when the next message is due or the next loss is certain, if no answer comes first.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;

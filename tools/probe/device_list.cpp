@@ -9,8 +9,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Bounds the memory that Hellos of ever new devices can take: devices known by Hello alone are
-/// never removed as silent. No site has so many devices.
+/// Bounds the memory that an endless series of made-up devices can take by Hello: devices known by
+/// Hello alone are never removed as silent. No site has so many devices.
 constexpr std::size_t kMaxUnanswered = 20'000;
 constexpr std::size_t kMaxOthers = 10'000;
 
