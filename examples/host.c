@@ -20,8 +20,8 @@
 
 static PelorinIoctl Ioctl;
 
-// Called on three threads, sometimes concurrently. The plug-in waits for it, so a server should only
-// queue the record. Do not take a lock here that is held around an entry point.
+// Called on three threads, sometimes concurrently. The plug-in waits for it, so a server should
+// only queue the record. Do not take a lock here that is held around an entry point.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
