@@ -263,16 +263,16 @@ std::string CLookup::NotFoundText(double timeoutSeconds) const
     if (asked.empty())
         asked = probers.AdapterNames();
     const std::string others = OthersText();
-    std::string hint = "; pelorin-doctor client finds out why";
-    if (!others.empty())
-        hint = "";
-    else if (options.hosts.empty() && options.adapterNames == std::vector<std::string>{"lo"})
+    const bool askedLoopback =
+        options.hosts.empty() && options.adapterNames == std::vector<std::string>{"lo"};
+    std::string hint;
+    if (others.empty() && askedLoopback)
         hint = "; without --adapter all adapters but loopback are asked";
-    else if (!IsRecorder(options.sought))
-        hint = ""; // the doctor looks for recorders
-    else if (!options.hosts.empty())
-        hint = Compose("; pelorin-doctor client --to ", options.hosts.front().address(),
-                       " finds out why");
+    else if (others.empty() && IsRecorder(options.sought)) // the doctor looks for recorders
+        hint = Compose(
+            "; pelorin-doctor client",
+            options.hosts.empty() ? "" : " --to " + options.hosts.front().address().to_string(),
+            " finds out why");
     return Compose("no ", Sought(options.sought), " answered within ", timeoutSeconds, " s", at,
                    Join(asked), others, IgnoredText(probers.Ignored()), DroppedText(), hint);
 }
