@@ -128,8 +128,8 @@ int Live(Thread thread, int number)
     const std::string one = "127.0.0.1 lo m";
     const std::string other = "127.0.0.1 lo n";
     for (const bool changed : {false, true}) {
-        const std::string document = changed ? MakeServerDocument({other, one}, "81")
-                                             : MakeServerDocument({one, other}, "80");
+        const std::string document =
+            changed ? MakeTestDocument({other, one}, "81") : MakeTestDocument({one, other}, "80");
         repeat(hellos, changed ? 4 : 2, [&] {
             current = Thread::kDocument;
             try {

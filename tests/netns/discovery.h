@@ -39,7 +39,7 @@ protected:
 
     void Send(const Lines& adapters, const std::string& port = "22609") const
     {
-        host.Apply(MakeServerDocument(adapters, port));
+        host.Apply(MakeTestDocument(adapters, port));
     }
 
     /// The log records that contain the address.

@@ -72,7 +72,7 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     const itimerval often{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &often, nullptr);
 
-    host.Apply(MakeServerDocument({"10.7.0.1 cam0 m", "none cam0 m"}, "22609"));
+    host.Apply(MakeTestDocument({"10.7.0.1 cam0 m", "none cam0 m"}, "22609"));
     std::string said;
     const auto hear = [&](const std::string& text) {
         auto datagram = prober->Receive(5s);
@@ -104,7 +104,7 @@ TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
 {
     host.Load();
     host.Run();
-    host.Apply(MakeServerDocument({"10.7.0.1 cam9 m"}, "22609"));
+    host.Apply(MakeTestDocument({"10.7.0.1 cam9 m"}, "22609"));
     ASSERT_TRUE(host.WaitFor("Stopping all socket and timer operations on 10.7.0.1"));
     std::this_thread::sleep_for(100ms); // for the record to be written and the socket closed
     rlimit limit{};

@@ -64,12 +64,12 @@ void FakeHost::Run()
     // The plug-in does not report that it waits. But it acts on a change only while it waits, and
     // then reports a stop, even without endpoints.
     for (int port = 1; Log().empty(); ++port) {
-        Apply(MakeServerDocument({}, std::to_string(port)));
+        Apply(MakeTestDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     // Twice, because the loop may not be waiting for the first.
     for (int time = 0; time < 2; ++time) {
-        Apply(MakeServerDocument({}, "22609"));
+        Apply(MakeTestDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
     Forget();
@@ -143,7 +143,7 @@ bool FakeHost::WaitFor(const std::string& text, std::size_t count,
     });
 }
 
-std::string MakeServerDocument(const std::vector<std::string>& adapters, const std::string& port)
+std::string MakeTestDocument(const std::vector<std::string>& adapters, const std::string& port)
 {
     std::vector<kx::tools::Adapter> list;
     for (const std::string& each : adapters) {

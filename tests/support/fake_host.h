@@ -93,5 +93,6 @@ private:
     std::vector<HostCall> calls;
 };
 
-/// A server and adapter document. Adapters are given as "ip handle mac"; an empty port is left out.
-std::string MakeServerDocument(const std::vector<std::string>& adapters, const std::string& port);
+/// Returns a server and adapter document. Adapters are given as "ip handle mac"; an empty port is
+/// left out.
+std::string MakeTestDocument(const std::vector<std::string>& adapters, const std::string& port);

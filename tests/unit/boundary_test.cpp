@@ -112,11 +112,11 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     host.Load();
     host.Run();
     EXPECT_TRUE(host.Log().empty());
-    host.Apply(MakeServerDocument({}, "22609"));
+    host.Apply(MakeTestDocument({}, "22609"));
     host.Apply("<Qorm Delta=\"1\"/>");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_TRUE(host.Log().empty()) << "nothing changed";
-    host.Apply(MakeServerDocument({}, "1"));
+    host.Apply(MakeTestDocument({}, "1"));
     EXPECT_TRUE(host.WaitFor("Stopping discovery operations on all interfaces"));
 }
 
@@ -124,14 +124,14 @@ TEST(Boundary, EarlyDocumentWaitsForTheNextBroadcast)
 {
     FakeHost host;
     host.Load();
-    host.Apply(MakeServerDocument({"10.0.0.300 lo m"}, "80"));
+    host.Apply(MakeTestDocument({"10.0.0.300 lo m"}, "80"));
     host.Load(); // keeps the document
     host.Lend();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    host.Apply(MakeServerDocument({}, "80")); // what the run started with
+    host.Apply(MakeTestDocument({}, "80")); // what the run started with
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
-    host.Apply(MakeServerDocument({"10.0.0.300 lo m"}, "80"));
+    host.Apply(MakeTestDocument({"10.0.0.300 lo m"}, "80"));
     EXPECT_TRUE(host.WaitFor("Discovery encountered error (system:22)"));
 }
 
