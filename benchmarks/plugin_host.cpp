@@ -47,8 +47,8 @@ double Milliseconds(steady_clock::duration time)
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-void RunPlugin(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
-               const sigset_t& end)
+void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>& adapters,
+             const sigset_t& end)
 {
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
@@ -88,8 +88,8 @@ int main()
     sigaddset(&end, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &end, nullptr); // before the plug-in's threads, which inherit it
     try {
-        RunPlugin(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()),
-                  kx::tools::ReadUsableAdapters(), end);
+        Measure(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()),
+                kx::tools::ReadUsableAdapters(), end);
     } catch (const std::exception& error) {
         std::cerr << kx::Compose("bench-host: ", error.what(), "\n");
         return 1;

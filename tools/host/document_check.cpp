@@ -103,7 +103,7 @@ class CChecker {
 public:
     explicit CChecker(const std::optional<Devices>& machine) : devices(machine) {}
 
-    DocumentCheck Check(const std::string& text)
+    DocumentCheck Run(const std::string& text)
     {
         tinyxml2::XMLDocument document;
         if (!ParseServerDocument(document, text.data(), static_cast<std::int32_t>(text.size()))) {
@@ -320,7 +320,7 @@ Devices ReadDevices()
 
 DocumentCheck CheckDocument(const std::string& document, const std::optional<Devices>& devices)
 {
-    return CChecker(devices).Check(document);
+    return CChecker(devices).Run(document);
 }
 
 const char* ToText(Kind kind)
