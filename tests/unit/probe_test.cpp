@@ -1,9 +1,9 @@
 #include "data.h"
 #include "device_list.h"
+#include "join.h"
 #include "message_reader.h"
 #include "printable.h"
 #include "terminal.h"
-#include "words.h"
 
 #include <gtest/gtest.h>
 

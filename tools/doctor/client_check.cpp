@@ -1,5 +1,6 @@
 #include "client_check.h"
 
+#include "join.h"
 #include "text.h"
 
 #include <algorithm>
@@ -17,14 +18,6 @@ Json ToJson(const SeenAnswer& answer)
             {"address", answer.device.address},
             {"xaddrs", answer.device.xaddrs},
             {"kind", answer.target.empty() ? "group" : "direct"}};
-}
-
-std::string Join(const std::set<std::string>& words)
-{
-    std::string text;
-    for (const std::string& each : words)
-        text += (text.empty() ? "" : ", ") + each;
-    return text;
 }
 
 /// Checks one adapter: each step adds its findings.
@@ -184,7 +177,7 @@ void CClientCheck::CheckAddresses()
             std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
                 return hosts.count(other.target) > 0 && other.device.address == each.device.address;
             });
-        const std::string advertised = Join(hosts);
+        const std::string advertised = Join(hosts, ", ");
         if (reached || !reported.insert({advertised, each.device.address}).second)
             continue;
         Add("address-mismatch", Level::kFault,
@@ -202,7 +195,7 @@ void CClientCheck::CheckSilence()
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;
     if (!seen.otherDevices.empty()) {
         Add("other-devices-only", level, {{"devices", seen.otherDevices}},
-            "no recorder answers, but these do: " + Join(seen.otherDevices));
+            "no recorder answers, but these do: " + Join(seen.otherDevices, ", "));
     } else if (!seen.sendError.empty()) {
         Add("nothing-came", level, {{"sendError", seen.sendError}, {"watched", seen.watched}},
             "the Probe cannot be sent: " + seen.sendError, "not-sent");

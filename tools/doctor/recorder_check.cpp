@@ -1,5 +1,6 @@
 #include "recorder_check.h"
 
+#include "join.h"
 #include "text.h"
 
 #include <algorithm>
@@ -110,16 +111,13 @@ void CRecorderCheck::CheckSocket()
     for (const auto& each : machine.groupMembers)
         joinedOn.push_back(each.first);
     if (!bound.empty()) {
-        std::string names;
-        for (const std::string& each : joinedOn)
-            names += (names.empty() ? "" : ", ") + each;
         const Json evidence{{"sockets", ToJson(bound)}, {"joined", false}, {"joinedOn", joinedOn}};
         if (joinedOn.empty()) {
             Add("not-listening", Level::kFault, evidence,
                 DescribeAll(bound) + ", but the group is not joined on any adapter", "no-group");
         } else {
             Add("wrong-device", Level::kFault, evidence,
-                DescribeAll(bound) + ", but the group is joined on " + names);
+                DescribeAll(bound) + ", but the group is joined on " + Join(joinedOn, ", "));
         }
         return;
     }

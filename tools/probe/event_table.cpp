@@ -1,8 +1,8 @@
 #include "event_table.h"
 
+#include "join.h"
 #include "printable.h"
 #include "text.h"
-#include "words.h"
 
 #include <algorithm>
 #include <iomanip>

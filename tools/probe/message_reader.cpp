@@ -1,9 +1,9 @@
 #include "message_reader.h"
 
+#include "join.h"
 #include "namespaces.h"
 #include "uris.h"
 #include "uuid.h"
-#include "words.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,12 +2,12 @@
 
 #include "event_json.h"
 #include "event_table.h"
+#include "join.h"
 #include "probers.h"
 #include "progress.h"
 #include "rounds.h"
 #include "run_tool.h"
 #include "text.h"
-#include "words.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
