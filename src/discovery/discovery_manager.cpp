@@ -1,6 +1,7 @@
 #include "discovery_manager.h"
 
 #include "discovery_group.h"
+#include "host_document.h"
 #include "report.h"
 #include "uuid.h"
 
@@ -25,8 +26,6 @@ using log::kLogInfo;
 using log::Report;
 
 namespace {
-
-constexpr char kNoAddress[] = "0.0.0.0";
 
 /// Runs handlers until there is no more work; returns how many it ran. Boost 1.87 and later report
 /// errors only by exception.
@@ -59,7 +58,7 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 {
     try {
         for (const AdapterRecord& adapter : adapters) {
-            if (adapter.ipAddress == kNoAddress)
+            if (adapter.ipAddress == kUnservedAddress)
                 continue;
             const EndpointDescription description{
                 endpointAddress, adapter.macAddress, soap.types, adapter.xAddr, {}};

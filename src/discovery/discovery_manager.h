@@ -29,7 +29,7 @@ public:
     CDiscoveryManager(const CDiscoveryManager&) = delete;
     CDiscoveryManager& operator=(const CDiscoveryManager&) = delete;
 
-    /// Creates and starts one endpoint per adapter, in order; an adapter at 0.0.0.0 is skipped.
+    /// Creates and starts one endpoint per adapter, in order; skips those at kUnservedAddress.
     ///
     /// @param multicastEnabled  see CDiscoveryUdp
     ///

@@ -19,6 +19,7 @@ inline constexpr char kAdapterElement[] = "Adapter";
 inline constexpr char kMacAddressAttribute[] = "MACAddress";
 inline constexpr char kHandleAttribute[] = "Handle";
 inline constexpr char kIpAddressAttribute[] = "IPAddress";
+inline constexpr char kUnservedAddress[] = "0.0.0.0"; ///< of an adapter that gets no endpoint
 inline constexpr char kConnectedAttribute[] = "Connected";
 
 /// The registration document.

@@ -22,7 +22,6 @@ namespace kx::tools {
 namespace {
 
 constexpr std::int32_t kMaxPort = 65535;
-constexpr char kNoAddress[] = "0.0.0.0";
 /// Of a device's name; the plug-in truncates longer ones.
 constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1;
 
@@ -221,8 +220,8 @@ private:
             Compose(adapter.handle, " (", adapter.ipAddress, "), MAC address ",
                     adapter.macAddress));
         NoteOtherText(element, kConnectedAttribute, 1);
-        if (adapter.ipAddress == kNoAddress)
-            Add(Kind::kNote, line, Compose("not started: IPAddress is ", kNoAddress));
+        if (adapter.ipAddress == kUnservedAddress)
+            Add(Kind::kNote, line, Compose("not started: IPAddress is ", kUnservedAddress));
         else
             CheckStart(adapter, line);
     }

@@ -43,7 +43,7 @@ Adapter MakeCounter(int number)
 {
     Adapter counter{};
     counter.name = Compose(number);
-    counter.ipAddress = "0.0.0.0";
+    counter.ipAddress = kUnservedAddress;
     counter.macAddress = "-"; // must not be empty
     counter.connected = true;
     return counter;
