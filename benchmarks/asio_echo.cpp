@@ -3,6 +3,7 @@
 
 #include "canned_answer.h"
 #include "discovery_group.h"
+#include "recorder_socket.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
@@ -22,7 +23,7 @@ public:
     explicit CEcho(boost::asio::io_context& ioService)
         : socket(ioService, {udp::v4(), kx::kDiscoveryPort})
     {
-        socket.set_option(udp::socket::receive_buffer_size(1024 * 1024));
+        socket.set_option(udp::socket::receive_buffer_size(kx::kRecorderBufferSize));
         Receive();
     }
 
@@ -47,7 +48,7 @@ private:
 
     udp::socket socket;
     udp::endpoint peer;
-    std::array<char, 4096> buffer{};
+    std::array<char, kx::kRecorderReadSize> buffer{};
     kx::benchmarks::CCannedAnswer answer;
 };
 

@@ -4,6 +4,7 @@
 #include "canned_answer.h"
 #include "core_log.h"
 #include "discovery_soap.h"
+#include "recorder_socket.h"
 #include "report.h"
 #include "send_to_host.h"
 #include "server_document.h"
@@ -15,8 +16,6 @@ using kx::CDiscoverySoap;
 using kx::Compose;
 
 namespace {
-
-constexpr std::size_t kReceiveBufferSize = 4096;
 
 CDiscoverySoap MakeSoap()
 {
@@ -131,9 +130,9 @@ void ReadServerDocument(benchmark::State& state)
 
 BENCHMARK_CAPTURE(Read, matching_probe, Probe("ktz:NetworkVideoRecorder"));
 BENCHMARK_CAPTURE(Read, foreign_probe, Probe("ktz:Printer"));
-BENCHMARK_CAPTURE(Read, garbage, std::string(kReceiveBufferSize, 'x'));
+BENCHMARK_CAPTURE(Read, garbage, std::string(kx::kRecorderReadSize, 'x'));
 BENCHMARK_CAPTURE(Read, garbage_in_a_root,
-                  "<a>" + std::string(kReceiveBufferSize - sizeof("<a>"), 'x'));
+                  "<a>" + std::string(kx::kRecorderReadSize - sizeof("<a>"), 'x'));
 BENCHMARK_CAPTURE(PassOver, foreign_probe, Probe("ktz:Printer"));
 BENCHMARK(BuildHello);
 BENCHMARK(BuildProbeMatches);

@@ -3,6 +3,7 @@
 
 #include "canned_answer.h"
 #include "discovery_group.h"
+#include "recorder_socket.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -32,14 +33,14 @@ int main(int argc, char** argv)
     own.sin_family = AF_INET;
     own.sin_port = htons(kx::kDiscoveryPort);
     ExitUnless(bind(server, reinterpret_cast<sockaddr*>(&own), sizeof(own)) == 0, "bind");
-    const int bufferSize = 1024 * 1024;
-    ExitUnless(setsockopt(server, SOL_SOCKET, SO_RCVBUF, &bufferSize, sizeof(bufferSize)) == 0,
+    ExitUnless(setsockopt(server, SOL_SOCKET, SO_RCVBUF, &kx::kRecorderBufferSize,
+                          sizeof(kx::kRecorderBufferSize)) == 0,
                "SO_RCVBUF");
 
     std::puts("ready");
     std::fflush(stdout);
     for (;;) {
-        char datagram[4096];
+        char datagram[kx::kRecorderReadSize];
         sockaddr_in peer{};
         socklen_t peerSize = sizeof(peer);
         auto* const peerAddress = reinterpret_cast<sockaddr*>(&peer);

@@ -1,5 +1,7 @@
 #include "discovery_udp.h"
 
+#include "discovery_group.h"
+#include "recorder_socket.h"
 #include "report.h"
 
 #include <boost/asio/dispatch.hpp>
@@ -27,9 +29,6 @@ using log::Report;
 
 namespace {
 
-constexpr int kMulticastTtl = 32;
-constexpr int kSocketBufferSize = 1024 * 1024;
-
 // Seconds before a restart: 3, 6, 12, ... 384, and 384 from then on.
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
@@ -56,7 +55,7 @@ CDiscoveryUdp::CDiscoveryUdp(boost::asio::io_context& service, const AdapterReco
       groupEndpoint(groupAddress, port),
       localEndpoint(make_address_v4(record.ipAddress), multicastEnabled ? port : 0),
       socket(ioService),
-      receiveBuffer(kReceiveBufferSize + sizeof('\0')),
+      receiveBuffer(kRecorderReadSize + sizeof('\0')),
       retryDelaySeconds(kFirstRetryDelay),
       retryTimer(ioService),
       activityTimer(ioService)
@@ -117,7 +116,7 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set IP_MULTICAST_TTL=", kMulticastTtl, ". Error (",
                error, "): ", error.message());
     }
-    socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize), error);
+    socket.set_option(udp::socket::receive_buffer_size(kRecorderBufferSize), error);
     if (error) {
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());

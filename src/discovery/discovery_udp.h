@@ -95,9 +95,6 @@ public:
 private:
     friend struct DiscoveryUdpPeer; ///< lets tests call a handler with any error
 
-    /// Bytes read of a datagram; longer ones are truncated.
-    static constexpr std::size_t kReceiveBufferSize = 4096;
-
     /// Shared by a send and all its retries.
     using Message = boost::shared_ptr<std::string>;
 

@@ -1,4 +1,5 @@
 #include "discovery_udp.h"
+#include "recorder_socket.h"
 #include "report.h"
 #include "text.h"
 
@@ -35,7 +36,7 @@ bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
 void CDiscoveryUdp::StartReceive()
 {
     socket.async_receive_from(
-        boost::asio::buffer(receiveBuffer.data(), kReceiveBufferSize), senderEndpoint,
+        boost::asio::buffer(receiveBuffer.data(), kRecorderReadSize), senderEndpoint,
         [this](const error_code& error, std::size_t length) { OnReceive(error, length); });
     ++pendingReceives;
     ++pendingOps;

@@ -33,7 +33,6 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-constexpr int kMulticastTtl = 32;
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// For the answers to one kind of Probe.

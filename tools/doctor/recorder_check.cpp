@@ -1,6 +1,7 @@
 #include "recorder_check.h"
 
 #include "join.h"
+#include "recorder_socket.h"
 #include "text.h"
 
 #include <algorithm>
@@ -12,9 +13,6 @@ using boost::asio::ip::make_address_v4;
 
 namespace kx::tools {
 namespace {
-
-/// The size that the plug-in asks for. The kernel doubles it: socket(7).
-constexpr std::uint32_t kWantedBuffer = 1024 * 1024;
 
 /// The Probes of one client to the same kind of address. If one of them was answered, the others
 /// were lost by chance.
@@ -195,7 +193,7 @@ void CRecorderCheck::CheckBuffers()
             if (later.inode == each.inode)
                 dropped = later.dropCount - each.dropCount;
         }
-        const std::uint32_t buffer = each.receiveBuffer / 2;
+        const std::uint32_t buffer = each.receiveBuffer / 2; // the kernel doubles it: socket(7)
         const Json evidence{{"socket", ToJson(each)},
                             {"dropped", dropped},
                             {"droppedBefore", each.dropCount},
@@ -205,8 +203,8 @@ void CRecorderCheck::CheckBuffers()
             dropping = true;
             Add("receive-drops", Level::kFault, evidence,
                 Compose(Describe(each), " lost ", dropped, " datagrams while it was watched"),
-                buffer < kWantedBuffer ? "" : "full-size");
-        } else if (buffer < kWantedBuffer) {
+                buffer < kRecorderBufferSize ? "" : "full-size");
+        } else if (buffer < kRecorderBufferSize) {
             Add("receive-drops", Level::kNote, evidence,
                 Compose("the receive buffer of ", Describe(each), " holds ", buffer,
                         " bytes; it has lost ", each.dropCount, " datagrams so far"),

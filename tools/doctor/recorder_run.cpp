@@ -9,6 +9,7 @@
 #include "packet_watch.h"
 #include "progress.h"
 #include "recorder_check.h"
+#include "recorder_socket.h"
 #include "run_tool.h"
 #include "text.h"
 #include "uris.h"
@@ -37,9 +38,6 @@ using std::chrono::steady_clock;
 
 namespace kx::tools {
 namespace {
-
-/// A recorder reads no more bytes of a datagram.
-constexpr std::size_t kMaxProbeSize = 4096;
 
 /// For the answer to a Probe that arrived at the end of the watch.
 constexpr std::chrono::milliseconds kAnswerTime{500};
@@ -154,7 +152,7 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
     std::string types;
     std::string action;
     const bool answerable =
-        payload.size() <= kMaxProbeSize && datagram.source.port() != 0 &&
+        payload.size() <= kRecorderReadSize && datagram.source.port() != 0 &&
         codec.ParseProbe(payload.data(), payload.size(), probe.identifier, types, action) == 1;
     if (!answerable) {
         seen.otherProbeCount += EndsWith(action, "Probe") ? 1 : 0;

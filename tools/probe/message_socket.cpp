@@ -21,9 +21,6 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// The same as in the recorders' announcements.
-constexpr int kMulticastTtl = 32;
-
 /// Room for some 30,000 answers. The kernel adds an overhead of twice an answer's length to each.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
