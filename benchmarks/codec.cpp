@@ -4,6 +4,8 @@
 #include "canned_answer.h"
 #include "core_log.h"
 #include "discovery_soap.h"
+#include "document_source.h"
+#include "host_document.h"
 #include "recorder_socket.h"
 #include "report.h"
 #include "send_to_host.h"
@@ -48,16 +50,17 @@ std::string Probe(const std::string& type)
 )");
 }
 
-std::string Adapters(std::int64_t count)
+std::string DocumentOf(std::int64_t adapterCount)
 {
-    std::string text;
-    for (std::int64_t number = 0; number < count; ++number) {
-        text += Compose("<Adapter MACAddress=\"02:00:00:00:07:01\" Handle=\"cam", number,
-                        "\" IPAddress=\"10.7.", number / 256, ".", number % 256,
-                        "\" Connected=\"1\"/>");
+    std::vector<kx::tools::Adapter> adapters;
+    for (std::int64_t number = 0; number < adapterCount; ++number) {
+        kx::tools::Adapter& adapter = adapters.emplace_back();
+        adapter.name = Compose("cam", number);
+        adapter.ipAddress = Compose("10.7.", number / 256, ".", number % 256);
+        adapter.macAddress = "02:00:00:00:07:01";
+        adapter.connected = true;
     }
-    return Compose("<Qorm Delta=\"0\"><Servers><Server Port=\"22609\"><Network>", text,
-                   "</Network></Server></Servers></Qorm>");
+    return kx::tools::MakeServerDocument(kx::kDefaultServerPort, adapters);
 }
 
 void Read(benchmark::State& state, const std::string& datagram)
@@ -121,7 +124,7 @@ void SendLogRecord(benchmark::State& state)
 
 void ReadServerDocument(benchmark::State& state)
 {
-    const std::string document = Adapters(state.range(0));
+    const std::string document = DocumentOf(state.range(0));
     kx::PluginContext context;
     while (state.KeepRunning())
         ApplyServerDocument(context, document.data(), static_cast<std::int32_t>(document.size()));

@@ -4,6 +4,7 @@
 
 #include "adapter.h"
 #include "document_source.h"
+#include "host_document.h"
 #include "plugin_library.h"
 #include "text.h"
 
@@ -22,8 +23,6 @@ using std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr int kPort = 22609;
 
 /// Counts of the plug-in's records. After the last Hello the callback does nothing, so that its
 /// time is not measured as the plug-in's.
@@ -62,7 +61,7 @@ void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>
     }
     std::this_thread::sleep_for(100ms);
 
-    const std::string document = kx::tools::MakeServerDocument(kPort, adapters);
+    const std::string document = kx::tools::MakeServerDocument(kx::kDefaultServerPort, adapters);
     const auto sent = steady_clock::now();
     plugin.Apply(document);
     auto hello = lastHello.get_future();
