@@ -31,6 +31,10 @@
 /// Exceptions. C++ exceptions may leave Load, Open and IOCTL when the process runs out of memory or
 /// threads; a host in C then ends. A host in C++ catches `const std::exception&` and uses what()
 /// alone, with the library still loaded: its own Boost may have other classes under these names.
+/// Running out of memory on the I/O thread, or while a run stops after Close, ends the process.
+///
+/// Exit. If /dev/urandom cannot be opened or read, a run ends the process by exit(3) with status 74
+/// (EX_IOERR of sysexits(3)).
 #ifndef PELORIN_PLUGIN_H
 #define PELORIN_PLUGIN_H
 
@@ -291,6 +295,8 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 /// PELORIN_RUN runs discovery on the calling thread and returns after Close. Discovery runs once
 /// between Load and Unload: after Close, another run sends a few log records and returns. Two runs
 /// must not overlap. The stack needs 128 KiB. The I/O thread inherits this thread's signal mask.
+/// Until the call returns, nothing in the process may call exit(3): it destroys objects that the
+/// run uses.
 /// Errors: throws boost::thread_resource_error when the I/O service or its thread cannot be
 /// created, and std::bad_alloc. Another run may then be tried; Unload does not return until one has
 /// returned without an exception.

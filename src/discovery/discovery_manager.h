@@ -49,7 +49,7 @@ public:
     /// Runs all handlers of the endpoints; returns some time after Shutdown.
     ///
     /// Errors: boost::system::system_error of a handler is logged; other exceptions leave this
-    /// function.
+    /// function, which ends the process.
     void RunIoService();
 
 private:
