@@ -71,6 +71,7 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
             endpoint->Restart();
         }
     } catch (const boost::system::system_error& exception) {
+        // scripts/memcheck relies on the text.
         Report(log, kLogError, "Discovery encountered error (", exception.code(),
                "): ", exception.what());
     } catch (const std::runtime_error& exception) {
@@ -80,8 +81,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // First, because this record shows that the run acts on a document. pelorin-host, the
-    // benchmarks and the soak rely on the text.
+    // First, because this record shows that the run acts on a document. tools/host/host_log.cpp,
+    // tools/soak/report.awk and benchmarks/plugin_host.cpp rely on the text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });

@@ -136,6 +136,7 @@ bool CDiscoveryUdp::SetUpSocket()
                "): ", error.message());
         return false;
     }
+    // tools/soak/report.awk relies on the text, with the address at its end.
     Report(log, kLogInfo, "Joined multicast group ", groupAddress, " on ", adapter.ipAddress);
     return true;
 }
@@ -172,6 +173,7 @@ void CDiscoveryUdp::JoinGroup(error_code& error)
 void CDiscoveryUdp::ScheduleRetry()
 {
     restartPending = true;
+    // scripts/memcheck relies on the text.
     Report(log, kLogInfo, "Retrying on interface ", adapter.ipAddress);
     StopOperations(false);
     retryTimer.expires_after(std::chrono::seconds(retryDelaySeconds));

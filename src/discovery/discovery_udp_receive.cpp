@@ -102,6 +102,7 @@ void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string&
     // The same text as the endpoint's operator<<, which needs a stream; the source is always IPv4.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
+    // scripts/soak recognises both records by their first words, scripts/memcheck the second one.
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);

@@ -35,6 +35,7 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
         return nullptr;
     auto hello = boost::make_shared<std::string>();
     soap->Hello(description, *hello);
+    // benchmarks/plugin_host.cpp, scripts/demo, memcheck and try-installed rely on the text.
     Report(log, kLogInfo, "Sending Hello to ", groupEndpoint);
     sendDestination = groupEndpoint;
     return hello;
