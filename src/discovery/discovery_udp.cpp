@@ -33,7 +33,7 @@ namespace {
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// "Connection aborted" as an error value of another system's socket library.
+/// "Connection aborted" in the socket library of another operating system. Linux has no such error.
 constexpr int kAbortedValue = 1236;
 
 } // namespace
@@ -191,8 +191,8 @@ void CDiscoveryUdp::OnRetryTimer(const error_code& error)
     --pendingOps;
     restartPending = false;
 
-    // Deliberate: 1236 counts as cancelled in every category. Taken for a failed wait it would
-    // double the delay and schedule another restart.
+    // Deliberate: kAbortedValue counts as cancelled in every category. Taken for a failed wait, it
+    // would double the delay and schedule another restart.
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 
@@ -230,8 +230,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     ++pendingOps;
     tornDown->get_future().wait_for(kMaxStopWait);
 
-    // The I/O thread may be held in a log record or in a blocked Bye. It closes the socket
-    // afterwards; this abandons a Bye that is not yet sent.
+    // After a timeout the I/O thread is still held, in a log record or a Bye. This makes SendBye of
+    // this endpoint give up; the teardown, which closes the socket, follows it.
     byeDone = true;
 }
 

@@ -53,7 +53,8 @@ public:
     /// @param ioService         outlives the endpoint
     /// @param adapter           its ipAddress names the endpoint in every message
     /// @param description       what is advertised
-    /// @param multicastEnabled  0: an ephemeral port that only sends; else a full endpoint
+    /// @param multicastEnabled  0: an ephemeral port that only sends; otherwise a full endpoint, as
+    ///                          in every run
     /// @param groupAddress      IPv4 dotted text
     /// @param port              discovery port
     ///
@@ -109,7 +110,8 @@ private:
     void OnRetryTimer(const boost::system::error_code& error);
     void CloseSocketAndTimers();
 
-    // The watchdog of the group membership (discovery_udp_watchdog.cpp).
+    // The watchdog of the group membership (discovery_udp_watchdog.cpp): joins the group again when
+    // no Hello or Probe has arrived within kWatchdogPeriod.
     void ArmActivityTimer();
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);

@@ -16,8 +16,8 @@ using log::Report;
 
 namespace {
 
-/// "More data is available": a datagram did not fit, as an error value of another system's socket
-/// library. Compared without its category.
+/// "More data is available" in the socket library of another operating system: the datagram did not
+/// fit. Linux has no such error; it truncates the datagram. Compared without its category.
 constexpr int kReceiveTooSmall = 234;
 
 /// Returns whether an answer to this source can reach its sender: not on port 0, in 0.0.0.0/8, in a

@@ -13,7 +13,8 @@ using log::Report;
 
 namespace {
 
-/// With a working membership the endpoint receives at least its own Hello in this time.
+/// Time after a Restart or a re-join in which a Hello or a Probe has to arrive. With a working
+/// membership at least the endpoint's own Hello does.
 constexpr std::chrono::seconds kWatchdogPeriod{3};
 constexpr std::int32_t kMaxRejoins = 2;
 

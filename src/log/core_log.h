@@ -18,8 +18,8 @@ public:
     void Log(std::int32_t level, const std::string& text) override;
 
 private:
-    /// Deliberate: never opened. The host keeps the records; a file here would duplicate them and
-    /// grow without limit.
+    /// Deliberate: unused and never opened, because the host keeps the records. A file here would
+    /// duplicate them and grow without limit.
     std::ofstream logFile;
 };
 
