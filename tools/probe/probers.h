@@ -68,7 +68,6 @@ private:
         std::shared_ptr<CProber> prober;
     };
 
-    std::vector<Adapter> ReadPresentAdapters() const;
     void Open(const Adapter& adapter, const boost::asio::ip::udp::endpoint& destination);
     void ComplainOnce(const Adapter& adapter, const boost::asio::ip::udp::endpoint& destination,
                       const std::string& text);
