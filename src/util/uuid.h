@@ -52,8 +52,8 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 ///
 /// @param out  out: 37 characters, the last one a NUL; callers pass c_str() on
 ///
-/// Deliberate: the NUL is part of the string. CreateUuidText writes nothing into one of 36
-/// characters.
+/// Deliberate: the string includes the NUL. With room for 36 characters only, CreateUuidText writes
+/// nothing.
 ///
 /// Errors: as CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);

@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using Verdict = kx::tools::DocumentCheck::Verdict;
     Require(dropped == (check.verdict == Verdict::kDropped), "the check agrees on the document");
     const auto taken = std::count_if(check.findings.begin(), check.findings.end(), [](auto& each) {
-        return each.kind == kx::tools::DocumentFinding::Kind::kTaken;
+        return each.kind == kx::tools::DocumentFinding::Kind::kUsed;
     });
     Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
             "the check agrees on the adapters");

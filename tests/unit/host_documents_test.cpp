@@ -147,7 +147,7 @@ TEST_P(DocumentChecks, AgreeWithThePlugin)
     context.adapters.resize(100);
     kx::ApplyServerDocument(context, text.data(), static_cast<std::int32_t>(text.size()));
     const auto taken = std::count_if(check.findings.begin(), check.findings.end(), [](auto& each) {
-        return each.kind == DocumentFinding::Kind::kTaken;
+        return each.kind == DocumentFinding::Kind::kUsed;
     });
     const bool dropped = check.verdict == kx::tools::DocumentCheck::Verdict::kDropped;
     EXPECT_EQ(context.adapters.size(), dropped ? 100U : static_cast<std::size_t>(taken));

@@ -68,7 +68,7 @@ bool CClientCheck::Answered(const std::string& source) const
     });
 }
 
-/// Why the Probe to an address was not sent; null when it was.
+/// Returns why the Probe to an address was not sent; null when it was.
 Json CClientCheck::DirectError(const std::string& target) const
 {
     const auto error = seen.directErrors.find(target);

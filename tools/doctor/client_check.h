@@ -26,7 +26,7 @@ struct SeenAnswer {
 /// Observations on one adapter of a client.
 struct ClientObservation {
     Adapter adapter;
-    bool watched = false;               ///< whether answers were seen that no socket received
+    bool watched = false;               ///< whether a packet socket saw what came to the adapter
     std::vector<SeenAnswer> answers;    ///< without repetitions
     std::set<std::string> otherDevices; ///< addresses of other devices that answered
     std::string target;                 ///< the address that the user gave, if it is asked here

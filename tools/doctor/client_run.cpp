@@ -120,7 +120,7 @@ private:
     void Ask(ClientObservation& seen, const std::string& target,
              const std::optional<DeviceType>& sought);
     void Send(const Question& question);
-    void Wait(steady_clock::duration untilAfterStart, bool untilAllAnswered);
+    void Wait(steady_clock::duration phaseTime, bool untilAllAnswered);
     void Watch(ClientObservation& seen);
     bool AllAnswered() const;
     void OnDatagram(std::string_view payload, const udp::endpoint& source, bool received);
@@ -239,10 +239,10 @@ void CClientRun::Send(const Question& question)
     question.seen->sendError = asker->Send(question.probe.text, make_address_v4(kMulticastGroup));
 }
 
-/// Receives until this time after the start of the phase.
-void CClientRun::Wait(steady_clock::duration untilAfterStart, bool untilAllAnswered)
+/// Receives until this time of the phase has passed, or until everything has answered.
+void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
 {
-    const auto deadline = phase.start + untilAfterStart;
+    const auto deadline = phase.start + phaseTime;
     while (steady_clock::now() < deadline && !(untilAllAnswered && AllAnswered())) {
         if (isatty(STDERR_FILENO)) {
             const std::chrono::duration<double> left =

@@ -216,7 +216,7 @@ private:
             Add(Kind::kSkipped, line, AttributeFault(element, attribute, "1"));
             return;
         }
-        Add(Kind::kTaken, line,
+        Add(Kind::kUsed, line,
             Compose(adapter.handle, " (", adapter.ipAddress, "), MAC address ",
                     adapter.macAddress));
         NoteOtherText(element, kConnectedAttribute, 1);
@@ -329,7 +329,7 @@ const char* ToText(Kind kind)
         return "dropped";
     case Kind::kPort:
         return "port";
-    case Kind::kTaken:
+    case Kind::kUsed:
         return "adapter";
     case Kind::kSkipped:
         return "skipped";

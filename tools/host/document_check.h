@@ -19,7 +19,7 @@ struct DocumentFinding {
     enum class Kind {
         kDropped, ///< why the plug-in drops the document
         kPort,    ///< the port that it advertises, and whether the document sets it
-        kTaken,   ///< an adapter that the plug-in uses
+        kUsed,    ///< an adapter that the plug-in uses
         kSkipped, ///< an adapter that it leaves out, and why
         kNote,    ///< a value that it accepts although it cannot work
     };

@@ -104,7 +104,7 @@ LogForm ChooseLogForm(bool json)
     return WantsColor() ? LogForm::kColored : LogForm::kPlain;
 }
 
-/// Prints the names that no adapter has: it may appear later, or the name is wrong.
+/// Prints the names that no adapter has. The adapter may appear later, or the name is wrong.
 void SayWhatIsMissing(const std::vector<std::string>& names)
 {
     const std::vector<Adapter> adapters = ReadAdapters();

@@ -22,8 +22,8 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// Most datagrams in one system call.
-constexpr std::size_t kBatch = 64;
+/// Maximum of datagrams in one system call.
+constexpr std::size_t kMaxBatchSize = 64;
 constexpr std::size_t kMaxAnswerSize = 4096;
 constexpr int kSocketBufferSize = 1024 * 1024;
 constexpr std::chrono::seconds kAnswerBound{1};
@@ -44,7 +44,7 @@ udp::socket MakeSocket(boost::asio::io_context& ioService, const Load& load)
     return socket;
 }
 
-/// The records of sendmmsg(2) and recvmmsg(2) for up to kBatch datagrams.
+/// The records of sendmmsg(2) and recvmmsg(2) for up to kMaxBatchSize datagrams.
 class CBatch {
 public:
     CBatch(std::vector<std::string>& datagrams, const sockaddr_in& destination)
@@ -60,11 +60,11 @@ public:
         }
     }
 
-    mmsghdr headers[kBatch]{};
-    sockaddr_in peers[kBatch]{}; ///< destination or source of each datagram
+    mmsghdr headers[kMaxBatchSize]{};
+    sockaddr_in peers[kMaxBatchSize]{}; ///< destination or source of each datagram
 
 private:
-    iovec pieces[kBatch]{};
+    iovec pieces[kMaxBatchSize]{};
 };
 
 } // namespace
@@ -73,8 +73,8 @@ CLoadGenerator::CLoadGenerator(const Load& wanted)
     : load(wanted),
       messages(load.templates),
       socket(MakeSocket(ioService, load)),
-      outgoing(kBatch),
-      incoming(kBatch, std::string(kMaxAnswerSize, '\0'))
+      outgoing(kMaxBatchSize),
+      incoming(kMaxBatchSize, std::string(kMaxAnswerSize, '\0'))
 {
 }
 
@@ -106,7 +106,7 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
         const auto total = static_cast<std::uint64_t>(elapsed.count() * load.rate) + 1;
         due = total - std::min(total, result.sent);
     }
-    return std::min({due, load.maxCount - result.sent, std::uint64_t{kBatch}});
+    return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
 /// Returns when the next message is due or the next loss is certain, if no answer comes first.
@@ -162,7 +162,7 @@ void CLoadGenerator::Receive()
         return;
     CBatch batch(incoming, {});
     const int count =
-        recvmmsg(socket.native_handle(), batch.headers, kBatch, MSG_DONTWAIT, nullptr);
+        recvmmsg(socket.native_handle(), batch.headers, kMaxBatchSize, MSG_DONTWAIT, nullptr);
     if (count < 0 && errno == EAGAIN)
         return;
     ThrowOnError(count, "recvmmsg");

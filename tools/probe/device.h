@@ -12,8 +12,8 @@ namespace kx::tools {
 /// A device as a message describes it. Fields that the message leaves out are empty.
 struct Device {
     std::string address; ///< wsa:Address of its endpoint reference, which identifies the device
-    std::vector<std::string>
-        types; ///< expanded names, see ExpandedName: prefixes differ by message
+    /// Expanded names, see ExpandedName, because prefixes differ by message.
+    std::vector<std::string> types;
     std::vector<std::string> scopes;
     std::vector<std::string> xaddrs; ///< where it serves
     std::optional<std::uint64_t> metadataVersion;

@@ -9,8 +9,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Bounds the memory that an endless series of made-up devices can take by Hello: devices known by
-/// Hello alone are never removed as silent. No site has so many devices.
+/// Limits the memory that forged Hellos can fill: a device known by Hello alone is never removed as
+/// silent. More than any site has.
 constexpr std::size_t kMaxUnanswered = 20'000;
 constexpr std::size_t kMaxOthers = 10'000;
 

@@ -12,8 +12,7 @@ namespace {
 
 constexpr char kDescription[] =
     "Asks recorders on the network to answer and lists those that do. An indented address is that "
-    "of "
-    "a recorder that is also listed by another adapter, source or XAddrs.\n"
+    "of a recorder that is also listed by another adapter, source or XAddrs.\n"
     "Exit status: 0 when a recorder was heard or a signal ended --watch, 1 when none was, 2 on "
     "misuse or when no adapter can be used.";
 

@@ -16,11 +16,10 @@ namespace {
 
 constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 
-/// The names of an element of the body and of the element in it that describes a device; the latter
-/// is null if the former describes the device.
+/// The form of a message's body, by local names.
 struct BodyForm {
-    const char* name;
-    const char* match;
+    const char* name;  ///< the body's element
+    const char* match; ///< in it, an element for each device; null: it describes one itself
     Message::Kind kind;
 };
 

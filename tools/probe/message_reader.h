@@ -29,7 +29,7 @@ struct Message {
     std::vector<Device> devices; ///< one or more, each with an address
 };
 
-/// Why a datagram is not such a message.
+/// Why a datagram is not a Message.
 enum class Unread {
     kNotWellFormed, ///< not well-formed XML
     kOtherVersion,  ///< of another version of WS-Addressing or WS-Discovery
@@ -37,7 +37,7 @@ enum class Unread {
     kOtherMessage,  ///< of another kind, such as a Probe
 };
 
-/// Reads such a message. Devices without an address are left out of it.
+/// Reads a datagram as a Message. Devices without an address are left out.
 ///
 /// @param data    received bytes; a terminating NUL is not needed
 /// @param length  bytes in `data`; nothing after them is read

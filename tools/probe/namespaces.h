@@ -14,7 +14,7 @@ namespace kx::tools {
 const tinyxml2::XMLElement* FindChild(const tinyxml2::XMLElement* parent, const char* uri,
                                       const char* localName);
 
-/// Returns the next such element after `element` under the same parent.
+/// Returns the next sibling with the namespace and local name; null when there is none.
 const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const char* uri,
                                      const char* localName);
 
@@ -24,7 +24,8 @@ bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char*
 /// Returns "{uri}name", a name that means the same in every message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
-/// Returns the same for a name as written in an element; unchanged when its prefix is not declared.
+/// Returns the expanded name for a name as written in an element; the name itself when its prefix
+/// is not declared.
 std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
 
 /// Returns a name as written, without its prefix.

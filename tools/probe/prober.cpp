@@ -12,8 +12,8 @@ using std::chrono::system_clock;
 namespace kx::tools {
 namespace {
 
-/// Most Resolves after one Probe. Every device on the network reads each Resolve, so answers for
-/// ever new devices must not make us send without end.
+/// Maximum of Resolves after one Probe. Every device on the network reads each of them, so
+/// forged answers must not make us send without end.
 constexpr std::size_t kMaxResolves = 100;
 
 bool IsAnswer(Message::Kind kind)

@@ -16,8 +16,8 @@ inline constexpr double kDefaultTimeoutSeconds = 2;
 
 /// The options of the command line.
 struct ProbeOptions {
-    std::vector<std::string>
-        adapterNames; ///< none: all but loopback, or with hosts those that routes choose
+    /// None: all but loopback; with hosts, those that the kernel's routes choose.
+    std::vector<std::string> adapterNames;
     std::vector<boost::asio::ip::udp::endpoint> hosts; ///< asked instead of the group, if any
     std::optional<DeviceType> sought = RecorderType(); ///< none: every device
     std::optional<double> timeoutSeconds; ///< none: the default, or no end when watching

@@ -15,8 +15,8 @@ namespace {
 
 constexpr milliseconds kBurstInterval{4000};
 constexpr milliseconds kStateInterval{1000};
-constexpr int kBurstDocuments = 25; // of each thread
-constexpr int kHugeAdapters = 10000;
+constexpr int kDocumentsPerThread = 25;
+constexpr int kHugeAdapterCount = 10000;
 
 int RandomBelow(std::mt19937& generator, int bound)
 {
@@ -34,7 +34,7 @@ milliseconds RandomTime(std::mt19937& generator, milliseconds mean)
 CBurstSource::CBurstSource(const CPluginLibrary& served, std::mt19937& generator)
     : plugin(served),
       random(generator),
-      adapters(kDefaultServerPort, ReadNetworkAdapters, true),
+      adapterSource(kDefaultServerPort, ReadNetworkAdapters, true),
       nextBurst(Clock::now() + RandomTime(random, kBurstInterval)),
       nextState(Clock::now() + kStateInterval)
 {
@@ -50,9 +50,9 @@ std::optional<OutgoingDocument> CBurstSource::Next()
     if (now >= nextBurst) {
         nextBurst = now + RandomTime(random, kBurstInterval);
         SendBurst();
-        adapters.Read();
+        adapterSource.Read();
     }
-    return adapters.Next();
+    return adapterSource.Next();
 }
 
 void CBurstSource::SendBurst()
@@ -64,10 +64,10 @@ void CBurstSource::SendBurst()
     // Created in advance, so that nothing delays the calls.
     std::vector<std::string> halves[2];
     for (auto& half : halves) {
-        for (int count = 0; count < kBurstDocuments; ++count)
+        for (int count = 0; count < kDocumentsPerThread; ++count)
             half.push_back(MakeDocument());
     }
-    Say(Compose("Handing over a burst of ", 2 * kBurstDocuments, " documents"));
+    Say(Compose("Handing over a burst of ", 2 * kDocumentsPerThread, " documents"));
     std::thread other([&] { send(halves[0]); });
     send(halves[1]);
     other.join();
@@ -77,9 +77,9 @@ void CBurstSource::SendBurst()
 /// them connected. One in four is truncated.
 std::string CBurstSource::MakeDocument()
 {
-    const bool huge = RandomBelow(random, 2 * kBurstDocuments) == 0;
+    const bool huge = RandomBelow(random, 2 * kDocumentsPerThread) == 0;
     std::vector<Adapter> list;
-    for (int count = huge ? kHugeAdapters : RandomBelow(random, 3); count > 0; --count) {
+    for (int count = huge ? kHugeAdapterCount : RandomBelow(random, 3); count > 0; --count) {
         const bool loopback = RandomBelow(random, 2) == 0;
         Adapter adapter{};
         adapter.name = loopback ? "lo" : "none";

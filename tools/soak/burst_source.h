@@ -17,9 +17,9 @@ public:
     /// @param generator  for the times and documents of the bursts; outlives this
     CBurstSource(const CPluginLibrary& served, std::mt19937& generator);
 
-    void Read() override { adapters.Read(); }
-    int Descriptor() const override { return adapters.Descriptor(); }
-    void ReadChanges() override { adapters.ReadChanges(); }
+    void Read() override { adapterSource.Read(); }
+    int Descriptor() const override { return adapterSource.Descriptor(); }
+    void ReadChanges() override { adapterSource.ReadChanges(); }
     std::optional<OutgoingDocument> Next() override;
 
 private:
@@ -30,7 +30,7 @@ private:
 
     const CPluginLibrary& plugin;
     std::mt19937& random;
-    CAdapterSource adapters;
+    CAdapterSource adapterSource;
     Clock::time_point nextBurst;
     Clock::time_point nextState;
 };
