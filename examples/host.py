@@ -10,6 +10,7 @@ import struct
 import subprocess
 import sys
 import threading
+import time
 from xml.sax.saxutils import quoteattr
 
 RUN, APPLY = 1, 2
@@ -53,7 +54,8 @@ try:
             (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
              f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
         call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
-        if signal.sigtimedwait(SIGNALS, 0.5):
+        time.sleep(0.5)  # sigtimedwait() reports a signal after SIGSTOP and SIGCONT (Python 3.11)
+        if signal.sigpending() & set(SIGNALS):
             break
 finally:  # also when "ip" is missing: the interpreter waits for the lent thread
     while lent.is_alive():
