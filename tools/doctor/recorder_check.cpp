@@ -234,9 +234,10 @@ void CRecorderCheck::CheckProbes()
     if (seen.probes.empty()) {
         Add("no-probe-came", Level::kNote,
             {{"own", adapter.ipAddress}, {"otherProbes", seen.otherProbeCount}},
-            seen.otherProbeCount == 0 ? std::string("no Probe came to the adapter")
-                                      : Compose("no Probe that a recorder answers came, but ",
-                                                seen.otherProbeCount, " others"),
+            seen.otherProbeCount == 0
+                ? std::string("no Probe came to the adapter")
+                : Compose("no Probe that a recorder answers came, but ", seen.otherProbeCount,
+                          seen.otherProbeCount == 1 ? " other" : " others"),
             seen.otherProbeCount == 0 ? "" : "others");
     }
 }
