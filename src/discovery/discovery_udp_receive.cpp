@@ -1,3 +1,4 @@
+#include "answerable.h"
 #include "discovery_udp.h"
 #include "recorder_socket.h"
 #include "report.h"
@@ -16,20 +17,9 @@ using log::Report;
 
 namespace {
 
-/// "More data is available" in the socket library of another operating system: the datagram did not
-/// fit. Linux has no such error; it truncates the datagram. Compared without its category.
+/// ERROR_MORE_DATA of Windows: the datagram did not fit. Linux truncates it instead. Compared
+/// without its category.
 constexpr int kReceiveTooSmall = 234;
-
-/// Returns whether an answer to this source can reach its sender: not on port 0, in 0.0.0.0/8, in a
-/// group or at the broadcast address (ip(7), RFC 1122 3.2.1.3). Some of these sends fail, and then
-/// one forged Probe would close the endpoint for a whole back-off; an answer to a group would reach
-/// all its members.
-bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
-{
-    const boost::asio::ip::address_v4 address = source.address().to_v4();
-    return source.port() != 0 && address.to_bytes()[0] != 0 && !address.is_multicast() &&
-           address != boost::asio::ip::address_v4::broadcast();
-}
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "recorder_run.h"
 
 #include "adapter_check.h"
+#include "answerable.h"
 #include "device_type.h"
 #include "discovery_group.h"
 #include "discovery_soap.h"
@@ -152,7 +153,7 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
     std::string types;
     std::string action;
     const bool answerable =
-        payload.size() <= kRecorderReadSize && datagram.source.port() != 0 &&
+        payload.size() <= kRecorderReadSize && IsAnswerable(datagram.source) &&
         codec.ParseProbe(payload.data(), payload.size(), probe.identifier, types, action) == 1;
     if (!answerable) {
         seen.otherProbeCount += EndsWith(action, "Probe") ? 1 : 0;
