@@ -17,8 +17,8 @@ using log::Report;
 
 namespace {
 
-/// After more failed sends in a row than this, the next failure restarts the endpoint.
-constexpr std::int32_t kMaxSendFailures = 2;
+/// Failed sends in a row after which each further failure restarts the endpoint.
+constexpr std::int32_t kFailuresBeforeRestart = 3;
 
 } // namespace
 
@@ -98,9 +98,11 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         const auto destination = sendDestination;
         Report(log, kLogError, "Send Error: ", error.message(), "(", error.value(),
                "), sending to ", destination);
-        if (!socket.is_open() || sendRetryCount > kMaxSendFailures)
+        if (!socket.is_open() || sendRetryCount >= kFailuresBeforeRestart)
             ScheduleRetry();
         ++sendRetryCount;
+        // Deliberate: retried also after ScheduleRetry closed the socket; otherwise the log would
+        // lack this record. That send fails, and its handler ends it because `closing` is set.
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {
