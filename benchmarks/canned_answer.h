@@ -4,6 +4,7 @@
 #include "uris.h"
 #include "uuid.h"
 
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -15,7 +16,7 @@ inline EndpointDescription MakeDescription()
     EndpointDescription description;
     NewUuidString(description.address);
     description.mac = "02:00:00:00:07:01";
-    description.types.emplace_back(kDeviceType);
+    description.types.assign(std::begin(kDeviceTypes), std::end(kDeviceTypes));
     description.xaddrs = "ktzkx://10.7.0.1:22609";
     return description;
 }

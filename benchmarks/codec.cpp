@@ -11,8 +11,11 @@
 #include "send_to_host.h"
 #include "server_document.h"
 #include "text.h"
+#include "uris.h"
 
 #include <benchmark/benchmark.h>
+
+#include <iterator>
 
 using kx::CDiscoverySoap;
 using kx::Compose;
@@ -22,7 +25,7 @@ namespace {
 CDiscoverySoap MakeSoap()
 {
     CDiscoverySoap soap;
-    soap.types.emplace_back(kx::kDeviceType);
+    soap.types.assign(std::begin(kx::kDeviceTypes), std::end(kx::kDeviceTypes));
     return soap;
 }
 
@@ -63,7 +66,7 @@ std::string DocumentOf(std::int64_t adapterCount)
     return kx::tools::MakeServerDocument(kx::kDefaultServerPort, adapters);
 }
 
-void Read(benchmark::State& state, const std::string& datagram)
+void ParseProbe(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();
     while (state.KeepRunning()) {
@@ -76,7 +79,7 @@ void Read(benchmark::State& state, const std::string& datagram)
 }
 
 /// Measures the check that rejects a datagram for other devices.
-void PassOver(benchmark::State& state, const std::string& datagram)
+void MayMatch(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();
     while (state.KeepRunning())
@@ -131,12 +134,12 @@ void ReadServerDocument(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK_CAPTURE(Read, matching_probe, Probe("ktz:NetworkVideoRecorder"));
-BENCHMARK_CAPTURE(Read, foreign_probe, Probe("ktz:Printer"));
-BENCHMARK_CAPTURE(Read, garbage, std::string(kx::kRecorderReadSize, 'x'));
-BENCHMARK_CAPTURE(Read, garbage_in_a_root,
+BENCHMARK_CAPTURE(ParseProbe, matching_probe, Probe("ktz:NetworkVideoRecorder"));
+BENCHMARK_CAPTURE(ParseProbe, foreign_probe, Probe("ktz:Printer"));
+BENCHMARK_CAPTURE(ParseProbe, garbage, std::string(kx::kRecorderReadSize, 'x'));
+BENCHMARK_CAPTURE(ParseProbe, garbage_in_a_root,
                   "<a>" + std::string(kx::kRecorderReadSize - sizeof("<a>"), 'x'));
-BENCHMARK_CAPTURE(PassOver, foreign_probe, Probe("ktz:Printer"));
+BENCHMARK_CAPTURE(MayMatch, foreign_probe, Probe("ktz:Printer"));
 BENCHMARK(BuildHello);
 BENCHMARK(BuildProbeMatches);
 BENCHMARK(MakeIdentifier);
