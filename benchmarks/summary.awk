@@ -1,10 +1,10 @@
-# Sums up the samples of scripts/bench: prints tables in Markdown and writes the chart's data.
+# Summarizes the samples of scripts/bench: prints tables in Markdown and writes the chart's data.
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
 # A value is the median over the repeats; targets and ratios also have the quartiles in parentheses.
-# A ratio is taken between two values of the same repeat, before the median: other work of the
-# machine affected both.
+# A ratio is taken between two values of the same repeat, before the median, because other work on
+# the machine then affects both alike.
 
 BEGIN { FS = "," }
 
@@ -82,36 +82,36 @@ function Head(title, columns,    rule) {
 }
 
 # Prints the row of a target for the median of the list.
-function Target(figure, reach, aim,    median) {
+function Target(figure, limit, goal,    median) {
     if (count == 0)
         return
     median = Digits(Quantile(0.5)) + 0 # as printed
-    print "| " figure " | " Spread() " | " reach " | " aim " | " \
-        (median <= aim ? "aim met" : median <= reach ? "reached" : "missed") " |"
+    print "| " figure " | " Spread() " | " limit " | " goal " | " \
+        (median <= goal ? "goal met" : median <= limit ? "within the limit" : "missed") " |"
 }
 
-function RatioTarget(text, reach, aim, benchmark, kase, figure, subject, base) {
+function RatioTarget(text, limit, goal, benchmark, kase, figure, subject, base) {
     Ratios(benchmark, kase, figure, subject, base)
-    Target(text, reach, aim)
+    Target(text, limit, goal)
 }
 
 function PrintTargets() {
-    Head("Targets", "figure | measured | reach | aim | result")
-    RatioTarget("CPU per answered Probe, 32 in flight, to the floor", 4.8, 3.5,
+    Head("Targets", "figure | measured | limit | goal | result")
+    RatioTarget("CPU per answered Probe, 32 in flight, relative to the floor", 4.8, 3.5,
         "answering", "closed-32", "cpu_us", "plugin", "floor")
-    RatioTarget("p50 round trip, 1 in flight, to the floor", 2.2, 1.8,
+    RatioTarget("p50 round trip, 1 in flight, relative to the floor", 2.2, 1.8,
         "answering", "closed-1", "p50_us", "plugin", "floor")
-    RatioTarget("CPU per foreign Probe, 5,000/s, to receiving alone", 2, 1.5,
+    RatioTarget("CPU per foreign Probe, 5,000/s, relative to receiving alone", 2, 1.5,
         "answering", "foreign-5000", "cpu_us", "plugin", "drop")
-    RatioTarget("CPU per foreign Probe, flood, to receiving alone", 2, 1.5,
+    RatioTarget("CPU per foreign Probe, flood, relative to receiving alone", 2, 1.5,
         "answering", "foreign-flood", "cpu_us", "plugin", "drop")
-    RatioTarget("CPU per Hello, 5,000/s, to receiving alone", 2, 1.5,
+    RatioTarget("CPU per Hello, 5,000/s, relative to receiving alone", 2, 1.5,
         "answering", "hello-5000", "cpu_us", "plugin", "drop")
-    RatioTarget("CPU per Hello, flood, to receiving alone", 2, 1.5,
+    RatioTarget("CPU per Hello, flood, relative to receiving alone", 2, 1.5,
         "answering", "hello-flood", "cpu_us", "plugin", "drop")
-    RatioTarget("system calls per answer, to Asio's echo", 1, 1,
+    RatioTarget("system calls per answer, relative to Asio's echo", 1, 1,
         "answering", "closed-1", "calls", "plugin", "echo")
-    RatioTarget("CPU per answer, 256 adapters to 1", 1.1, 1,
+    RatioTarget("CPU per answer, 256 adapters relative to 1", 1.1, 1,
         "scaling", "adapters", "cpu_us", 256, 1)
     Values("scaling", "adapters", "start_ms", 256)
     Target("document to last Hello, 256 adapters, ms", 256, 128)
