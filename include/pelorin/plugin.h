@@ -274,8 +274,8 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 /// second Load without Unload keeps the state.
 ///
 /// Waits for nothing. Call it first.
-/// Errors: throws boost::thread_resource_error or std::bad_alloc; there is no state then, as if
-/// Load had not been called.
+/// Errors: throws boost::thread_resource_error or std::bad_alloc. There is no state then; the
+/// callback stays stored.
 ///
 /// [alone] A run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);

@@ -33,7 +33,7 @@ namespace {
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// "Connection aborted" in the socket library of another operating system. Linux has no such error.
+/// ERROR_CONNECTION_ABORTED of Windows. Linux has no such error.
 constexpr int kAbortedValue = 1236;
 
 } // namespace

@@ -200,7 +200,7 @@ const std::vector<Advice> kAdvice{
      "hundreds of Probes arrive within a moment",
      "if crowds ask here, allow a larger buffer, then restart the server",
      {"sysctl -w net.core.rmem_max=1048576"}},
-    // Findings on either.
+    // Findings on either side.
     {"no-adapter",
      "",
      kAdapterSeen,

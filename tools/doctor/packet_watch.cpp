@@ -83,7 +83,7 @@ CPacketWatch::CPacketWatch(boost::asio::io_context& ioService, const Adapter& ad
 
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    // All protocols: otherwise leaving datagrams would not be seen.
+    // A socket for IPv4 alone does not receive outgoing packets.
     address.sll_protocol = htons(ETH_P_ALL);
     address.sll_ifindex = adapter.index;
     socket.bind({&address, sizeof(address)});

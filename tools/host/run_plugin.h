@@ -16,7 +16,7 @@ namespace kx::tools {
 ///
 /// Errors: std::runtime_error when the plug-in throws, for example because it cannot create a
 /// thread, or when its run ends before it is asked to. A plug-in whose run threw is not unloaded,
-/// because Unload would wait for the run for ever.
+/// because Unload would wait for the run forever.
 /// Threads: the main thread; the plug-in is lent another one.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);
