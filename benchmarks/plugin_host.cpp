@@ -1,6 +1,6 @@
-// Runs the plug-in on all adapters except loopback and discards its records. Prints the time of the
-// start, waits for SIGTERM, prints the time of the stop. Unlike pelorin-host it hands over each
-// document once, so that the plug-in's threads stay idle between Probes.
+// Runs the plug-in on all adapters except loopback, without a log. Prints how long the start took,
+// waits for SIGTERM, prints how long the stop took. Unlike pelorin-host it hands over each document
+// once, so that the plug-in's threads stay idle between Probes.
 
 #include "adapter.h"
 #include "document_source.h"
@@ -52,8 +52,9 @@ void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // The plug-in misses a document while it is not waiting for one. Soon after it has acted on the
-    // first it waits for the next.
+    // The plug-in misses a document that arrives while it is not waiting for one. So documents
+    // without adapters, each with another port, are sent until it acts on one. A moment later it
+    // waits again, and acts immediately on the measured document.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(kx::tools::MakeServerDocument(port, {}));

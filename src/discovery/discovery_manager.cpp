@@ -43,8 +43,8 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 
 CDiscoveryManager::CDiscoveryManager()
 {
-    // Deliberate: new for each run and without "urn:uuid:". Clients compare the bare text; with a
-    // prefix they would take the recorder for another one.
+    // Deliberate: new for each run; by a lasting address clients would not notice a restart whose
+    // Bye was lost. Without "urn:uuid:", because installed clients expect the bare text.
     NewUuidString(endpointAddress);
     try {
         ioService = boost::make_shared<IoService>();

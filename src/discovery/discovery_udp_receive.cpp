@@ -89,7 +89,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// next answer would change `sendDestination` before this one is sent or fails.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    // The same text as the endpoint's operator<<, which needs a stream; the source is always IPv4.
+    // Joined for speed: the endpoint's operator<< prints the same text, but needs a stream. The
+    // source is always IPv4.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
     // scripts/soak recognises both records by their first words, scripts/memcheck the second one.

@@ -85,9 +85,9 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
 // Deliberate: only types decide, not scopes; a Probe without types is not answered; namespaces are
 // recognised by a part of their URI, on the root element only. A stricter reading would leave
 // clients of other versions of the standards without an answer; a laxer one would answer Probes for
-// any device on networks where the recorder has always been silent. One consequence: a sender that
-// declares the vendor's namespace before that of WS-Discovery gets the vendor's prefix for both,
-// and no answer.
+// any device on networks where the recorder has always been silent. One consequence: the vendor's
+// URI contains "/discovery", too. If a sender declares it before that of WS-Discovery, Probe and
+// Types are looked up under the vendor's prefix, and there is no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,
                                         std::string& action) const

@@ -39,7 +39,8 @@ Character FirstCharacter(const char* text, std::size_t length)
     wchar_t character = 0;
     std::mbstate_t state{};
     const std::size_t used = std::mbrtowc(&character, text, length, &state);
-    // 0 means NUL; two values above the length mean a truncated or an invalid character.
+    // mbrtowc(3) returns 0 for a NUL, and one of the two largest numbers for a truncated or an
+    // invalid character.
     if (used == 0 || used > length)
         return {1, 0};
     return {used, wcwidth(character)};

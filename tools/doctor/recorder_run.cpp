@@ -52,7 +52,8 @@ bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
     udp::socket socket(service, udp::v4());
-    // Fails on old kernels without CAP_NET_RAW. A socket on another device then counts as well.
+    // Old kernels refuse this without CAP_NET_RAW. Then a socket that is bound to another device
+    // also makes the bind below fail.
     setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, adapter.name.c_str(),
                static_cast<socklen_t>(adapter.name.size()));
     socket.set_option(udp::socket::reuse_address(true));

@@ -7,7 +7,7 @@ set datafile missing ""
 stats ARG1 using 1 nooutput
 step = ceil(STATS_max / 300)
 minutes(second) = floor(second / step) * step / 60.0
-# One thread alone, the sixth column: the plug-in is unloaded.
+# Column 6 counts the threads: more than one within a life, one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
 # An empty line interrupts the curve during the long life.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
