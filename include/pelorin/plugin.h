@@ -16,8 +16,7 @@
 /// Compatibility. A host may rely on the eight names, on the layouts and values below, on the
 /// documents below, and on the messages that the plug-in sends over the network. It may not rely on
 /// the order of records from different threads, nor on the texts of log records; their levels keep
-/// their meaning. One version is told from another by the attribute Version of the registration
-/// document and by nothing else.
+/// their meaning. Only the attribute Version of the registration document tells versions apart.
 ///
 /// Threads. Each function carries one of these tags:
 ///
@@ -29,8 +28,9 @@
 ///     [alone]        Any thread, while no other call into the plug-in is running.
 ///
 /// Exceptions. C++ exceptions may leave Load, Open and IOCTL when the process runs out of memory or
-/// threads; a host in C then ends. A host in C++ catches `const std::exception&` and uses what()
-/// alone, with the library still loaded: its own Boost may have other classes under these names.
+/// threads; a host in C then ends. A host in C++ catches `const std::exception&` and calls what()
+/// only, before dlclose(3). It does not catch Boost's classes: its own Boost may define them
+/// differently.
 /// Running out of memory on the I/O thread, or while a run stops after Close, ends the process.
 ///
 /// Exit. If /dev/urandom cannot be opened or read, a run ends the process by exit(3) with status 74
@@ -89,9 +89,10 @@ extern "C" {
 //     </Qorm>
 //
 // Server and adapter document, handed to IOCTL with PELORIN_APPLY. It replaces the port and the
-// whole list of adapters. Handle is the name of the network device. An adapter at 0.0.0.0 is not
-// served, but counts when the plug-in looks for changes: the Handle of the second one here is the
-// index of eth0, so that the document changes when eth0 is deleted and created again:
+// whole list of adapters. Handle is the name of the network device. Discovery does not run on an
+// adapter at 0.0.0.0, but a change of its attributes restarts discovery on all adapters. That is
+// what the second adapter here is for: its Handle is the interface index of eth0, which changes
+// when eth0 is deleted and created again.
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -105,17 +106,17 @@ extern "C" {
 //         </Servers>
 //     </Qorm>
 //
-// Log record, of which the level is one of the above and the text is at most 511 bytes long before
-// escaping. The text may hold what a stranger sent over the network. It need not be valid UTF-8 and
-// may contain control characters, which a strict XML parser refuses:
+// Log record. The level is one of the above; the text is at most 511 bytes long before escaping. It
+// can contain bytes received from the network: invalid UTF-8, and control characters, which a
+// strict XML parser refuses.
 //
 //     <?xml version="1.0" encoding="UTF-8"?>
 //     <log_msg level="25">Restarting discovery on interface 10.0.0.5</log_msg>
 
 // Records. The number behind a field is its offset in bytes. A field whose meaning only the host
-// knows is named by its offset. Fields called unused are neither read nor written in what the host
-// passes in; they are zero in a HostRequest. A record ends here with the last field that the
-// plug-in touches; the host's own may be longer.
+// knows is named by its offset. The plug-in neither reads nor writes the unused fields of the
+// host's records; in a HostRequest they are zero. A record ends here with the last field that the
+// plug-in uses; the host's record may be longer.
 
 /// What the plug-in passes to the callback.
 typedef struct PelorinHostRequest {
@@ -151,19 +152,19 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, size, 0);
 PELORIN_ASSERT_OFFSET(PelorinHostReply, fixed4, 4);
 PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 
-/// The host's function, through which everything comes that the plug-in tells the host.
+/// The host's function that receives the registration and the log records.
 ///
 /// Both records and the data are the plug-in's and valid during the call only. The plug-in waits
-/// for the return and holds no lock of its own meanwhile. It must not throw. Of the entry points it
-/// may call Close and IOCTL with PELORIN_APPLY only. While it holds a record of the I/O thread, no
-/// Probe is answered on any adapter; while it holds one of the lent thread, the plug-in acts on no
-/// document.
+/// until the callback returns, and holds no lock of its own meanwhile. The callback must not throw,
+/// and may call no entry points but Close and IOCTL with PELORIN_APPLY. While a call on the I/O
+/// thread lasts, no Probe is answered on any adapter; while one on the lent thread lasts, the
+/// plug-in acts on no document.
 ///
 /// Records of one thread come in order. None of them tells the host that the plug-in has acted on a
 /// document.
 ///
 /// [any-thread] the registration, on the thread that calls Open
-/// [lent-thread] log records of the run itself, which stops its endpoints and makes new ones
+/// [lent-thread] log records about stopping discovery and starting it for a new document
 /// [io-thread] all other log records, such as those of a Bye or of a restart after a failure;
 ///     concurrently with the lent thread
 typedef void (*PelorinHostCallback)(const PelorinHostRequest* request, PelorinHostReply* reply);
@@ -277,7 +278,7 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 /// Errors: throws boost::thread_resource_error or std::bad_alloc. There is no state then; the
 /// callback stays stored.
 ///
-/// [alone] A run may be in progress.
+/// [alone], except that a run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);
 #define PELORIN_LOAD_NAME "Load"
 
@@ -306,9 +307,8 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 /// PELORIN_APPLY replaces the port and the adapters by those of a document; of concurrent calls the
 /// last one wins. It waits for no callback and no network. The data is the host's and need not
 /// outlive the call. A document that cannot be read is dropped silently. The run may miss a
-/// document while it is busy or before it waits, so pass the current one repeatedly, for as long as
-/// it is current; one that brings nothing new costs nothing. May be called before, during and after
-/// a run.
+/// document that comes while it is busy or before its first wait, so pass the current one
+/// repeatedly; an unchanged one has no effect. May be called before, during and after a run.
 /// Errors: throws std::bad_alloc; nothing is replaced then.
 ///
 /// [any-thread]

@@ -43,8 +43,8 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 
 CDiscoveryManager::CDiscoveryManager()
 {
-    // Deliberate: new for each run; by a lasting address clients would not notice a restart whose
-    // Bye was lost. Without "urn:uuid:", because installed clients expect the bare text.
+    // Deliberate: each run has a new address. If it kept the old one, clients would not notice a
+    // restart whose Bye was lost. No "urn:uuid:" precedes it: installed clients expect none.
     NewUuidString(endpointAddress);
     try {
         ioService = boost::make_shared<IoService>();
@@ -81,8 +81,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // First, because this record shows that the run acts on a document. tools/host/host_log.cpp,
-    // tools/soak/report.awk and benchmarks/plugin_host.cpp rely on the text.
+    // Logged before all other records of the stop: tools/host/host_log.cpp, tools/soak/report.awk
+    // and benchmarks/plugin_host.cpp recognise the beginning of a stop by this text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });
@@ -93,9 +93,9 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // A handler first decrements the count, so one may still be running on an idle endpoint. The
-    // I/O thread releases the endpoints after that handler. Copied: a post that throws
-    // std::bad_alloc would destroy endpoints that were moved into it.
+    // A handler decrements the count before it does its work, so one may still be running here. The
+    // posted copy keeps the endpoints alive until it has returned. Not a move: if post threw
+    // std::bad_alloc, the moved endpoints would be destroyed at once.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }
@@ -103,8 +103,8 @@ void CDiscoveryManager::StopAll()
 void CDiscoveryManager::Shutdown()
 {
     StopAll();
-    // On the I/O thread: reset from here it could run before RunIoService creates the guard, which
-    // would then never be reset.
+    // On the I/O thread: a reset on this thread could come before RunIoService creates the guard,
+    // which would then never be reset.
     boost::asio::post(*ioService, [this] { work.reset(); });
 }
 

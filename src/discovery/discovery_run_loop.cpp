@@ -23,7 +23,8 @@ constexpr char kAddressScheme[] = "ktzkx://";
 /// The I/O thread of a run. The destructor shuts the manager down and joins the thread, so that the
 /// thread never outlives the manager, not even after an exception.
 ///
-/// Not a boost::thread: a host with its own Boost would supply the compiled part.
+/// Not a boost::thread: it needs compiled code of Boost, which would come from the host's Boost if
+/// the host has one.
 class CIoThread {
 public:
     /// Errors: boost::thread_resource_error when the thread cannot be started.
@@ -60,7 +61,7 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits for one broadcast. If the port or the adapters have changed, copies them and returns true.
+/// Waits until woken once. If the port or the adapters have changed, copies them and returns true.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

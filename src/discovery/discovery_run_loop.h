@@ -7,10 +7,10 @@ namespace kx {
 /// Runs one endpoint on every connected adapter, restarts all of them on every change of the port
 /// or of the adapters, and returns when a stop is requested.
 ///
-/// Deliberate: acts only on a broadcast that finds the loop waiting. A document that comes before
-/// the first wait, or during a restart, waits for the next broadcast; so does a stop that comes
-/// between the loop's check of the flag and its wait. A loop that compared before it waits would
-/// start and stop endpoints at times when its server has sent nothing.
+/// Deliberate: looks for changes only when an entry point wakes it from its wait. It notices a
+/// document that comes before the first wait or during a restart, or a stop that comes between its
+/// check of the flag and its wait, only when it is woken again. If it looked before it waits, it
+/// would start and stop endpoints at times when its server has sent nothing.
 ///
 /// Errors: boost::thread_resource_error when the I/O service or its thread cannot be created;
 /// exceptions of the host's callback; std::bad_alloc. `running` then stays set. During the final

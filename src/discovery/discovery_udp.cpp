@@ -78,8 +78,8 @@ void CDiscoveryUdp::Restart()
         return;
     }
     // On the I/O thread: started on another thread, the operations could complete while that thread
-    // still works on the same fields. Not counted: a stop waits for the teardown, which is posted
-    // after this.
+    // still works on the same fields. Not counted: a stop waits for its teardown, which the I/O
+    // thread runs after this.
     boost::asio::dispatch(ioService, [this, hello = MakeHello()] {
         if (stopping)
             return;
@@ -121,7 +121,8 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());
     }
-    // The wildcard address: bound to the adapter's own, the socket would not receive for the group.
+    // The wildcard address: bound to the adapter's, the socket would receive nothing sent to the
+    // group.
     socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
     if (error) {
         Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
@@ -196,8 +197,8 @@ void CDiscoveryUdp::OnRetryTimer(const error_code& error)
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 
-    // Deliberate: never reset. After a good restart it would let an adapter that fails again and
-    // again restart, and send its Hello, every three seconds.
+    // Deliberate: never reset. If a good restart reset it, an adapter that keeps failing would
+    // restart, and send a Hello, every three seconds.
     if (retryDelaySeconds <= kRetryDoublingBound)
         retryDelaySeconds *= 2;
 
@@ -230,8 +231,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     ++pendingOps;
     tornDown->get_future().wait_for(kMaxStopWait);
 
-    // After a timeout the I/O thread is still held, in a log record or a Bye. This makes SendBye of
-    // this endpoint give up; the teardown, which closes the socket, follows it.
+    // After a timeout the I/O thread is still blocked, in the host's callback or in a Bye. This
+    // makes this endpoint's SendBye give up; the teardown then closes the socket.
     byeDone = true;
 }
 

@@ -32,29 +32,29 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the I/O thread runs all completion handlers and starts all asynchronous operations but
-/// one. The manager's thread runs the constructor and the first Restart, until that dispatches the
-/// rest to the I/O thread; when an essential step fails there, it arms the retry timer, which runs
-/// for seconds. After that the manager's thread only stops the endpoint, and both threads share
-/// only atomic fields. A stop sets its flags, then posts the teardown to the I/O thread. That
-/// thread runs one handler at a time, so the teardown follows every handler that checked the flags
-/// just before: it closes and cancels what such a handler opened or armed, and no descriptor is
-/// closed while a system call uses it.
+/// Threads: the manager's thread runs the constructor and the first Restart. That ends by
+/// dispatching the start of all operations to the I/O thread or, when an essential step has failed,
+/// by arming the retry timer. After that the manager's thread only stops the endpoint, and the two
+/// threads share only atomic fields; everything else runs on the I/O thread.
 ///
-/// Counting: every asynchronous operation is counted, and its handler first decrements the
-/// count; the teardown decrements it last, which keeps the endpoint busy until it is done. The
-/// manager frees an endpoint only when nothing is outstanding. An operation is counted after it is
-/// started: one that throws std::bad_alloc never completes, and a stop would wait for it forever.
-/// No handler runs before its operation is counted: the I/O thread is in another handler, or the
-/// retry timer runs for seconds. The manager's thread checks the counts only after it has counted
-/// the teardown.
+/// A stop sets its flags, then posts the teardown to the I/O thread. A handler that is past its
+/// check of the flags returns before the teardown runs, so the teardown closes and cancels whatever
+/// that handler opened or armed, and closes no descriptor while a system call uses it.
+///
+/// Counting: the manager releases an endpoint only when no asynchronous operation is outstanding. A
+/// completion handler decrements the count first, the teardown last: the endpoint stays busy until
+/// it is torn down. An operation is counted after it is started: if the start throws
+/// std::bad_alloc, no handler follows, and a stop would wait for it forever. The handler cannot run
+/// before that, because the I/O thread is still in the handler that starts the operation, or
+/// because the retry timer takes seconds. The teardown can, but the manager's thread checks the
+/// count only later.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
     /// @param adapter           its ipAddress names the endpoint in every message
     /// @param description       what is advertised
-    /// @param multicastEnabled  0: an ephemeral port that only sends; otherwise a full endpoint, as
-    ///                          in every run
+    /// @param multicastEnabled  0: announces from an ephemeral port and answers nothing; otherwise
+    ///                          a full endpoint, as in every run
     /// @param groupAddress      IPv4 dotted text
     /// @param port              discovery port
     ///
@@ -76,8 +76,8 @@ public:
 
     /// Sends one Bye synchronously, ignoring failures. The endpoint sends nothing after it.
     ///
-    /// Threads: I/O. Waits until the datagram is accepted, for kMaxStopWait at most and no longer
-    /// than the stop waits.
+    /// Threads: I/O. Waits until the kernel accepts the datagram, until the stop gives up, or for
+    /// kMaxStopWait.
     void SendBye();
 
     /// Cancels all waits and closes the socket.

@@ -33,7 +33,7 @@ void CDiscoveryUdp::StartReceive()
 }
 
 // receiving --stopping or closing--> idle
-//           --datagram-------------> receiving, or sending an answer (OnSendComplete goes on)
+//           --datagram-------------> receiving, or sending; then OnSendComplete resumes receiving
 //           --too large------------> receiving
 //           --failed---------------> back-off
 void CDiscoveryUdp::OnReceive(const error_code& error, std::size_t length)
@@ -62,7 +62,7 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
-    // Once the membership is known to work, only a matching Probe is of interest.
+    // Until the group membership is known to work, every datagram is parsed, for its action.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
@@ -72,8 +72,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         return;
     }
     // Any Hello or Probe, the endpoint's own Hello included, shows that the membership works.
-    // Deliberate: a Bye or an answer does not. An answer arrives by unicast: if it counted, a
-    // broken membership would not be joined again.
+    // Deliberate: no other action does. Answers arrive by unicast: if they counted, a broken
+    // membership would not be joined again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();
     StartReceive();
@@ -89,11 +89,11 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// next answer would change `sendDestination` before this one is sent or fails.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    // Joined for speed: the endpoint's operator<< prints the same text, but needs a stream. The
-    // source is always IPv4.
+    // Faster than the endpoint's operator<<, which needs a stream and prints the same for IPv4.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
-    // scripts/soak recognises both records by their first words, scripts/memcheck the second one.
+    // scripts/soak relies on the first words of this record; it and scripts/memcheck rely on "Send
+    // ProbeMatch" below.
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);

@@ -69,8 +69,8 @@ std::uint64_t Open(const void* /*request*/, PelorinOpenReply* reply)
     return 0;
 }
 
-// Deliberate: takes no lock, so a request between the loop's check of the flag and its wait is
-// missed until the next broadcast, which another Close causes. With a lock Close could block, and
+// Deliberate: takes no lock, so the run loop misses a request that comes between its check of the
+// flag and its wait, until another Close or a document wakes it. With a lock Close could block, and
 // hosts call it where they must not block.
 std::uint64_t Close(const void* /*request*/, PelorinStatusReply* reply)
 {
@@ -90,8 +90,8 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: unlike Read it otherwise leaves the reply untouched. Written, it would replace
-    // the result of the module that the request addresses.
+    // Deliberate: no else. Writing the reply to a request for another module would overwrite that
+    // module's result.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// The plug-in's own names for its part of the host interface; the contract is in the header.
+/// The plug-in's own names for parts of the host interface; the contract is in pelorin/plugin.h.
 namespace kx {
 
 using HostRequest = PelorinHostRequest;

@@ -22,9 +22,9 @@ struct PluginContext {
     /// Set by a run and cleared when it returns; Unload waits for that. A run that throws leaves it
     /// set, and the next one that returns clears it.
     std::atomic<bool> running{false};
-    /// Guards `adapters`, and keeps `adapters` and `serverPort` a pair.
+    /// Guards `adapters`, and lets `adapters` and `serverPort` change in one step.
     boost::mutex mutex;
-    /// Broadcast after a document was applied or a stop was requested.
+    /// Wakes the run loop after a document was applied or a stop was requested.
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
     /// As read, without a range check. Atomic: the run loop first reads it without the mutex.

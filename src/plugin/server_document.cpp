@@ -17,7 +17,7 @@ void ApplyServerDocument(PluginContext& context, const char* text, std::int32_t 
         if (settings->port)
             context.serverPort = *settings->port;
     }
-    // The previous adapters, now held here, are freed outside the lock.
+    // The previous adapters, now in `settings`, are freed without the lock held.
     context.condition.notify_all();
 }
 

@@ -40,7 +40,7 @@ bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& valu
 
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length)
 {
-    // Converted to a huge size, a negative length would make the XML library throw into the host.
+    // A length below -1 would become a huge size and make the XML library throw into the host.
     return length >= kUpToNul &&
            document.Parse(text, static_cast<std::size_t>(length)) == tinyxml2::XML_SUCCESS;
 }

@@ -34,7 +34,7 @@ bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std:
 /// The elements on the way to the adapters. Each is null if it or one before it is missing.
 struct ServerElements {
     const tinyxml2::XMLElement* root;
-    const tinyxml2::XMLElement* servers; ///< null too unless the root's Delta is 0
+    const tinyxml2::XMLElement* servers; ///< also null unless the root's Delta is 0
     const tinyxml2::XMLElement* server;
     const tinyxml2::XMLElement* network;
 };

@@ -28,8 +28,8 @@ public:
     /// Builds a Bye; replaces `out`.
     void Bye(const EndpointDescription& description, std::string& out) const;
 
-    /// Returns whether ParseProbe could return 1, without parsing. False is definite, unless a type
-    /// contains a line feed, to which XML converts other line ends.
+    /// Returns, without parsing, whether ParseProbe might return 1. If not, it would return 0,
+    /// unless a type contains a line feed: the parser converts other line ends to it.
     ///
     /// In a network of many devices nearly all datagrams are for others, and parsing them as XML
     /// would take most of an endpoint's processor time.
@@ -70,8 +70,8 @@ void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragmen
 
 /// Returns whether the prefix followed by one of the types occurs anywhere in the text.
 ///
-/// Deliberate: searches for a substring instead of comparing names. A client that does not declare
-/// the vendor's namespace asks for "dn:NetworkVideoRecorder", and would get no answer.
+/// Deliberate: searches for a substring. If names were compared, a client that does not declare the
+/// vendor's namespace and asks for "dn:NetworkVideoRecorder" would get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

@@ -10,8 +10,7 @@ struct EndpointDescription {
     /// Text of wsa:Address, the same for all endpoints of a run, up to its first NUL: NewUuidString
     /// puts one at the end.
     std::string address;
-    /// MAC address of the adapter, advertised as the only scope, "mac:...", unless it is empty. In
-    /// a run it never is.
+    /// MAC address of the adapter, advertised as the only scope, "mac:...". Never empty in a run.
     std::string mac;
     /// Device type names, each advertised in the vendor's namespace.
     std::vector<std::string> types;

@@ -82,12 +82,13 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
     return has(kProbeName) && (has("&") || std::any_of(types.begin(), types.end(), has));
 }
 
-// Deliberate: only types decide, not scopes; a Probe without types is not answered; namespaces are
-// recognised by a part of their URI, on the root element only. A stricter reading would leave
-// clients of other versions of the standards without an answer; a laxer one would answer Probes for
-// any device on networks where the recorder has always been silent. One consequence: the vendor's
-// URI contains "/discovery", too. If a sender declares it before that of WS-Discovery, Probe and
-// Types are looked up under the vendor's prefix, and there is no answer.
+// Deliberate: scopes are ignored; a Probe without types is not answered; a namespace is recognised
+// by a part of its URI, on the root element only. Comparing scopes or whole URIs would leave
+// clients without the answer that they get today, such as those of other versions of the standards.
+// With answers to Probes without types, recorders would appear in searches for any device, where
+// they never have. One consequence: the vendor's URI contains "/discovery" too. If a sender
+// declares it before that of WS-Discovery, Probe and Types are looked up under the vendor's prefix,
+// and there is no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,
                                         std::string& action) const

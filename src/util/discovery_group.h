@@ -8,8 +8,8 @@ namespace kx {
 inline constexpr std::uint16_t kDiscoveryPort = 3702;
 inline constexpr char kMulticastGroup[] = "239.255.255.250";
 
-/// Hops of a message to the group, IP_MULTICAST_TTL of ip(7). A client's Probe goes as far as a
-/// recorder's Hello.
+/// Hops of a message to the group, IP_MULTICAST_TTL of ip(7). Recorders and our clients use the
+/// same, so that a Probe reaches as far as a Hello.
 inline constexpr int kMulticastTtl = 32;
 
 } // namespace kx

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 
-/// Sizes of a recorder's socket, also for the programs that examine it or are compared with it.
+/// Sizes of a recorder's socket, shared with the doctor, which checks them, and the benchmarks,
+/// whose servers receive like a recorder.
 namespace kx {
 
 /// Bytes read of a datagram; longer ones are truncated.

@@ -41,8 +41,8 @@ void AppendPlain(std::string& text, const Piece& piece)
 /// Every number that the plug-in sends or logs goes through here: the host may have set a global
 /// locale with digit grouping, in which a plain stream prints port 22609 as 22,609.
 ///
-/// Texts and integers are joined without a stream, because constructing one takes longer than the
-/// rest of a message.
+/// Texts and integers are joined without a stream: constructing one takes longer than composing the
+/// message.
 ///
 /// Thread-safe.
 template <class... Pieces>

@@ -24,8 +24,8 @@ inline constexpr std::size_t kUuidTextSize = 37;
 
 /// Fills all 16 bytes from /dev/urandom (random(4)).
 ///
-/// @param guid  out: 16 random bytes. Deliberate: no version or variant bits are set (compare RFC
-///              4122 4.4). With them, six bits fewer would tell recorders apart.
+/// @param guid  out: 16 random bytes. Deliberate: the version and variant bits of RFC 4122 4.4 are
+///              not set. They would replace six of the random bits that tell recorders apart.
 /// @return always 0
 ///
 /// Errors: a device that cannot be opened or read ends the whole process with exit status 74
