@@ -43,8 +43,8 @@ void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
     adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
 }
 
-/// Returns the text of a device's MAC address. Tunnels, for example, have addresses of other
-/// lengths, which are not MAC addresses.
+/// Returns a device's MAC address as text; all zeros if it has none. A tunnel's address, for
+/// example, has another length and is not a MAC address.
 std::string MacText(nl_addr* address)
 {
     char text[sizeof(kNoMacAddress)];

@@ -16,8 +16,8 @@ struct Adapter {
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up and has a carrier
     bool loopback;
-    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. It is the only change when a
-    /// bridge gets its first port: without a port the bridge is connected in the state "unknown".
+    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When a bridge gets its first
+    /// port, nothing else changes: without a port it is `connected`, but in the state "unknown".
     int operationalState;
     unsigned flags = 0;                      ///< IFF_UP and the others of netdevice(7)
     std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, the first one first

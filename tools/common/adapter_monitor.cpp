@@ -27,7 +27,7 @@ void NoteDeletedLink(nl_object* object, void* deleted)
     if (nl_object_get_msgtype(object) != RTM_DELLINK)
         return;
     auto* link = reinterpret_cast<rtnl_link*>(object);
-    // A device that leaves a bridge is also announced as deleted, but in the bridge's family.
+    // A device that leaves a bridge is announced as deleted, too, but in the family AF_BRIDGE.
     if (rtnl_link_get_family(link) == AF_UNSPEC)
         static_cast<std::set<int>*>(deleted)->insert(rtnl_link_get_ifindex(link));
 }
@@ -45,8 +45,8 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Does not use the library's link cache: it also has an entry of the IPv6 family for each device,
-// whose deletion is never announced, and so keeps it after the device is deleted.
+// Does not use libnl's link cache, which has a second entry, of the IPv6 family, for each device.
+// The kernel never announces the deletion of that entry, so a deleted device would stay in it.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)
@@ -66,8 +66,8 @@ int CAdapterMonitor::Descriptor() const
 
 std::set<int> CAdapterMonitor::ReadDeleted()
 {
-    // Fails when the queue is empty, or when the kernel dropped announcements. The latter does not
-    // matter: ReadAdapters does not need them, and more of them keep the descriptor readable.
+    // Reading fails when no announcement is left, and once after the kernel dropped some. The rest
+    // then keeps the descriptor readable, and ReadAdapters does not need those that were dropped.
     while (nl_recvmsgs_default(socket.get()) >= 0)
         continue;
     return std::exchange(deleted, {});

@@ -9,8 +9,8 @@
 namespace kx::tools {
 namespace {
 
-/// Makes the calling thread read UTF-8 during the lifetime of this object, in every locale of the
-/// user. On a system without such a locale only ASCII characters are recognised.
+/// Makes the calling thread read UTF-8 during the lifetime of this object, whatever the user's
+/// locale. If the system lacks the locale C.UTF-8, only ASCII characters are recognised.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}
@@ -31,7 +31,7 @@ private:
 /// The first character of a text.
 struct Character {
     std::size_t length; ///< bytes
-    int columns;        ///< 0 or less: none, or not a character
+    int columns;        ///< that it fills on a terminal; 0 or less: cannot be printed
 };
 
 Character FirstCharacter(const char* text, std::size_t length)

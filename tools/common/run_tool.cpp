@@ -16,7 +16,7 @@ namespace {
 /// About thirty years: far below what the clock's nanoseconds can count.
 constexpr double kMaxSeconds = 1e9;
 
-/// The library's help, with all prose wrapped at the terminal's width.
+/// The help of CLI11, with all prose wrapped at the terminal's width.
 class CHelpFormatter : public CLI::Formatter {
 public:
     explicit CHelpFormatter(std::size_t terminalWidth) : width(terminalWidth) {}
@@ -57,7 +57,7 @@ private:
     const std::size_t width;
 };
 
-/// Replaces messages of the library such as "--adapter: 1 required NAME missing".
+/// Rewords messages of CLI11 such as "--adapter: 1 required NAME missing".
 std::string Explain(const CLI::ParseError& error)
 {
     static const std::regex missing("(.*): 1 required (.*) missing");

@@ -12,11 +12,11 @@ namespace kx::tools {
 /// Exit status for an invalid command line and for every error that prevents a tool's work.
 inline constexpr int kExitError = 2;
 
-/// Runs a tool: reads the command line, then calls `work`. Adds --help, wrapped at the terminal's
-/// width, and --version; subcommands inherit the former.
+/// Runs a tool: reads the command line, then calls `work`. Adds --version, and --help for the tool
+/// and its subcommands, wrapped at the terminal's width.
 ///
 /// @param name         the tool's name; its error messages begin with it
-/// @param description  what the tool does, for --help; only paragraphs need line feeds
+/// @param description  what the tool does, for --help; line feeds only between paragraphs
 /// @param addOptions   adds the tool's options, bound to variables that outlive this call
 /// @param work         does the work after the options are read; returns the exit status
 /// @return the exit status: that of `work`; 0 after --help and --version; kExitError, with one line
@@ -40,7 +40,7 @@ void Complain(const std::string& name, const std::string& text);
 
 /// Adds the option --adapter, which may be given several times.
 ///
-/// @param names  one name or none: the default
+/// @param names  in: the default, one name or none; out: the names given
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
 /// Accepts a positive time in seconds, fractions included, that the steady clock can hold.

@@ -23,7 +23,8 @@ struct Advice {
 /// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// Replaces each {word} in a text of an advice: {adapter} and the names of texts in the evidence.
+/// Fills in an advice's text: {adapter} is the finding's adapter, any other {word} the text of that
+/// name in the finding's evidence.
 std::string FillIn(const std::string& text, const Finding& finding);
 
 } // namespace kx::tools

@@ -75,7 +75,7 @@ Json CClientCheck::DirectError(const std::string& target) const
     return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
-/// Returns false for an adapter that itself blocks the group, which is already reported.
+/// Returns whether the adapter can reach the group; if not, `no-multicast` is reported already.
 bool CClientCheck::CarriesMulticast() const
 {
     return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;

@@ -26,18 +26,20 @@ struct SeenAnswer {
 /// Observations on one adapter of a client.
 struct ClientObservation {
     Adapter adapter;
-    bool watched = false;               ///< whether a packet socket saw what came to the adapter
+    bool watched = false;               ///< whether a packet socket watched the adapter
     std::vector<SeenAnswer> answers;    ///< without repetitions
     std::set<std::string> otherDevices; ///< addresses of other devices that answered
-    std::string target;                 ///< the address that the user gave, if it is asked here
+    std::string target;                 ///< the address given with --to; on one adapter only
     std::string sendError;              ///< why the Probe to the group was not sent; or empty
     /// The same for each address that was asked directly.
     std::map<std::string, std::string> directErrors;
     std::uint64_t reversePathDropCount = 0; ///< during the examination, on all adapters
-    bool optional = false; ///< the user named no adapter, and a recorder answers elsewhere
+    /// Silence is a note, not a fault: the user named no adapter, and another one has an answer or
+    /// a `target`.
+    bool optional = false;
 };
 
-/// Returns whether anything answered the Probe to this address; empty: the Probe to the group.
+/// Returns whether a recorder answered the Probe to this address; empty: the Probe to the group.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
 /// Returns the IPv4 addresses that recorders advertise although they answer from another one. A

@@ -35,10 +35,10 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// For the answers to one kind of Probe.
+/// For the answers to the Probes to the group, and again for those to direct Probes.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// Each Probe is sent twice, because datagrams get lost.
+/// When a Probe is repeated, because datagrams get lost.
 constexpr std::chrono::milliseconds kRepeatAfter{250};
 
 /// If no recorder has answered by then, all devices are asked, to see whether any answer arrives.
@@ -46,7 +46,7 @@ constexpr std::chrono::seconds kAskAllAfter{1};
 
 constexpr std::chrono::milliseconds kProgressInterval{100};
 
-/// A Probe that was sent, and the device that should answer.
+/// A Probe that was sent, and where its answers are recorded.
 struct Question {
     ClientMessage probe;
     ClientObservation* seen;
@@ -103,8 +103,8 @@ private:
     std::array<char, 65536> buffer; // no UDP datagram is longer
 };
 
-/// One run: asks the group on every adapter, then each recorder directly. Uses different ports, so
-/// that the answers to the two cannot be confused.
+/// One run: asks the group on every adapter, then each recorder directly. Direct Probes have a
+/// separate socket, because the kernel's routes choose their adapter.
 class CClientRun {
 public:
     /// Errors: std::runtime_error.
@@ -239,7 +239,8 @@ void CClientRun::Send(const Question& question)
     question.seen->sendError = asker->Send(question.probe.text, make_address_v4(kMulticastGroup));
 }
 
-/// Receives until this time of the phase has passed, or until everything has answered.
+/// Receives until `phaseTime` after the start of the phase or, with `untilAllAnswered`, until every
+/// direct Probe is answered.
 void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
 {
     const auto deadline = phase.start + phaseTime;
@@ -286,7 +287,7 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             seen.otherDevices.insert(address.to_string());
             continue;
         }
-        // A datagram that a socket receives was seen at the adapter before.
+        // An answer that a socket receives is also seen at the adapter.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&

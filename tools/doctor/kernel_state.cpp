@@ -17,8 +17,8 @@ namespace kx::tools {
 
 std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 {
-    // A line for each device, "2 eth0 : 1 V3", then one for each of its groups, which begins with a
-    // tab and contains the address as a native integer of its four bytes.
+    // A line for each device, "2 eth0 : 1 V3", then one for each of its groups. The latter begins
+    // with a tab and the address: its four bytes as a native integer in hexadecimal.
     std::ifstream file("/proc/net/igmp");
     std::map<std::string, int> members;
     std::string device;

@@ -24,7 +24,8 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// Returns a filter for the kernel, so that this program does not have to read a recorder's video.
+/// Returns a filter for the kernel that passes datagrams from or to the ports. Without it, this
+/// program would have to read a recorder's video, too.
 std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
 {
     const auto ancillary = [](int offset) {
@@ -115,7 +116,7 @@ void CPacketWatch::OnReceive(std::size_t length)
     std::memcpy(&udp, &buffer[ipLength], sizeof(udp));
     sockaddr_ll link;
     std::memcpy(&link, source.data(), sizeof(link));
-    // Datagrams for other machines arrive here while another program captures.
+    // Datagrams for other machines arrive while the adapter is in promiscuous mode.
     if (link.sll_pkttype == PACKET_OTHERHOST)
         return;
 

@@ -14,8 +14,8 @@ using boost::asio::ip::make_address_v4;
 namespace kx::tools {
 namespace {
 
-/// The Probes of one client to the same kind of address. If one of them was answered, the others
-/// were lost by chance.
+/// The Probes of one client, either to the group or to this machine's addresses. If one of them was
+/// answered, the missing answers to the others were lost by chance.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -89,7 +89,7 @@ private:
     const MachineState& machine;
     const RecorderObservation& seen;
     const Adapter& adapter;
-    std::vector<UdpSocket> bound; ///< to the device and the wildcard, as a recorder's
+    std::vector<UdpSocket> bound; ///< to the device and no address, as a recorder's
     Findings findings;
     bool listening = false;
     bool shared = false;
@@ -139,8 +139,8 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether the group is joined here for a socket that is bound to another device, where the
-/// fault is reported.
+/// Returns whether the group is joined on this adapter for a socket that is bound to another one.
+/// The check of the other adapter reports the fault.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -179,7 +179,8 @@ bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
             return false;
         if (owner != machine.owners.end() && other != machine.owners.end())
             return owner->second.process != other->second.process;
-        // A recorder binds no address, and has a socket for each of the adapter's addresses.
+        // The processes are not both known. A recorder's sockets are bound to no address, belong
+        // to one user, and are no more than the adapter's addresses.
         return !socket.address.is_unspecified() || each.user != socket.user ||
                bound.size() > adapter.addresses.size();
     });
@@ -264,7 +265,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
                                   : ", to which the route leads by " + route;
         }
     }
-    // The commands name the first of them.
+    // The commands of the advice name the first prober.
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},
@@ -288,7 +289,7 @@ std::vector<UdpSocket> CRecorderCheck::Receiving() const
 std::string CRecorderCheck::DeviceName(int index) const
 {
     const auto name = machine.deviceNames.find(index);
-    // A socket on a deleted device keeps its number.
+    // A socket that is bound to a deleted device keeps the device's index.
     return name != machine.deviceNames.end() ? name->second : Compose("if", index);
 }
 

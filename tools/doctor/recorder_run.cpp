@@ -143,7 +143,7 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // An identifier that is not a UUID comes back behind a prefix.
+            // If the identifier is not a UUID, the answer has a prefix before it.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));

@@ -68,8 +68,8 @@ int Score(const UdpSocket& socket)
 
 } // namespace
 
-// The kernel puts a socket at the head of its port's list when it is bound, and dumps each list
-// from its head.
+// The order is the kernel's: it puts a socket at the head of its port's list when it is bound, and
+// dumps each list from its head.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
 {
     std::vector<UdpSocket> sockets;

@@ -46,8 +46,8 @@ std::string ParserReason(const tinyxml2::XMLDocument& document)
                    detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
 }
 
-/// Returns why a handle of any length cannot be the name of a device, by the kernel's rules; empty
-/// if it can.
+/// Returns why the kernel does not allow a handle as the name of a device, its length aside; empty
+/// if it does.
 std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
@@ -226,8 +226,8 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Notes whether the plug-in starts an endpoint for the adapter. Called in the document's
-    /// order.
+    /// Notes what keeps the plug-in from starting an endpoint for the adapter. Call it in the
+    /// document's order: an invalid address also stops all later adapters.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);
@@ -291,7 +291,7 @@ private:
     const std::optional<Devices>& devices;
     std::vector<DocumentFinding> findings;
     int startedCount = 0;
-    int stopLine = 0; ///< of the adapter that ends the start
+    int stopLine = 0; ///< of the adapter whose address stops the later ones; 0: none
 };
 
 } // namespace

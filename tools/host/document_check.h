@@ -21,7 +21,7 @@ struct DocumentFinding {
         kPort,    ///< the port that it advertises, and whether the document sets it
         kUsed,    ///< an adapter that the plug-in uses
         kSkipped, ///< an adapter that it leaves out, and why
-        kNote,    ///< a value that it accepts although it cannot work
+        kNote,    ///< anything else to know, such as an address that this machine lacks
     };
     Kind kind;
     int line; ///< of the document, from 1

@@ -37,8 +37,8 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Returns an adapter that the plug-in skips, and that makes a document differ from those with
-/// another number.
+/// Returns an adapter that the plug-in never starts; its number makes a document differ from the
+/// last one.
 Adapter MakeCounter(int number)
 {
     Adapter counter{};
@@ -91,7 +91,8 @@ int CAdapterSource::Descriptor() const
 
 void CAdapterSource::ReadChanges()
 {
-    // A device may come back with its old index, for example from another network namespace.
+    // Comparing the lists does not show a device that was deleted and is back with its old index,
+    // for example from another network namespace.
     const std::set<int> deleted = monitor ? monitor->ReadDeleted() : std::set<int>();
     const std::vector<Adapter> before = std::exchange(adapters, readListed());
     const auto isGone = [&](const Adapter& old) {

@@ -18,7 +18,7 @@ std::string MakeServerDocument(int port, const std::vector<Adapter>& adapters);
 struct OutgoingDocument {
     std::string text;
     std::string summary;                ///< what it lists, for the log
-    std::optional<DocumentCheck> check; ///< of the user's own document
+    std::optional<DocumentCheck> check; ///< only for the user's own document
 };
 
 /// Reads a whole file.
@@ -54,7 +54,7 @@ public:
     /// from the last one. Errors: as Read.
     virtual void ReadChanges() {}
 
-    /// Returns the next document to hand over, which then counts as handed over.
+    /// Returns the document to hand over, once; nothing if there is no new one.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 

@@ -26,12 +26,10 @@ LogForm logForm = LogForm::kPlain;
 std::mutex printing;
 std::atomic<unsigned> stopRecordCount{0};
 
-/// A step of the host.
 struct HostStep {
     std::string text;
 };
 
-/// An entry as text.
 struct TextEntry {
     std::string label;
     std::string text;

@@ -53,16 +53,17 @@ public:
         settled = false;
     }
 
-    /// Sends the current document at each call until the plug-in has acted on it or kActBound has
-    /// passed, then every kRepeatInterval. Until the plug-in has acted on a first document, sends
-    /// at each call: its run may not have begun to wait.
+    /// Sends the current document: at each call until the plug-in has acted on it or kActBound has
+    /// passed, then every kRepeatInterval. Before the plug-in has acted on any document, always
+    /// sends: its run may not have begun to wait for one.
     void Resend()
     {
         const auto now = steady_clock::now();
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // Read before sending: the action may belong to the previous document.
+        // Read before sending, so that this document is sent once more even if the action was for
+        // the previous one.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

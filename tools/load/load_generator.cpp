@@ -90,7 +90,7 @@ LoadResult CLoadGenerator::Run()
             Send(DueCount(now), now);
         else if (questions.empty())
             return result;
-        // A closed loop polls: otherwise the server would spend time to wake it for each answer.
+        // A closed loop never sleeps: waking it would cost the server time for each answer.
         if (load.rate > 0)
             Wait(NextDueTime(now));
         Receive();
@@ -109,7 +109,7 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
-/// Returns when the next message is due or the next loss is certain, if no answer comes first.
+/// Returns when to stop waiting for answers: a message is due, or the oldest one may be lost.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -192,8 +192,8 @@ void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Tim
     result.elapsed = now - start;
 }
 
-/// Removes the questions that need no further answer. With a record, each is kept for a second,
-/// because several devices may answer.
+/// Removes the oldest questions that are answered, or lost after a second. With a record, keeps
+/// each for the second, because several devices may answer.
 void CLoadGenerator::ForgetSettled(Time now)
 {
     while (!questions.empty() && ((questions.front().answered && !load.record) ||

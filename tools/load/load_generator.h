@@ -21,8 +21,8 @@ struct Load {
     boost::asio::ip::address_v4 from;
     std::vector<std::string> templates; ///< sent in turn, see CNumberedMessages
     bool answered = true;               ///< whether to wait for answers
-    std::uint64_t inFlight = 1;         ///< without a rate: unanswered messages at any time
-    double rate = 0;                    ///< messages per second; 0: one for each answer
+    std::uint64_t inFlight = 1;         ///< without a rate: how many messages wait for an answer
+    double rate = 0;                    ///< messages per second; 0: see inFlight
     std::uint64_t maxCount = 0;         ///< messages
     std::chrono::steady_clock::duration maxTime{}; ///< from the first message to the last
     /// Receives a line for each message a second after it was sent: the local time of sending and

@@ -7,7 +7,7 @@
 namespace kx::tools {
 namespace {
 
-/// The last group of a UUID.
+/// In the last group of a UUID.
 constexpr std::size_t kDigits = 12;
 
 std::string NewIdentifierStart()

@@ -8,7 +8,7 @@
 
 namespace kx::tools {
 
-/// Replaced by the identifier in a template.
+/// Stands for the message's identifier in a template.
 inline constexpr char kIdentifierMark[] = "{id}";
 
 /// The messages of one run: copies of alternating templates, each with a unique identifier.

@@ -9,8 +9,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Limits the memory that forged Hellos can fill: a device known by Hello alone is never removed as
-/// silent. More than any site has.
+/// Maximum of paths known by Hello alone, more than any site has. Rounds may never remove them, so
+/// forged Hellos could fill the memory.
 constexpr std::size_t kMaxUnanswered = 20'000;
 constexpr std::size_t kMaxOthers = 10'000;
 
@@ -233,8 +233,8 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
     events.back().heard.time = std::chrono::system_clock::now();
 }
 
-/// Returns the path of a message. When watching, one message may supply what another leaves out;
-/// when asking once, each is shown as it arrived.
+/// Returns the path that a message came by. When watching, a message without XAddrs matches a path
+/// that has them, and the reverse; when asking once, each message is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

@@ -45,11 +45,11 @@ const char* NameOf(Event::Kind kind);
 /// The devices of the sought type that sent messages, each with its paths.
 ///
 /// A path is an adapter and the XAddrs: a device with two addresses on one adapter sends messages
-/// for each of them, often from the same source. When asking once, the source's address counts too;
-/// its port does not, since some devices answer from a new one each time.
+/// for each of them, often from the same source. When asking once, the source's address is part of
+/// the path; its port is not, since some devices answer from a new one each time.
 ///
-/// Without a Bye, the messages of a device that moved, or restarted under a new address, look like
-/// those of a second device: other programs on its machine share its MAC address. A round, in which
+/// A device that moved or restarted under a new address without a Bye looks like a second device.
+/// The MAC address does not tell, because two recorders on one machine share it. A round, in which
 /// all devices are asked again, shows whether the former device still answers.
 ///
 /// Not thread-safe.
@@ -75,9 +75,9 @@ public:
     /// Begins a round: a path is silent until a message from it arrives.
     void StartRound();
 
-    /// Returns whether a device is silent that should answer: it did before, or a possible
-    /// successor with its MAC address on its adapter does. A device that never answered, for
-    /// example behind a firewall, does not count.
+    /// Returns whether a device is silent that answered before, or that has the MAC address of one
+    /// that answers on the same adapter, perhaps its successor. A device that never answered does
+    /// not count: it may be behind a firewall.
     bool AnySilent();
 
     /// Removes the silent paths. Returns a kLost event for each, with the current time.

@@ -19,7 +19,7 @@ constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 /// The form of a message's body, by local names.
 struct BodyForm {
     const char* name;  ///< the body's element
-    const char* match; ///< in it, an element for each device; null: it describes one itself
+    const char* match; ///< its child for each device; null: it describes a device itself
     Message::Kind kind;
 };
 
@@ -39,7 +39,7 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body without a known element has one with the same local name.
+/// Returns whether a body, which has no known element, has one of that name in another namespace.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {

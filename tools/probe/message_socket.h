@@ -40,8 +40,8 @@ public:
     CMessageSocket& operator=(const CMessageSocket&) = delete;
 
     /// Opens the socket for sending from an ephemeral port and for the answers to it. It is bound
-    /// to the adapter's address: bound only to the device, it would use another address on
-    /// loopback.
+    /// to the adapter's address: bound only to the device, it would send from another
+    /// adapter's address on loopback.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();

@@ -6,7 +6,7 @@
 #include <vector>
 
 /// Namespaces in XML, which the XML library ignores: the nearest declaration around an element
-/// binds its prefix; without a prefix the default namespace counts. No errors; elements may be
+/// binds its prefix; without a prefix the default namespace applies. No errors; elements may be
 /// null. Thread-safe as long as the document does not change.
 namespace kx::tools {
 

@@ -7,7 +7,7 @@
 
 /// The messages of a client, in the form that most devices can read: XML 1.0 on one line, each
 /// namespace declared by a prefix on the envelope. WS-Discovery's namespace precedes that of the
-/// device type, because recorders use the first declaration that seems to match.
+/// device type: recorders take the first one that contains "/discovery", and their own does, too.
 namespace kx::tools {
 
 /// A message of a client and the identifier that answers relate to.

@@ -55,7 +55,7 @@ public:
     /// Starts receiving.
     void Start();
 
-    /// Sends Probes in place of the previous ones, whose repetitions and answers no longer count.
+    /// Sends new Probes. The previous ones are no longer repeated, and their answers are ignored.
     ///
     /// Errors: AdapterError; nothing is then pending. If a repetition fails, the service's run
     /// throws it; the run may be continued.

@@ -38,7 +38,7 @@ std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
     return probes;
 }
 
-/// Returns whether the kernel's routes choose the adapters, which works only for hosts.
+/// Returns whether the kernel's routes choose the adapters: for hosts (--to) without --adapter.
 bool IsRouted(const ProbeOptions& options)
 {
     return !options.hosts.empty() && options.adapterNames.empty();

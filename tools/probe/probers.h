@@ -85,7 +85,7 @@ private:
     std::vector<AdapterProber> probers;
     /// The failures reported so far: adapter's name and destination.
     std::set<std::pair<std::string, boost::asio::ip::udp::endpoint>> unusable;
-    IgnoredCounts formerIgnored; ///< by probers that were removed
+    IgnoredCounts formerIgnored; ///< of the probers that were removed
     std::uint64_t formerDropped = 0;
 
     std::optional<CAdapterMonitor> monitor; ///< created before the first reading, to miss no change

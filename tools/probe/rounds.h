@@ -25,8 +25,8 @@ public:
     /// Starts a round with the Probe that was just sent.
     void Start();
 
-    /// Asks now, or at the end of the current round: a device has appeared that may be another
-    /// one's successor, or an adapter is back.
+    /// Asks now, or at the end of the current round. Call it when a device appears that may be
+    /// another one's successor, or when an adapter changes.
     void AskSoon();
 
 private:

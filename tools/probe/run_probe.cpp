@@ -236,7 +236,7 @@ void CLookup::Show(const Event& event)
         std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
-    // Not for each line: many devices answer at the same time.
+    // Flushes later, once for several lines: many devices answer at the same time.
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;

@@ -8,9 +8,9 @@
 
 namespace kx::tools {
 
-/// The documents of a server that follows its adapters, with bursts from two concurrent threads in
-/// between: some documents list absent adapters, some are huge, some truncated. After each burst
-/// the correct document follows. Prints ProcessState once a second.
+/// Supplies the documents of a server that follows its adapters. At random times, two threads hand
+/// over a burst of other documents concurrently: some list absent adapters, some are huge, some
+/// truncated. The correct document follows. Prints ProcessState once a second.
 class CBurstSource : public IDocumentSource {
 public:
     /// @param served     must be loaded when Next is called; outlives this

@@ -7,9 +7,9 @@ set datafile missing ""
 stats ARG1 using 1 nooutput
 step = ceil(STATS_max / 300)
 minutes(second) = floor(second / step) * step / 60.0
-# Column 6 counts the threads: more than one within a life, one between lives.
+# Column 6 counts the threads: more than one within a life (Load to Unload), one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
-# An empty line interrupts the curve during the long life.
+# An empty line breaks the curve, which would otherwise cross the long life as a straight line.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1

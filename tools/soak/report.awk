@@ -1,35 +1,33 @@
-# Reads the files of a soak, writes the samples, prints the summary. Exit status 1 if a rule is
-# broken.
+# Reads the files of a soak, writes the samples, prints the summary. Exit status 1 if a check fails.
 #
 #   awk -v steady=ADDRESS -v samples=FILE -f report.awk HOST-LOG PROBES UNANSWERABLE
 #
 # HOST-LOG is the log of pelorin-soak with a line for each event of an adapter. PROBES and
 # UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
-# answered. ADDRESS is that of the steady adapter.
+# answered. ADDRESS is that of the steady adapter, the one that never changes.
 
 BEGIN {
     margin = 0.25 # s; no answer is due this close to a start or stop of an endpoint
     max_silence = 60 # s; the host prints its state every second
-    long_life = 3 # s; a longer life answers at least one Probe
+    long_life = 3 # s; in a longer life at least one Probe must be answered
     min_share = 0.99 # of the Probes that are to be answered
 
-    # By how much a count may exceed the one after the first life while the plug-in runs.
-    # Descriptors: three of the I/O service, a socket for each adapter, and those that the host
-    # opens for a moment. Threads: the one that the plug-in borrows, its I/O thread and one that
-    # sends a burst.
+    # How many more may exist while the plug-in runs than after its first life. Descriptors: three
+    # of the I/O service, a socket for each adapter, and those that the host opens for a moment.
+    # Threads: the one that the plug-in borrows, its I/O thread and one that sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
-    # By how much the minimum in the last quarter of the samples may exceed the minimum in the
-    # second, in bytes. After each life the heap is the same except for a few texts; within one it
-    # depends on the number of adapters. The allocator returns the memory of a huge document to the
-    # system only occasionally.
+    # Allowed growth in bytes, from the minimum of the second quarter of the samples to that of the
+    # last. After each life ("Gone") the heap is the same except for a few texts; within one
+    # ("Running") it depends on the number of adapters. Resident memory may grow more: the allocator
+    # returns that of a huge document to the system only occasionally.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
 }
 
-# Times of day; each file begins on the day on which the first one does.
+# Turns times of day into seconds that go on after midnight. All files begin on the same day.
 FNR == 1 {
     ++file
     now = start
@@ -67,7 +65,7 @@ file == 1 && text ~ /^(Running|Gone): / {
     last_state = now
     when = substr($3, 1, length($3) - 1)
     if (when == "Running" && running_life != lives) {
-        running_life = lives # the checks are for the last life
+        running_life = lives # keep the last life only, in which growth is checked
         count["Running"] = 0
     }
     entry = ++count[when]
