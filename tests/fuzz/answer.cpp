@@ -1,4 +1,4 @@
-// Checks the answer to any datagram that is accepted as a Probe by reading it as the sender would.
+// Reads the answer to any datagram that is accepted as a Probe as its sender would, and checks it.
 
 #include "discovery_soap.h"
 #include "message_reader.h"

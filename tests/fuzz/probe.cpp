@@ -1,4 +1,4 @@
-// Checks, for any datagram that an endpoint may receive, the decision and which outputs are set.
+// Checks what ParseProbe decides about any datagram, and which of its outputs it sets.
 
 #include "discovery_soap.h"
 #include "require.h"
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const kx::CDiscoverySoap soap{
         {std::begin(kx::kDeviceTypes), std::end(kx::kDeviceTypes)}};
-    // A text that was read contains no NUL.
+    // Tells outputs that are not set from those that are: text of a message contains no NUL.
     const std::string untouched("\0", 1);
     std::string messageId = untouched;
     std::string types = untouched;

@@ -21,7 +21,7 @@ bool IsComplete(const kx::AdapterRecord& adapter)
 void Apply(kx::PluginContext& context, const char* text, std::int32_t length)
 {
     context.serverPort = kPortBefore;
-    context.adapters.resize(1); // marked by its empty fields
+    context.adapters.resize(1); // has empty fields; remains if the document is dropped
     kx::ApplyServerDocument(context, text, length);
 }
 
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
             "the check agrees on the adapters");
 
-    // The same without a length: a NUL ends the document in both cases.
+    // The same with length -1, up to the NUL: a NUL ends a document with a length too.
     kx::PluginContext upToNul;
     const std::string text(reinterpret_cast<const char*>(data), size);
     Apply(upToNul, text.c_str(), -1);

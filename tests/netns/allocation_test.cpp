@@ -20,7 +20,8 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// The thread whose allocation fails. The plug-in creates only the I/O thread.
+/// The threads that allocate; allocations of kTest never fail. A thread that the plug-in creates is
+/// kIo: it creates no other.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
@@ -31,7 +32,7 @@ std::atomic<bool> failed{false};
 
 } // namespace
 
-// Not inlined: the compiler would warn about the pair of new and free.
+// Not inlined: the compiler would warn that memory from operator new is passed to free.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
     if (current == failing && failing != Thread::kTest && !inCallback && --countdown == 0) {
@@ -69,11 +70,11 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept
 
 namespace {
 
-/// The exit statuses for the ways in which a life ends.
+/// The exit statuses of a process that runs the plug-in once, from Load to Unload (a life).
 constexpr int kNothingFailed = 0;
 constexpr int kReturned = 10;
 constexpr int kThrew = 11;
-/// The signal that std::terminate raises: an exit takes a second under ThreadSanitizer.
+/// The signal that ends the process in std::terminate: under ThreadSanitizer an exit is slow.
 constexpr int kEnded = SIGUSR1;
 
 std::atomic<int> hellos{0};
@@ -90,7 +91,7 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 }
 
 /// Runs the plug-in from Load to Unload with two endpoints, a Probe and a change of adapters, in a
-/// separate network. Returns the exit status of the process.
+/// separate network. Allocation `number` of the thread fails. Returns the process's exit status.
 int Live(Thread thread, int number)
 {
     alarm(20);
@@ -100,7 +101,8 @@ int Live(Thread thread, int number)
         return EXIT_FAILURE;
     Network::Run("ip link set lo up");
     Socket prober("lo", "127.0.0.1", 0);
-    // Never closed: a run that threw leaves its context, to which only the library points.
+    // Never closed: after a run that threw, only the library points to the plug-in's context, which
+    // would then be reported as a leak.
     static const CPluginLibrary& plugin = *new CPluginLibrary(PELORIN_LIBRARY);
     plugin.Load(&CountMessages);
 

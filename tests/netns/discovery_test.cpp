@@ -156,7 +156,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
     EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
 }
 
-// The host holds the I/O thread in a record for longer than a stop waits for it.
+// The host's callback blocks the I/O thread for longer than a stop waits for it.
 TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
 {
     std::atomic<bool> holding{false};
@@ -178,7 +178,8 @@ TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
     EXPECT_TRUE(group->ReceiveAll("<wsd:Bye>", 200ms).empty());
 }
 
-// The host holds the manager's thread in the records of the second start.
+// While the second endpoint starts, the host's callback blocks the manager's thread until the first
+// endpoint has answered.
 TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
 {
     std::atomic<int> hellos{0};
@@ -197,7 +198,7 @@ TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
     host.Stop();
 }
 
-// The host holds the manager's thread between an endpoint's Bye and its teardown.
+// The host's callback blocks the manager's thread between an endpoint's Bye and its teardown.
 TEST_F(Discovery, NothingIsSentAfterTheBye)
 {
     host.onRecord = [](const std::string& record) {

@@ -24,8 +24,8 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends a datagram to the group from any source except 0.0.0.0, out of the recorder's network,
-/// which also receives it (raw(7)).
+/// Sends a datagram to the group through the recorder's own cam0, where the recorder receives it
+/// too. The source may be any except 0.0.0.0, which the kernel would replace (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {
@@ -76,7 +76,7 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
     return answer;
 }
 
-// docs/operations.md names the lengths of the answers.
+// docs/operations.md states the lengths of answers in floods.txt and the length of a record.
 TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
 {
     std::atomic<int> records{0}, answers{0};
@@ -164,7 +164,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
     const std::string subnets = "10.0.0.0/24, 10.0.1.0/24";
     std::string rules = text.substr(text.find("table inet discovery {"));
     rules.resize(rules.find("```"));
-    // All addresses that the prober uses, without the recorder's.
+    // Instead of the subnets in the example: all addresses of the prober.
     rules.replace(rules.find(subnets), subnets.size(), "10.7.0.2-10.7.0.255");
     Network::Run("nft '" + rules + "'");
     std::vector<Limit> limits;
@@ -214,7 +214,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         EXPECT_LE(answers, most);
         EXPECT_EQ(Count("level=\"75\""), 0U);
     }
-    // Most of these addresses do not exist: a send may still wait for one of them.
+    // Most of the sources above do not exist: the plug-in may still be sending to one of them.
     network.AsProber([] { Network::Run("nft flush ruleset"); });
     while (prober->Receive(0ms)) {
     }

@@ -12,7 +12,7 @@ namespace {
 
 const std::string kMissing = "10.9.0.1 cam9 m";
 
-/// Seconds that a stop waits for a blocked Bye. No Bye is blocked here.
+/// Seconds that a stop waits for a blocked Bye. None is blocked here: a stop can take less.
 constexpr double kByeBound = 0.49;
 /// Seconds that a busy machine may add; fewer than one wait per endpoint would take.
 constexpr double kNoise = 2;
@@ -21,9 +21,9 @@ constexpr double kNoise = 2;
 struct Moment {
     const char* name;
     Lines adapters;
-    const char* record; ///< a log record with this text; null: the call of IOCTL code 1
-    int last;           ///< a random one of this many such records,
-    milliseconds by;    ///< plus a random delay up to this
+    const char* record; ///< after a log record with this text; null: after the call of IOCTL code 1
+    int last;           ///< which such record: a random one of the first `last`
+    milliseconds by;    ///< a random delay up to this comes on top
     int rounds;
     int writers = 0;              ///< threads that send other documents
     const char* network = "true"; ///< a shell command that prepares the network
@@ -31,7 +31,8 @@ struct Moment {
 
 constexpr char kEachBriefly[] = "";
 constexpr char kAtTheMoment[] = "+";
-/// The record in which the host's callback holds the thread, one per round; "-" is none.
+/// Where the host's callback blocks in a round: in every record, at the moment, or in the first
+/// record with this text; "-" is in none.
 const char* const kHolds[] = {"-",           kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};

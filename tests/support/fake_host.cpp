@@ -27,7 +27,7 @@ FakeHost::FakeHost() : plugin(PELORIN_LIBRARY)
     current = this;
 }
 
-FakeHost::~FakeHost() // NOLINT(bugprone-exception-escape): a test may end there
+FakeHost::~FakeHost() // NOLINT(bugprone-exception-escape): an exception may end the test
 {
     Stop();
     plugin.Unload();

@@ -53,7 +53,7 @@ Network::Network()
         ThrowUnless(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    // The adapters of the previous test, when one process runs several tests.
+    // Removes what the previous test left, when one process runs several tests.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {

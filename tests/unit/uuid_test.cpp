@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-// The linker redirects system calls here (--wrap). A script sets the results of the next calls for
-// identifiers. All other calls go to the system.
+// The linker redirects system calls here (--wrap). Calls on the random device take their results
+// from `script`, unless it is empty. All others go to the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
