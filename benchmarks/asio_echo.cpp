@@ -1,5 +1,5 @@
-// A server that shows what Boost.Asio adds to the floor: it sends the same canned answer with the
-// asynchronous calls and the single thread of the plug-in.
+// A server that shows what Boost.Asio costs beyond floor.cpp: it sends the same canned answer, with
+// the asynchronous calls and the single thread of the plug-in.
 
 #include "canned_answer.h"
 #include "discovery_group.h"

@@ -78,7 +78,7 @@ void ParseProbe(benchmark::State& state, const std::string& datagram)
     }
 }
 
-/// Measures the check that rejects a datagram for other devices.
+/// Measures the check that rejects a datagram for other devices before it is parsed.
 void MayMatch(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();

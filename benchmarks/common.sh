@@ -1,5 +1,5 @@
-# Functions of the benchmarks; to be sourced. Benchmarks set `build`, the folder of the programs,
-# and `results`, the folder of the samples.
+# Functions of the benchmarks; to be sourced. The sourcing script sets `build`, the folder of the
+# programs, and `results`, the folder of the samples.
 # shellcheck shell=bash disable=SC2154
 
 # shellcheck source=../scripts/network.sh
@@ -14,8 +14,8 @@ Sample()
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: waits until as many adapters of the namespace $namespace have a carrier,
-# which the kernel notices late.
+# AwaitAdapters COUNT: waits until COUNT adapters in $namespace have a carrier, which the kernel
+# notices with a delay.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
@@ -32,7 +32,7 @@ StartServer()
     server=$!
 }
 
-# AwaitLine FILE START: waits up to a minute for a line that begins so; prints the rest of it.
+# AwaitLine FILE START: waits up to a minute for a line that begins with START; prints its rest.
 AwaitLine()
 {
     for ((tenth = 0; tenth < 600; ++tenth)); do
@@ -57,7 +57,7 @@ Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
 # CountCalls PROCESS FILE COMMAND...: counts the system calls of all threads of a process while the
-# command runs; leaves lines of "calls name" in the file.
+# command runs; writes a line with the number and the name of each call to the file.
 CountCalls()
 {
     local process=$1 file=$2 tracer

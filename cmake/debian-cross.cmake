@@ -4,7 +4,8 @@
 #
 #   DEB_HOST_ARCH=arm64 CMAKE_TOOLCHAIN_FILE=$PWD/cmake/debian-cross.cmake scripts/build release
 
-# Reads a value of the host architecture. --force: those of another may be in the environment.
+# Reads a value of dpkg-architecture(1). --force: ignores values in the environment, which may be of
+# another architecture.
 function(read_architecture name)
   execute_process(
     COMMAND dpkg-architecture --force --host-arch $ENV{DEB_HOST_ARCH} --query ${name}
@@ -19,7 +20,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${DEB_HOST_GNU_CPU})
 set(CMAKE_C_COMPILER ${DEB_HOST_GNU_TYPE}-gcc)
 set(CMAKE_CXX_COMPILER ${DEB_HOST_GNU_TYPE}-g++)
-# Headers and CMake packages without an architecture are shared with the building system.
+# Libraries of the architecture are found and installed here. Headers and CMake packages that fit
+# all architectures are those of the building system.
 set(CMAKE_LIBRARY_ARCHITECTURE ${DEB_HOST_MULTIARCH})
 set(CMAKE_INSTALL_LIBDIR lib/${DEB_HOST_MULTIARCH})
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${DEB_HOST_MULTIARCH}/pkgconfig:/usr/share/pkgconfig)

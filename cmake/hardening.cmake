@@ -1,7 +1,7 @@
 # Makes a fault in this code harder to exploit: the plug-in reads what any machine on the network
 # sends, inside the server. The flags apply to everything, tests included, so that the tests run
-# what is delivered; scripts/check-hardening checks the built files. Not under a sanitizer, which
-# detects more.
+# what is delivered; scripts/check-hardening checks the built files. A build with a sanitizer, which
+# detects more, leaves out the compiler's flags.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
@@ -11,8 +11,8 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
 if(NOT PELORIN_SANITIZE)
-  # Not every compiler supports each on every processor; some then only warn, which breaks the build
-  # later.
+  # A compiler may only warn of a flag that it does not support on this processor. The warning would
+  # break the build later, so it is an error in this check.
   set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection
       -mbranch-protection=standard)
@@ -23,7 +23,7 @@ if(NOT PELORIN_SANITIZE)
     endif()
   endforeach()
 
-  # The C library's checks need an optimising build; older versions of it lack level 3.
+  # The C library's checks of buffer sizes need an optimising build. Older versions lack level 3.
   set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
   check_cxx_source_compiles("#include <cstdio>\nint main() {}" HAS_FORTIFY_3)
   unset(CMAKE_REQUIRED_FLAGS)

@@ -5,15 +5,15 @@ include(GNUInstallDirs)
 
 set(tools pelorin-doctor pelorin-host pelorin-probe)
 
-# pelorin_compress(FILE INPUT): makes INPUT.gz, named FILE.gz, in the build folder.
+# pelorin_compress(NAME INPUT): compresses the file INPUT to NAME.gz in the build folder.
 function(pelorin_compress name input)
   add_custom_command(OUTPUT ${name}.gz
     COMMAND gzip -9nc < ${input} > ${name}.gz
     DEPENDS ${input} VERBATIM)
 endfunction()
 
-# pelorin_install_documents(COMPONENT PACKAGE PAGE): the changelog, the copyright and a page of
-# docs/, in which links to other files become plain text, since those are not installed.
+# pelorin_install_documents(COMPONENT PACKAGE PAGE): installs the changelog, the copyright and a
+# page of docs/. Links to other files, which are not installed, become plain text in it.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})

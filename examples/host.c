@@ -74,8 +74,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // The plug-in skips this adapter. Its handle, the device's number, changes the document
-        // when the device was deleted and created again.
+        // Not an adapter: the plug-in skips it. Its handle, the device's number, tells the plug-in
+        // that the device was deleted and created again, so that it opens its sockets anew.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }

@@ -54,7 +54,7 @@ try:
             (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
              f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
         call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
-        time.sleep(0.5)  # sigtimedwait() reports a signal after SIGSTOP and SIGCONT (Python 3.11)
+        time.sleep(0.5)  # Python 3.11's sigtimedwait() reports a false signal after SIGCONT
         if signal.sigpending() & set(SIGNALS):
             break
 finally:  # also when "ip" is missing: the interpreter waits for the lent thread

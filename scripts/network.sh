@@ -3,14 +3,14 @@
 
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
-# EnterOwnNetwork COMMAND...: does nothing in a network namespace of scripts/own-network; otherwise
-# replaces the process by COMMAND, the calling script, in such a namespace. All processes that it
-# starts end with it.
+# EnterOwnNetwork SCRIPT [ARGUMENT]...: starts the calling script again in a new network namespace,
+# or returns if it runs in one of scripts/own-network already. All processes that the script starts
+# end with it.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
         unshare --pid --fork --kill-child --mount-proc "$@"
-    # The first process of a process namespace ignores signals that it does not handle.
+    # The first process of a PID namespace ignores signals for which it has no handler.
     trap 'exit 130' INT
     trap 'exit 143' TERM
 }
