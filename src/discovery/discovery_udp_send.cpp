@@ -58,8 +58,8 @@ void CDiscoveryUdp::SendBye()
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
 
-    // Polls instead of blocking, so that a timeout or the stop can abandon the send without closing
-    // the descriptor under the call. On a closed socket the first call fails.
+    // Polls instead of blocking, so that a timeout or StopOperations can end the send without
+    // closing the descriptor under the call. On a closed socket non_blocking fails.
     error_code error;
     socket.non_blocking(true, error);
     const auto end = std::chrono::steady_clock::now() + kMaxStopWait;
