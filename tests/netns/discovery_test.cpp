@@ -156,7 +156,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
     EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
 }
 
-// The host's callback blocks the I/O thread for longer than a stop waits for it.
+// The host's callback blocks the I/O thread for longer than the Bye may take.
 TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
 {
     std::atomic<bool> holding{false};
