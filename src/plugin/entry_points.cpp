@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kUnloadPollInterval{10};
 
-/// Created by the first Load, freed by Unload, during which the host calls no other entry point.
+/// The state of the plug-in, or null before Load and after Unload. Needs no lock: only a Load that
+/// creates the state and Unload change the pointer, and the host makes no other call meanwhile.
 kx::PluginContext* context = nullptr;
 
 } // namespace
@@ -69,9 +70,10 @@ std::uint64_t Open(const void* /*request*/, PelorinOpenReply* reply)
     return 0;
 }
 
-// Deliberate: takes no lock, so the run loop misses a request that comes between its check of the
-// flag and its wait, until another Close or a document wakes it. With a lock Close could block, and
-// hosts call it where they must not block.
+// Deliberate: takes no lock. With a lock Close could block, and hosts call it where they must not
+// block. Without one, a Close is missed if it comes after the run loop has checked stopRequested
+// and before the run loop waits for the condition. The run then ends only after another Close or a
+// document has woken it.
 std::uint64_t Close(const void* /*request*/, PelorinStatusReply* reply)
 {
     if (context) {
@@ -90,8 +92,8 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: no else. Writing the reply to a request for another module would overwrite that
-    // module's result.
+    // Deliberate: there is no else branch. A request that fails this condition is for another
+    // module, and a result written here would overwrite the result of that module.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

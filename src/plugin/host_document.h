@@ -2,34 +2,36 @@
 
 #include <cstdint>
 
-/// The names in the documents exchanged with the host. pelorin/plugin.h shows the documents.
+/// Elements, attributes and special values of the XML documents that host and plug-in exchange.
+/// pelorin/plugin.h shows each document.
 namespace kx {
 
-/// The root of every document except the log record. Delta is 0 in all of them.
+// The root element of every document except the log record, and its attribute, which is always 0.
 inline constexpr char kRootElement[] = "Qorm";
 inline constexpr char kDeltaAttribute[] = "Delta";
 
-/// The server and adapter document.
+// The server and adapter document, which the host passes to IOCTL.
 inline constexpr char kServersElement[] = "Servers";
 inline constexpr char kServerElement[] = "Server";
 inline constexpr char kPortAttribute[] = "Port";
-inline constexpr std::int32_t kDefaultServerPort = 22609; ///< until a document sets another
+inline constexpr std::int32_t kDefaultServerPort = 22609; ///< used until a document gives a port
 inline constexpr char kNetworkElement[] = "Network";
 inline constexpr char kAdapterElement[] = "Adapter";
 inline constexpr char kMacAddressAttribute[] = "MACAddress";
 inline constexpr char kHandleAttribute[] = "Handle";
 inline constexpr char kIpAddressAttribute[] = "IPAddress";
-inline constexpr char kUnservedAddress[] = "0.0.0.0"; ///< of an adapter that gets no endpoint
+/// An adapter with this IPAddress gets no discovery endpoint.
+inline constexpr char kUnservedAddress[] = "0.0.0.0";
 inline constexpr char kConnectedAttribute[] = "Connected";
 
-/// The registration document.
+// The registration document, which Open sends to the host.
 inline constexpr char kModulesElement[] = "Modules";
 inline constexpr char kModuleElement[] = "Module";
 inline constexpr char kNameAttribute[] = "Name";
 inline constexpr char kIdAttribute[] = "ID";
 inline constexpr char kVersionAttribute[] = "Version";
 
-/// The log record.
+// The log record, which the plug-in sends to the host.
 inline constexpr char kLogElement[] = "log_msg";
 inline constexpr char kLevelAttribute[] = "level";
 

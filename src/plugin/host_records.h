@@ -4,17 +4,17 @@
 
 #include <cstdint>
 
-/// The plug-in's own names for parts of the host interface; the contract is in pelorin/plugin.h.
+/// The names that the plug-in's code uses for parts of pelorin/plugin.h, which has the contract.
 namespace kx {
 
 using HostRequest = PelorinHostRequest;
 using HostReply = PelorinHostReply;
 using HostCallback = PelorinHostCallback;
 
-/// The plug-in's identity toward the host.
+/// The number by which the host identifies the plug-in.
 inline constexpr std::uint64_t kModuleId = PELORIN_MODULE_ID;
 
-/// Commands of a HostRequest.
+// Values of HostRequest::command: a log record and the registration document.
 inline constexpr std::uint64_t kLogCommand = PELORIN_LOG;
 inline constexpr std::uint64_t kRegisterCommand = PELORIN_REGISTER;
 

@@ -2,9 +2,10 @@
 
 namespace kx {
 
-/// Sends the registration document, which names the module to the host, under kRegisterCommand.
-/// Each call sends it again. The host's status is ignored.
+/// Sends the registration document to the host: the plug-in's name, number and version. Ignores the
+/// status that the host returns.
 ///
+/// Errors: std::bad_alloc, and what the host's callback throws.
 /// Threads: host, after Load.
 void SendModuleRegistration();
 

@@ -12,22 +12,26 @@
 
 namespace kx {
 
-/// State shared by the entry points, the document handler and the run loop. One per process,
+/// The state that the entry points share with the run loop (RunDiscoveryLoop). One per process,
 /// created by Load and freed by Unload.
 ///
-/// Errors: construction throws boost::thread_resource_error.
+/// Errors: the constructor throws boost::thread_resource_error when it cannot create the mutex or
+/// the condition variable.
 struct PluginContext {
-    /// Set by Close, never cleared: a stopped context stays stopped.
+    /// Set by Close and never cleared: after Close, every further run on this context returns
+    /// without starting an endpoint.
     std::atomic<bool> stopRequested{false};
-    /// Set by a run and cleared when it returns; Unload waits for that. A run that throws leaves it
-    /// set, and the next one that returns clears it.
+    /// Set while RunDiscoveryLoop runs; Unload waits until it is clear. If RunDiscoveryLoop throws,
+    /// the flag stays set until a later call of RunDiscoveryLoop returns without an exception.
     std::atomic<bool> running{false};
-    /// Guards `adapters`, and lets `adapters` and `serverPort` change in one step.
+    /// Guards `adapters`. Held also while `serverPort` changes, so that the run loop never combines
+    /// the adapters of one document with the port of another.
     boost::mutex mutex;
-    /// Wakes the run loop after a document was applied or a stop was requested.
+    /// The run loop waits for it. Notified when a document was applied or a stop was requested.
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
-    /// As read, without a range check. Atomic: the run loop first reads it without the mutex.
+    /// The port from the host's document, without a range check. Atomic, because the run loop reads
+    /// it once without the mutex, when it begins.
     std::atomic<std::int32_t> serverPort{kDefaultServerPort};
 };
 

@@ -5,7 +5,7 @@
 namespace kx {
 namespace {
 
-/// Atomic: a second Load may replace it while the I/O thread logs.
+/// Atomic, because a second Load may replace it while a run is sending log records.
 std::atomic<HostCallback> hostCallback{nullptr};
 
 } // namespace

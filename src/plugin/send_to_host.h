@@ -8,21 +8,24 @@
 
 namespace kx {
 
-/// Sets the host's callback; a later call replaces it.
+/// Sets the callback for SendToHost, replacing an earlier one. Thread-safe.
 void SetHostCallback(HostCallback callback);
 
-/// Passes data to the host's callback, the only way from the plug-in to the host, and returns when
-/// the callback does. Not to be called before Load.
+/// Calls the host's callback with the data and waits until it returns. Everything that the plug-in
+/// sends to the host goes through this function. Not to be called before SetHostCallback.
 ///
 /// @param command  kLogCommand or kRegisterCommand
-/// @param data     the host may read it during the call only
-/// @param length   bytes at `data`, for a text its NUL included
-/// @return the status that the host set, 0 if it set none
+/// @param data     valid for the host during the call only
+/// @param length   bytes at `data`; includes the NUL of a text
+/// @return the status that the host set; 0 if it set none
 ///
 /// Errors: what the callback throws. Thread-safe; takes no lock.
 std::uint32_t SendToHost(std::uint64_t command, const char* data, std::uint32_t length);
 
-/// Prints a document and passes it to the host, as SendToHost does; the host's status is ignored.
+/// Sends a document to the host as XML text and ignores the status that the host returns.
+///
+/// Errors: std::bad_alloc, and what the callback throws. Thread-safe as long as the document does
+/// not change.
 void SendDocument(std::uint64_t command, const tinyxml2::XMLDocument& document);
 
 } // namespace kx

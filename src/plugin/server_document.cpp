@@ -13,11 +13,11 @@ void ApplyServerDocument(PluginContext& context, const char* text, std::int32_t 
         return;
     {
         const boost::lock_guard<boost::mutex> lock(context.mutex);
+        // Swapped, so that the previous adapters are freed after the lock is released.
         context.adapters.swap(settings->adapters);
         if (settings->port)
             context.serverPort = *settings->port;
     }
-    // The previous adapters, now in `settings`, are freed without the lock held.
     context.condition.notify_all();
 }
 

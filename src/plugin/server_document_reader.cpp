@@ -11,9 +11,10 @@ using tinyxml2::XMLElement;
 namespace kx {
 namespace {
 
+/// The length of a document that ends at its NUL.
 constexpr std::int32_t kUpToNul = -1;
 
-/// Reads a required attribute, which must not be empty.
+/// Copies the text of an attribute to `value`; returns false if the attribute is missing or empty.
 bool ReadText(const XMLElement& element, const char* name, std::string& value)
 {
     const char* text = element.Attribute(name);
@@ -30,8 +31,9 @@ const XMLElement* Child(const XMLElement* parent, const char* name)
 
 } // namespace
 
-// Deliberate: not XMLElement::QueryIntAttribute, which reads "0x10" as 16 since tinyxml2 8.1. A
-// host's document could then mean another port than before.
+// Deliberate: not XMLElement::QueryIntAttribute. Since tinyxml2 8.1 it reads "0x10" as 16, where
+// older versions and sscanf(3) read 0. The port that a document gives would then depend on the
+// library's version.
 bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& value)
 {
     const char* text = element.Attribute(name);
@@ -40,7 +42,8 @@ bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& valu
 
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length)
 {
-    // A length below -1 would become a huge size and make the XML library throw into the host.
+    // A length below -1 would become a huge size_t. tinyxml2 could not allocate that many bytes,
+    // and its std::bad_alloc would leave IOCTL and reach the host.
     return length >= kUpToNul &&
            document.Parse(text, static_cast<std::size_t>(length)) == tinyxml2::XML_SUCCESS;
 }

@@ -10,43 +10,48 @@
 
 namespace kx {
 
-/// What a server and adapter document says.
+/// What the plug-in uses of a server and adapter document.
 struct ServerSettings {
-    std::optional<std::int32_t> port;    ///< as read, without a range check; none: the port stays
-    std::vector<AdapterRecord> adapters; ///< connected and complete ones, in the document's order
+    std::optional<std::int32_t> port;    ///< no range check; empty: the document gives no port
+    std::vector<AdapterRecord> adapters; ///< those that ReadAdapter accepts, in document order
 };
 
-/// Reads a server and adapter document.
+/// Reads a server and adapter document. Leaves out the adapters that ReadAdapter rejects.
 ///
-/// @param text    the document; a NUL at its end is not needed
+/// @param text    the document; needs no NUL at its end
 /// @param length  bytes at `text`; -1: up to the first NUL
-/// @return nothing if the document is malformed or incomplete, if its Delta is not 0, or if
-///         `length` is another negative number
+/// @return nothing if tinyxml2 cannot parse the document, if an element of ServerElements is
+///         missing, if Delta is not 0, or if `length` is less than -1
 ///
-/// An adapter that is not connected or not complete is left out. Thread-safe.
+/// Errors: std::bad_alloc. Thread-safe.
 std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t length);
 
-// The steps of ReadServerDocument, for tools that explain its result.
+// The steps of ReadServerDocument. They are public because pelorin-host --check repeats them to
+// explain what the plug-in reads from a document.
 
-/// Parses the text; false if it is not well-formed, and `document` then holds the reason.
+/// Parses the text. Returns false if tinyxml2 cannot parse it, and `document` then holds the error;
+/// returns false without an error in `document` if `length` is less than -1.
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length);
 
-/// The elements on the way to the adapters. Each is null if it or one before it is missing.
+/// The elements that lead to the adapters, from the outermost to the innermost. If one is missing,
+/// it and those after it are null. The document owns them.
 struct ServerElements {
     const tinyxml2::XMLElement* root;
-    const tinyxml2::XMLElement* servers; ///< also null unless the root's Delta is 0
+    const tinyxml2::XMLElement* servers; ///< null also if Delta of the root is missing or not 0
     const tinyxml2::XMLElement* server;
     const tinyxml2::XMLElement* network;
 };
 
+/// Finds the elements of ServerElements: at each level the first element with the right name.
 ServerElements FindServerElements(const tinyxml2::XMLDocument& document);
 
-/// Reads an integer attribute as a "%d" scan does; `value` is untouched when it is missing or not a
-/// number.
+/// Reads an integer attribute as sscanf(3) does with "%d". Returns false and leaves `value`
+/// unchanged if the attribute is missing or does not begin with an integer.
 bool ReadInteger(const tinyxml2::XMLElement& element, const char* name, std::int32_t& value);
 
-/// Reads an Adapter element; returns the name of the attribute that excludes it, or nullptr if the
-/// adapter is used.
+/// Reads an Adapter element. Accepts it if MACAddress, Handle and IPAddress are not empty and
+/// Connected is 1, and returns nullptr. Otherwise returns the name of the first attribute that does
+/// not meet this condition; `adapter` may then be filled in part.
 const char* ReadAdapter(const tinyxml2::XMLElement& element, AdapterRecord& adapter);
 
 } // namespace kx
