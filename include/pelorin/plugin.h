@@ -1,39 +1,42 @@
-/// The interface between a host, the recorder's server, and the plug-in pelorin.so.
+/// The interface between the plug-in pelorin.so and its host. The host is the program that loads
+/// the plug-in: the recorder's server.
 ///
-/// C99; C++ reads it too. It needs nothing but the C library's headers, and there is nothing to
+/// The header is valid C99 and C++. It needs only the C library's headers, and there is nothing to
 /// link: a host loads the plug-in by dlopen(3) and looks its entry points up by dlsym(3).
 /// examples/host.c is a complete host; docs/host-interface.md explains what to take care of.
 ///
-/// The order of calls:
+/// The order of calls. The call of IOCTL with PELORIN_RUN is named "the run" in this header.
 ///
-///     Load           stores the host's callback
-///     Open           the plug-in registers through the callback
-///     IOCTL, run     on a thread of its own, which it keeps until Close
-///     IOCTL, apply   the server's port and adapters: now, repeatedly, and after each change
-///     Close          repeated until the run has returned
-///     Unload         last; then dlclose(3)
+///     Load                   stores the host's callback
+///     Open                   registers the plug-in through the callback
+///     IOCTL, PELORIN_RUN     runs discovery until Close, so it needs a separate thread
+///     IOCTL, PELORIN_APPLY   sets the port and adapters; call it repeatedly and after each change
+///     Close                  asks the run to stop; call it repeatedly until the run has returned
+///     Unload                 frees the plug-in's state; dlclose(3) may follow
 ///
-/// Compatibility. A host may rely on the eight names, on the layouts and values below, on the
-/// documents below, and on the messages that the plug-in sends over the network. It may not rely on
-/// the order of records from different threads, nor on the texts of log records; their levels keep
-/// their meaning. Only the attribute Version of the registration document tells versions apart.
+/// Compatibility. A host may rely on the names of the eight entry points, on the layouts and values
+/// below, on the documents below, and on the messages that the plug-in sends over the network. It
+/// may not rely on the order of records from different threads, nor on the texts of log records.
+/// The levels of log records keep their meaning. Only the attribute Version of the registration
+/// document tells versions apart.
 ///
-/// Threads. Each function carries one of these tags:
+/// Threads. Each function below names its threads by these tags:
 ///
 ///     [any-thread]   Any thread of the host, concurrently with other calls.
-///     [lent-thread]  The thread that calls IOCTL with PELORIN_RUN. It is the plug-in's until that
-///                    call returns.
+///     [lent-thread]  The thread that calls IOCTL with PELORIN_RUN. The host lends it to the
+///                    plug-in until that call returns.
 ///     [io-thread]    A thread that the plug-in creates inside that call and joins before the call
 ///                    returns.
 ///     [alone]        Any thread, while no other call into the plug-in is running.
 ///
-/// Exceptions. C++ exceptions may leave Load, Open and IOCTL when the process runs out of memory or
-/// threads; a host in C then ends. A host in C++ catches `const std::exception&` and calls what()
-/// only, before dlclose(3). It does not catch Boost's classes: its own Boost may define them
-/// differently.
-/// Running out of memory on the I/O thread, or while a run stops after Close, ends the process.
+/// Exceptions. Load, Open and IOCTL throw C++ exceptions when the process runs out of memory or
+/// threads. A host in C cannot catch them, so they end it. A host in C++ catches
+/// `const std::exception&` and calls only what(). It does so before dlclose(3), which unmaps the
+/// code of what(). It does not catch Boost's exception classes, because the Boost that the host is
+/// built with may define them differently.
+/// If memory runs out on the I/O thread, or while the run stops after Close, the process ends.
 ///
-/// Exit. If /dev/urandom cannot be opened or read, a run ends the process by exit(3) with status 74
+/// Exit. If the run cannot open or read /dev/urandom, it ends the process by exit(3) with status 74
 /// (EX_IOERR of sysexits(3)).
 #ifndef PELORIN_PLUGIN_H
 #define PELORIN_PLUGIN_H
@@ -59,20 +62,20 @@ extern "C" {
 #define PELORIN_ASSERT_OFFSET(record, field, offset)                                               \
     PELORIN_ASSERT(offsetof(record, field) == (offset))
 
-/// The plug-in's number: in the descriptor, in every HostRequest, in the registration document, and
-/// the destination that Write accepts.
+/// The plug-in's number. It is in the descriptor that Load fills, in every PelorinHostRequest and
+/// in the registration document. Write accepts it as the destination.
 #define PELORIN_MODULE_ID UINT64_C(0x4c0000)
 
 /// Control codes of IOCTL.
-#define PELORIN_RUN UINT32_C(1)        ///< discovery, on this thread until Close
-#define PELORIN_APPLY UINT32_C(2)      ///< a server and adapter document
+#define PELORIN_RUN UINT32_C(1)        ///< runs discovery on the calling thread until Close
+#define PELORIN_APPLY UINT32_C(2)      ///< sets the port and the adapters, given as a document
 
-/// Commands of a HostRequest.
-#define PELORIN_LOG UINT64_C(64)       ///< a log record
-#define PELORIN_REGISTER UINT64_C(256) ///< the registration document
+/// Commands of a PelorinHostRequest.
+#define PELORIN_LOG UINT64_C(64)       ///< its data is a log record
+#define PELORIN_REGISTER UINT64_C(256) ///< its data is the registration document
 
 /// Levels of log records. A host must accept any other number too.
-#define PELORIN_LEVEL_LOCAL 0          ///< standard error of the process; never reaches the host
+#define PELORIN_LEVEL_LOCAL 0          ///< goes to standard error, never to the callback
 #define PELORIN_LEVEL_INFO 25          ///< progress
 #define PELORIN_LEVEL_WARNING 50       ///< a failure that is tolerated
 #define PELORIN_LEVEL_ERROR 75         ///< a failure
@@ -89,10 +92,12 @@ extern "C" {
 //     </Qorm>
 //
 // Server and adapter document, handed to IOCTL with PELORIN_APPLY. It replaces the port and the
-// whole list of adapters. Handle is the name of the network device. Discovery does not run on an
-// adapter at 0.0.0.0, but a change of its attributes restarts discovery on all adapters. That is
-// what the second adapter here is for: its Handle is the interface index of eth0, which changes
-// when eth0 is deleted and created again.
+// whole list of adapters. Handle is the name of the network device.
+//
+// Discovery does not run on an adapter whose IPAddress is 0.0.0.0. But if such an adapter changes,
+// discovery restarts on all adapters. The second adapter below uses this: its Handle is the
+// interface index of eth0. If eth0 is deleted and created again, the index changes, and discovery
+// restarts with new sockets. The old sockets stay bound to the deleted device and receive nothing.
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -106,28 +111,29 @@ extern "C" {
 //         </Servers>
 //     </Qorm>
 //
-// Log record. The level is one of the above; the text is at most 511 bytes long before escaping. It
-// can contain bytes received from the network: invalid UTF-8, and control characters, which a
-// strict XML parser refuses.
+// Log record. The level is one of the above. The text has at most 511 bytes before XML characters
+// are escaped. It can contain bytes that were received from the network. So it may not be valid
+// UTF-8, and it may contain control characters, which a strict XML parser refuses.
 //
 //     <?xml version="1.0" encoding="UTF-8"?>
 //     <log_msg level="25">Restarting discovery on interface 10.0.0.5</log_msg>
 
-// Records. The number behind a field is its offset in bytes. A field whose meaning only the host
-// knows is named by its offset. The plug-in neither reads nor writes the unused fields of the
-// host's records; in a HostRequest they are zero. A record ends here with the last field that the
-// plug-in uses; the host's record may be longer.
+// Records. The comment of a field begins with the field's offset in bytes. Then follows the field's
+// value or its meaning. A field whose meaning only the host knows is named by its offset,
+// such as `fixed4`. A field named `unused` is zero in a PelorinHostRequest; in the host's records
+// the plug-in neither reads nor writes it. The host's records are declared up to the last field
+// that the plug-in uses and may be longer.
 
-/// What the plug-in passes to the callback.
+/// The request that the plug-in passes to the callback. The plug-in sets all fields.
 typedef struct PelorinHostRequest {
     uint32_t size;       //  0  224
     uint32_t fixed4;     //  4  1
-    uint32_t dataLength; //  8  bytes at `data`, of a text its NUL included
+    uint32_t dataLength; //  8  bytes at `data`, including the NUL at the end
     uint32_t unused12;
-    const void* data; // 16  valid during the callback only
+    const void* data; // 16  the document; valid during the callback only
     uint64_t sender;  // 24  PELORIN_MODULE_ID
     uint64_t fixed32; // 32  0
-    uint64_t command; // 40  PELORIN_LOG, PELORIN_REGISTER
+    uint64_t command; // 40  PELORIN_LOG or PELORIN_REGISTER
     uint64_t fixed48; // 48  0x1000010
     uint8_t unused56[168];
 } PelorinHostRequest;
@@ -141,11 +147,11 @@ PELORIN_ASSERT_OFFSET(PelorinHostRequest, fixed32, 32);
 PELORIN_ASSERT_OFFSET(PelorinHostRequest, command, 40);
 PELORIN_ASSERT_OFFSET(PelorinHostRequest, fixed48, 48);
 
-/// The host's answer to a HostRequest.
+/// The reply to a PelorinHostRequest. The plug-in sets all fields before it calls the callback.
 typedef struct PelorinHostReply {
     uint32_t size;   //  0  12
     uint32_t fixed4; //  4  1
-    uint32_t status; //  8  0; the host may set it, and the plug-in ignores it
+    uint32_t status; //  8  0; the callback may change it; the plug-in ignores it afterwards
 } PelorinHostReply;
 PELORIN_ASSERT(sizeof(PelorinHostReply) == 12);
 PELORIN_ASSERT_OFFSET(PelorinHostReply, size, 0);
@@ -154,19 +160,21 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 
 /// The host's function that receives the registration and the log records.
 ///
-/// Both records and the data are the plug-in's and valid during the call only. The plug-in waits
-/// until the callback returns, and holds no lock of its own meanwhile. The callback must not throw,
-/// and may call no entry points but Close and IOCTL with PELORIN_APPLY. While a call on the I/O
-/// thread lasts, no Probe is answered on any adapter; while one on the lent thread lasts, the
-/// plug-in acts on no document.
+/// The request, its data and the reply belong to the plug-in and are valid only until the callback
+/// returns. The plug-in waits for that and meanwhile holds no lock of its own. The callback must
+/// not throw. Of the entry points, it may call only Close and IOCTL with PELORIN_APPLY.
 ///
-/// Records of one thread come in order. None of them tells the host that the plug-in has acted on a
-/// document.
+/// While the callback runs on the I/O thread, the plug-in answers no Probe on any adapter. While it
+/// runs on the lent thread, the plug-in acts on no document.
 ///
-/// [any-thread] the registration, on the thread that calls Open
-/// [lent-thread] log records about stopping discovery and starting it for a new document
-/// [io-thread] all other log records, such as those of a Bye or of a restart after a failure;
-///     concurrently with the lent thread
+/// Log records of one thread come in order. No log record tells the host that the plug-in has acted
+/// on a document.
+///
+/// Three threads call the callback, the last two of them concurrently:
+///
+/// [any-thread] the one that calls Open, with the registration document
+/// [lent-thread] with log records about stopping discovery and starting it for a new document
+/// [io-thread] with all other log records, such as those of a Bye or of a restart after a failure
 typedef void (*PelorinHostCallback)(const PelorinHostRequest* request, PelorinHostReply* reply);
 PELORIN_ASSERT(sizeof(PelorinHostCallback) == 8);
 
@@ -176,7 +184,7 @@ typedef struct PelorinLoadRequest {
 } PelorinLoadRequest;
 PELORIN_ASSERT_OFFSET(PelorinLoadRequest, callback, 16);
 
-/// The plug-in's descriptor. The plug-in writes bytes up to 107.
+/// The plug-in's descriptor, which Load fills. Load writes nothing after the first 108 bytes.
 typedef struct PelorinLoadReply {
     uint8_t unused0[8];
     uint64_t moduleId; //   8  PELORIN_MODULE_ID
@@ -232,11 +240,11 @@ PELORIN_ASSERT_OFFSET(PelorinStatusReply, status, 8);
 
 typedef struct PelorinIoctlRequest {
     uint8_t unused0[8];
-    uint32_t code; //  8  PELORIN_RUN, PELORIN_APPLY
+    uint32_t code; //  8  PELORIN_RUN or PELORIN_APPLY
     uint8_t unused12[12];
-    int32_t dataLength; // 24  PELORIN_APPLY: bytes at `data`; -1: up to its NUL; less: dropped
+    int32_t dataLength; // 24  of PELORIN_APPLY: bytes at `data`, or -1: `data` ends with a NUL
     uint8_t unused28[4];
-    const char* data; // 32  PELORIN_APPLY: the document
+    const char* data; // 32  of PELORIN_APPLY: the document
 } PelorinIoctlRequest;
 PELORIN_ASSERT_OFFSET(PelorinIoctlRequest, code, 8);
 PELORIN_ASSERT_OFFSET(PelorinIoctlRequest, dataLength, 24);
@@ -251,9 +259,9 @@ PELORIN_ASSERT_OFFSET(PelorinIoctlReply, status, 12);
 /// Request of Read and Write.
 typedef struct PelorinTransferRequest {
     uint8_t unused0[12];
-    uint8_t flag; // 12
+    uint8_t flag; // 12  see PelorinRead and PelorinWrite
     uint8_t unused13[19];
-    uint64_t destination; // 32  Write only: the number of the module addressed
+    uint64_t destination; // 32  of Write: the number of the module that the request is for
 } PelorinTransferRequest;
 PELORIN_ASSERT_OFFSET(PelorinTransferRequest, flag, 12);
 PELORIN_ASSERT_OFFSET(PelorinTransferRequest, destination, 32);
@@ -261,62 +269,69 @@ PELORIN_ASSERT_OFFSET(PelorinTransferRequest, destination, 32);
 /// Reply of Read and Write.
 typedef struct PelorinTransferReply {
     uint8_t unused0[24];
-    uint32_t result; // 24
+    uint32_t result; // 24  see PelorinRead and PelorinWrite
 } PelorinTransferReply;
 PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 
 // Entry points: the type and the symbol of each. All return 0; statuses are in the replies.
 //
-// Request and reply are the host's memory. The plug-in uses them during the call only and writes no
-// more of a reply than the fields named above. A reply must not be null; a request of type void is
-// not read and may be null.
+// Request and reply are the host's memory. The plug-in uses them only until the entry point returns
+// and writes only those fields of a reply that are not named `unused`. A reply must not be null. A
+// request of type `const void*` is not read and may be null.
 
 /// Stores the callback, fills the descriptor and creates the plug-in's state if there is none. A
 /// second Load without Unload keeps the state.
 ///
 /// Waits for nothing. Call it first.
-/// Errors: throws boost::thread_resource_error or std::bad_alloc. There is no state then; the
+/// Errors: throws boost::thread_resource_error or std::bad_alloc if it cannot create the state; the
 /// callback stays stored.
 ///
-/// [alone], except that a run may be in progress.
+/// [alone], but the run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);
 #define PELORIN_LOAD_NAME "Load"
 
-/// Sends the registration document through the callback, each time.
+/// Sends the registration document through the callback, each time that it is called.
 ///
-/// Waits for the callback. Requires Load.
-/// Errors: throws std::bad_alloc; nothing is sent then.
+/// Waits until the callback returns. Call Load first.
+/// Errors: throws std::bad_alloc; the callback is not called then.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 #define PELORIN_OPEN_NAME "Open"
 
-/// Runs discovery or applies a document; does nothing with another code. Requires Load.
+/// Runs discovery or applies a document; with any other code it only sets the status. Call Load
+/// first.
 ///
-/// PELORIN_RUN runs discovery on the calling thread and returns after Close. Discovery runs once
-/// between Load and Unload: after Close, another run sends a few log records and returns. Two runs
-/// must not overlap. The stack needs 128 KiB. The I/O thread inherits this thread's signal mask.
-/// Until the call returns, nothing in the process may call exit(3): it destroys objects that the
-/// run uses.
-/// Errors: throws boost::thread_resource_error when the I/O service or its thread cannot be
-/// created, and std::bad_alloc. Another run may then be tried; Unload does not return until one has
-/// returned without an exception.
+/// PELORIN_RUN runs discovery on the calling thread and returns after Close. Discovery runs only
+/// once between Load and Unload: after Close, another run only sends a few log records. Two runs
+/// must not overlap. The calling thread needs a stack of 128 KiB. The I/O thread inherits its
+/// signal mask. Until the run returns, nothing in the process may call exit(3), because exit(3)
+/// destroys objects that the run uses.
+///
+/// Errors: throws boost::thread_resource_error if it cannot create the I/O service or the I/O
+/// thread, and std::bad_alloc. The host may then call it again. After such an exception, Unload
+/// does not return until a run has returned without an exception.
 ///
 /// [lent-thread]
 ///
 /// PELORIN_APPLY replaces the port and the adapters by those of a document; of concurrent calls the
-/// last one wins. It waits for no callback and no network. The data is the host's and need not
-/// outlive the call. A document that cannot be read is dropped silently. The run may miss a
-/// document that comes while it is busy or before its first wait, so pass the current one
-/// repeatedly; an unchanged one has no effect. May be called before, during and after a run.
+/// last one wins. It waits neither for the callback nor for the network. The plug-in does not use
+/// the document after the call. A document that cannot be read, or whose length is below -1, is
+/// dropped without a log record. May be called before, during and after a run.
+///
+/// The run acts on a document only if it is waiting for one. It misses a document that comes before
+/// its first wait, or while it still acts on an earlier one. So pass the current document
+/// repeatedly; the run ignores a document that changes nothing.
+///
 /// Errors: throws std::bad_alloc; nothing is replaced then.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinIoctl)(const PelorinIoctlRequest* request, PelorinIoctlReply* reply);
 #define PELORIN_IOCTL_NAME "IOCTL"
 
-/// Asks the run to stop. Does not wait for it. The run may miss a single request: repeat it every
-/// 10 ms until the run has returned. Without Load it only sets the status.
+/// Asks the run to stop and does not wait until it has stopped. The run may miss a single call of
+/// Close, so repeat it every 10 ms until the run has returned. Before Load and after Unload, Close
+/// only sets the status.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply);
@@ -324,29 +339,30 @@ typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply)
 
 /// Frees the state that Load created; the callback stays stored.
 ///
-/// Waits for the end of the run, however long that takes, without asking it to stop. Call it after
-/// Close, with the lent thread joined: that thread still executes the plug-in's code for a moment
-/// after the wait here has ended. Load may follow. Without Load it only sets the status.
+/// Does not ask the run to stop, but waits until it has stopped, however long that takes. Call
+/// Close first, and join the lent thread before Unload: that thread may still execute the plug-in's
+/// last instructions when Unload returns, and a dlclose(3) would unmap them. Load may be called
+/// again after Unload. If there is no state, Unload only sets the status.
 ///
 /// [alone]
 typedef uint64_t (*PelorinUnload)(const void* request, PelorinStatusReply* reply);
 #define PELORIN_UNLOAD_NAME "Unload"
 
-/// Sets the result to minus the flag, modulo 2^32. Reads no data.
+/// Sets the reply's `result` to minus the request's `flag`, modulo 2^32. Transfers no data.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinRead)(const PelorinTransferRequest* request, PelorinTransferReply* reply);
 #define PELORIN_READ_NAME "Read"
 
-/// Sets the result to 0 if the flag is not 0 or the destination is PELORIN_MODULE_ID; otherwise
-/// leaves the reply as it is. Ignores the data.
+/// Sets the reply's `result` to 0 if the request's `flag` is not 0 or its `destination` is
+/// PELORIN_MODULE_ID. Otherwise leaves the reply as it is. Transfers no data.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinWrite)(const PelorinTransferRequest* request,
                                  PelorinTransferReply* reply);
 #define PELORIN_WRITE_NAME "Write"
 
-/// Does nothing but set the status.
+/// Only sets the status.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinSeek)(const void* request, PelorinStatusReply* reply);
