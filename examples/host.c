@@ -1,9 +1,9 @@
-// A complete host in C99: loads the plug-in, hands it this machine's connected adapters for as long
-// as it runs, prints what the plug-in reports, and stops it in order on SIGINT or SIGTERM.
+// A complete host in C99: loads the plug-in, passes it this machine's connected adapters, prints
+// what it sends, and stops it on SIGINT or SIGTERM. 22609 below is the port of the server.
 //
 //     cc -std=c99 -I ../include host.c -o host -pthread -ldl
-//     ./host /usr/lib/x86_64-linux-gnu/pelorin/pelorin.so 22609    # where the recorder serves
-#define _GNU_SOURCE // pthread_tryjoin_np
+//     ./host /usr/lib/x86_64-linux-gnu/pelorin/pelorin.so 22609
+#define _GNU_SOURCE // for pthread_tryjoin_np(3)
 #include <pelorin/plugin.h>
 
 #include <arpa/inet.h>
@@ -20,12 +20,12 @@
 
 static PelorinIoctl Ioctl;
 
-// Called on three threads, sometimes concurrently. The plug-in waits for it, so a server should
-// only queue the record. Do not take a lock here that is held around an entry point.
+// Called by three threads, two of them concurrently. The plug-in waits for it, so a server should
+// only queue the record. A lock taken here and held around an entry point can cause a deadlock.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
-    // Any machine may have sent parts of the text: a terminal must not get its control characters.
+    // The text can contain bytes from the network. A terminal must not get control characters.
     const unsigned char* text = request->data;
     flockfile(stdout);
     for (uint32_t i = 0; i + 1 < request->dataLength; ++i)
@@ -34,7 +34,7 @@ static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
     funlockfile(stdout);
 }
 
-// The plug-in keeps this thread until it is closed.
+// The lent thread: the call of Ioctl returns only after Close.
 static void* Run(void* unused)
 {
     PelorinIoctlRequest request = {.code = PELORIN_RUN};
@@ -57,12 +57,12 @@ static char* MakeDocument(const char* port)
         if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET ||
             (each->ifa_flags & (IFF_LOOPBACK | IFF_RUNNING)) != IFF_RUNNING)
             continue;
-        // "eth0:1" is the label of an address; the device, which the plug-in needs, is eth0.
+        // A name such as "eth0:1" is the label of an address. The plug-in needs the device, eth0.
         char device[IF_NAMESIZE];
         snprintf(device, sizeof(device), "%.*s", (int)strcspn(each->ifa_name, ":"), each->ifa_name);
-        if (strpbrk(device, "&<'")) // allowed in a name; in XML they would have to be escaped
+        if (strpbrk(device, "&<'")) // this example escapes no XML: it skips such a device
             continue;
-        unsigned char mac[6] = {0}; // zeros for a device without one, such as a tunnel
+        unsigned char mac[6] = {0}; // zeros for a device without a MAC address, such as a tunnel
         for (struct ifaddrs* link = list; link; link = link->ifa_next) {
             const struct sockaddr_ll* found = (struct sockaddr_ll*)link->ifa_addr;
             if (found && found->sll_family == AF_PACKET && found->sll_halen == sizeof(mac) &&
@@ -74,8 +74,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // Not an adapter: the plug-in skips it. Its handle, the device's number, tells the plug-in
-        // that the device was deleted and created again, so that it opens its sockets anew.
+        // The plug-in skips 0.0.0.0, but opens all sockets anew when the list changes. This entry
+        // changes when the device is deleted and created again: its handle is the device's number.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }
@@ -85,8 +85,8 @@ static char* MakeDocument(const char* port)
     return text;
 }
 
-// Hands over the current adapters repeatedly until a signal arrives. The plug-in misses a document
-// while its thread starts or acts on the previous one, and ignores one that changes nothing.
+// Passes the adapters every half second until a signal arrives, because the plug-in misses a
+// document while the lent thread starts or acts on the previous one. It ignores unchanged ones.
 static void HandOver(const char* port, const sigset_t* signals)
 {
     do {
@@ -98,7 +98,7 @@ static void HandOver(const char* port, const sigset_t* signals)
     } while (sigtimedwait(signals, NULL, &(struct timespec){0, 500000000}) < 0);
 }
 
-// Copies the pointer, because ISO C cannot convert an object pointer to a function pointer.
+// Exits on failure. memcpy: ISO C cannot convert dlsym's object pointer to a function pointer.
 static void (*Find(void* library, const char* name))(void)
 {
     void (*function)(void);
@@ -114,7 +114,7 @@ static void (*Find(void* library, const char* name))(void)
 
 int main(int argc, char** argv)
 {
-    // A path without a slash would be searched for in the system's folders.
+    // The path needs a slash: without one, dlopen(3) searches the system's folders only.
     void* library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
     const PelorinLoad load = (PelorinLoad)Find(library, PELORIN_LOAD_NAME);
     const PelorinOpen open = (PelorinOpen)Find(library, PELORIN_OPEN_NAME);
@@ -122,7 +122,7 @@ int main(int argc, char** argv)
     const PelorinUnload unload = (PelorinUnload)Find(library, PELORIN_UNLOAD_NAME);
     Ioctl = (PelorinIoctl)Find(library, PELORIN_IOCTL_NAME);
 
-    // Blocked before the first thread is created: all threads inherit it.
+    // Threads that are created later inherit this mask, so only HandOver's wait takes the signals.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
@@ -139,7 +139,7 @@ int main(int argc, char** argv)
         abort();
     HandOver(argv[2], &signals);
 
-    // Repeated, because the run may miss a Close. The run must end before the library is unloaded.
+    // Repeated, because the run may miss a Close. The lent thread must end before Unload.
     do {
         close(NULL, &reply);
         nanosleep(&(struct timespec){0, 10000000}, NULL);

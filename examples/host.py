@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The host of host.c in Python: python3 host.py PLUGIN PORT
 
-The comments of host.c say why each step is there. Here are those that concern Python."""
+The comments of host.c explain the steps. The comments here concern only Python."""
 
 import ctypes as c
 import json
@@ -17,20 +17,20 @@ RUN, APPLY = 1, 2
 SIGNALS = [signal.SIGINT, signal.SIGTERM]
 
 
-@c.CFUNCTYPE(None, c.c_void_p, c.c_void_p)  # a global, so that it lives as long as the plug-in
+@c.CFUNCTYPE(None, c.c_void_p, c.c_void_p)  # global: ctypes must not free it before the end
 def on_record(request, reply):
     length, data = struct.unpack("8xI4xQ", c.string_at(request, 24))
     print(ascii(c.string_at(data, length - 1).decode(errors="replace")), flush=True)
 
 
 def call(function, layout="", *fields):
-    """Calls an entry point; the layout is that of its request in pelorin/plugin.h. ctypes releases
-    the interpreter's lock meanwhile, so the callback can run on any thread."""
-    function(struct.pack(layout, *fields), c.create_string_buffer(112))  # fits each reply
+    """Calls an entry point. `layout` is that of its request in pelorin/plugin.h. During the call
+    ctypes releases the interpreter's lock, so the callback can run on other threads."""
+    function(struct.pack(layout, *fields), c.create_string_buffer(112))  # bytes of the longest reply
 
 
 def adapters():
-    """Yields two elements for each address. ifname is the device, not the label of the address."""
+    """Yields the two elements of each address. `ifname` is the device, not the address's label."""
     listed = subprocess.run(["ip", "-json", "address"], check=True, stdout=subprocess.PIPE).stdout
     for device in json.loads(listed):
         mac = quoteattr(device.get("address", "00:00:00:00:00:00"))
@@ -54,10 +54,10 @@ try:
             (f"<Qorm Delta='0'><Servers><Server Port='{sys.argv[2]}'><Network>"
              f"{''.join(adapters())}</Network></Server></Servers></Qorm>").encode())
         call(plugin.IOCTL, "8xI12xi4xQ", APPLY, -1, c.addressof(text))
-        time.sleep(0.5)  # Python 3.11's sigtimedwait() reports a false signal after SIGCONT
+        time.sleep(0.5)  # sigtimedwait() of Python 3.11 would report a false signal after SIGCONT
         if signal.sigpending() & set(SIGNALS):
             break
-finally:  # also when "ip" is missing: the interpreter waits for the lent thread
+finally:  # also after an error, such as a missing "ip": Python exits only after the lent thread
     while lent.is_alive():
         call(plugin.Close)
         lent.join(0.01)
