@@ -12,7 +12,7 @@
 namespace kx::log {
 namespace {
 
-/// Bytes of a message with its terminating NUL; longer ones are truncated.
+/// Maximum bytes of a message with its terminating NUL. A longer message is truncated.
 constexpr std::size_t kMessageSize = 512;
 
 __attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const char* format, ...)
@@ -42,7 +42,7 @@ CCoreLog g_coreLog;
 
 void CCoreLog::Log(std::int32_t level, const std::string& text)
 {
-    // Not as the format itself: a message may contain "%".
+    // The text is not passed as the format, because it may contain "%".
     LogPrintf(level, "%s", text.c_str());
 }
 

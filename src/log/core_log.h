@@ -6,24 +6,25 @@
 
 namespace kx::log {
 
-/// The log channel to the host: one XML record per message, sent on the caller's thread. Keeps no
-/// queue and no state.
+/// Sends each log message to the host as one XML record, on the caller's thread. Keeps no queue and
+/// no state.
 class CCoreLog : public ICoreLog {
 public:
-    /// Sends the first 511 bytes of the text to the host, or to standard error at kLogLocal.
+    /// Sends the first 511 bytes of the text to the host. At kLogLocal, prints them to standard
+    /// error instead.
     ///
-    /// Errors: std::bad_alloc, and whatever the host's callback throws. The host's status is
-    /// ignored: a record that it refuses is lost.
-    /// Thread-safe; the host's callback is called without a lock.
+    /// Errors: std::bad_alloc, and what the host's callback throws. The status that the host
+    /// returns is ignored: a record that the host refuses is not sent again.
+    /// Thread-safe; holds no lock while it calls the host's callback.
     void Log(std::int32_t level, const std::string& text) override;
 
 private:
-    /// Deliberate: unused and never opened, because the host keeps the records. A file here would
-    /// duplicate them and grow without limit.
+    /// Deliberate: unused and never opened, because the host stores the records. A log file written
+    /// here would repeat them and grow without limit.
     std::ofstream logFile;
 };
 
-/// The only instance; lives as long as the library is loaded.
+/// The only instance. It lives from dlopen(3) of the plug-in to dlclose(3) or exit(3).
 extern CCoreLog g_coreLog;
 
 } // namespace kx::log

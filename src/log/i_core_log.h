@@ -7,7 +7,8 @@
 
 namespace kx::log {
 
-/// Levels of log records. Every level except kLogLocal reaches the host, other values included.
+// Levels of log records. A record of any level except kLogLocal is sent to the host, even if its
+// level is not one of these.
 inline constexpr std::int32_t kLogLocal = PELORIN_LEVEL_LOCAL;
 inline constexpr std::int32_t kLogInfo = PELORIN_LEVEL_INFO;
 inline constexpr std::int32_t kLogWarning = PELORIN_LEVEL_WARNING;
@@ -21,9 +22,10 @@ public:
     ICoreLog& operator=(const ICoreLog&) = delete;
     virtual ~ICoreLog() = default;
 
-    /// Writes one record and returns once it is written.
+    /// Writes one record and returns after it is written.
     ///
-    /// @param text  the message, without a trailing newline
+    /// @param level  one of the levels above
+    /// @param text   the message, without a line feed at its end
     ///
     /// Thread-safe; records of one thread keep their order.
     virtual void Log(std::int32_t level, const std::string& text) = 0;

@@ -7,11 +7,13 @@
 
 namespace kx::log {
 
-/// Composes a message and writes it to the log. Every component reports through this function.
+/// Joins the pieces into a message (see Compose) and writes it to the log. All log messages of the
+/// plug-in are written by this function.
 ///
-/// @param sink  null: the message goes to standard output, at every level
+/// @param sink   the log; null: the message goes to standard output, whatever its level
+/// @param level  as for ICoreLog::Log
 ///
-/// Thread-safe.
+/// Errors: std::bad_alloc, and what the log throws. Thread-safe.
 template <class... Pieces>
 void Report(ICoreLog* sink, std::int32_t level, const Pieces&... pieces)
 {

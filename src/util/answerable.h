@@ -4,10 +4,15 @@
 
 namespace kx {
 
-/// Returns whether a Probe from this IPv4 source may be answered: not from port 0, 0.0.0.0/8, a
-/// multicast group or the broadcast address (ip(7), RFC 1122 3.2.1.3). An answer to a group would
-/// reach all its members; sends to some of the others fail, and one forged Probe would close the
-/// endpoint until its next restart. Thread-safe.
+/// Returns whether a Probe from this IPv4 source may be answered. False for port 0, 0.0.0.0/8, a
+/// multicast group and the broadcast address (ip(7), RFC 1122 3.2.1.3). No valid Probe has such a
+/// source, but a forged one can have it.
+///
+/// An answer to a multicast group would reach all its members. An answer to port 0 or to the
+/// broadcast address cannot be sent: after four failed attempts the endpoint would close its socket
+/// for seconds, and clients would not find the recorder during that time.
+///
+/// Thread-safe.
 inline bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)
 {
     const boost::asio::ip::address_v4 address = source.address().to_v4();

@@ -2,14 +2,14 @@
 
 #include <cstddef>
 
-/// Sizes of a recorder's socket, shared with the doctor, which checks them, and the benchmarks,
-/// whose servers receive like a recorder.
+/// Sizes of the plug-in's discovery socket. pelorin-doctor uses them to judge a recorder's socket,
+/// and the benchmarks use them to receive as the plug-in does.
 namespace kx {
 
-/// Bytes read of a datagram; longer ones are truncated.
+/// Maximum bytes that are read from a datagram. The kernel truncates a longer datagram.
 inline constexpr std::size_t kRecorderReadSize = 4096;
 
-/// Bytes of the receive buffer, SO_RCVBUF of socket(7), which the kernel doubles.
+/// Bytes of the receive buffer as passed to SO_RCVBUF (socket(7)). The kernel doubles this number.
 inline constexpr int kRecorderBufferSize = 1024 * 1024;
 
 } // namespace kx

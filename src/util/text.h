@@ -11,10 +11,12 @@
 
 namespace kx {
 
+/// Whether a piece converts to std::string_view.
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Returns whether a piece is a text or an integer. Characters and booleans count as neither.
+/// Returns whether a piece is a text or an integer of more than one byte. AppendPlain can append
+/// these; bool, char and std::uint8_t need a stream.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -31,18 +33,18 @@ void AppendPlain(std::string& text, const Piece& piece)
     if constexpr (kIsText<Piece>) {
         text += std::string_view(piece);
     } else {
-        // digits10 is one less than the longest number needs; the sign takes one more.
+        // The longest number has digits10 + 1 digits. One more character is for the minus sign.
         char digits[std::numeric_limits<Piece>::digits10 + 2];
         text.append(digits, std::to_chars(digits, std::end(digits), piece).ptr);
     }
 }
 
-/// Joins its arguments into one text, each as std::ostream would print it in the classic locale.
-/// Every number that the plug-in sends or logs goes through here: the host may have set a global
-/// locale with digit grouping, in which a plain stream prints port 22609 as 22,609.
+/// Joins its arguments into one text, each printed as std::ostream does in the classic locale. A
+/// stream with the global locale could print port 22609 as 22,609, because the host may have set a
+/// locale with digit grouping.
 ///
-/// Texts and integers are joined without a stream: constructing one takes longer than composing the
-/// message.
+/// Uses no stream if all arguments are texts and integers: constructing the stream would take
+/// longer than the rest of the work.
 ///
 /// Thread-safe.
 template <class... Pieces>

@@ -16,8 +16,9 @@ int OpenRandomDevice()
 {
     for (;;) {
         errno = 0;
-        // Deliberate: no O_CLOEXEC or other flag. A host's seccomp(2) filter that allows exactly
-        // this call would refuse another, and the refusal would end the host.
+        // Deliberate: no O_CLOEXEC or other flag. A host may have a seccomp(2) filter that allows
+        // only this call as it is. The filter would refuse a call with other flags, and err() below
+        // would end the host's process.
         const int device = open(kRandomDevice, O_RDONLY);
         if (device >= 0)
             return device;
@@ -49,8 +50,8 @@ void ReadFully(int device, GUID& guid)
 
 std::int32_t CoCreateGuid(GUID* guid)
 {
-    // Deliberate: a broken random device ends the process. Without random identifiers, clients
-    // could not tell recorders apart.
+    // Deliberate: if the random device cannot be opened or read, these two calls end the process.
+    // With identifiers that are not random, clients could not tell recorders apart.
     const int device = OpenRandomDevice();
     ReadFully(device, *guid);
     if (close(device) != 0)
@@ -63,7 +64,7 @@ bool FormatGuidText(const GUID& guid, char* buffer, std::size_t capacity)
     if (capacity < kUuidTextSize)
         return false;
 
-    // snprintf(3) would take ten times as long.
+    // Not snprintf(3), which takes ten times as long.
     const auto append = [&buffer](unsigned value, int digits) {
         for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
             *buffer++ = "0123456789abcdef"[value >> shift & 0xfU];

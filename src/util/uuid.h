@@ -6,8 +6,8 @@
 
 namespace kx {
 
-/// A 128-bit random identifier. The random bytes fill it in memory order; the text reads the first
-/// three fields as native integers.
+/// A 128-bit random identifier. CoCreateGuid fills its bytes in memory order; FormatGuidText prints
+/// the first three fields as integers in the machine's byte order.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
@@ -22,40 +22,43 @@ static_assert(offsetof(GUID, Data4) == 8);
 /// Bytes of a UUID text with its terminating NUL.
 inline constexpr std::size_t kUuidTextSize = 37;
 
-/// Fills all 16 bytes from /dev/urandom (random(4)).
+/// Fills an identifier with 16 random bytes from /dev/urandom (random(4)).
 ///
-/// @param guid  out: 16 random bytes. Deliberate: the version and variant bits of RFC 4122 4.4 are
-///              not set. They would replace six of the random bits that tell recorders apart.
+/// Deliberate: does not set the version and variant bits of RFC 4122 4.4. They would replace six of
+/// the random bits by which clients tell recorders apart.
+///
+/// @param guid  out: the identifier
 /// @return always 0
 ///
-/// Errors: a device that cannot be opened or read ends the whole process with exit status 74
-/// (EX_IOERR of sysexits(3)) and one line on standard error, see err(3). A failed close leaves a
-/// warning there and is otherwise ignored.
-/// Thread-safe; every call opens the device anew.
+/// Errors: if /dev/urandom cannot be opened or read, writes one line to standard error (err(3)) and
+/// ends the whole process with exit status 74 (EX_IOERR of sysexits(3)). If it cannot be closed,
+/// only writes a warning to standard error.
+/// Thread-safe; every call opens /dev/urandom again.
 std::int32_t CoCreateGuid(GUID* guid);
 
 /// Writes the identifier as lowercase hexadecimal digits in groups of 8-4-4-4-12.
 ///
 /// @param buffer    out: 36 characters and a NUL
 /// @param capacity  bytes in `buffer`
-/// @return false, with nothing written, when `capacity` is below 37
+/// @return false, with nothing written, if `capacity` is less than 37
 ///
 /// Thread-safe.
 bool FormatGuidText(const GUID& guid, char* buffer, std::size_t capacity);
 
-/// Writes the text of a new identifier; does nothing when `capacity` is below 37.
+/// Creates an identifier with CoCreateGuid and writes its text as FormatGuidText does. Does nothing
+/// if `capacity` is less than 37.
 ///
-/// Errors: as CoCreateGuid. Thread-safe.
+/// Errors: those of CoCreateGuid. Thread-safe.
 void CreateUuidText(char* buffer, std::size_t capacity);
 
 /// Replaces `out` with the text of a new identifier.
 ///
-/// @param out  out: 37 characters, the last one a NUL; callers pass c_str() on
+/// @param out  out: a string of size 37, whose last character is a NUL. To print it, use c_str().
 ///
-/// Deliberate: the string includes the NUL. With room for 36 characters only, CreateUuidText writes
-/// nothing.
+/// Deliberate: the string is one character longer than the text. With a capacity of 36,
+/// CreateUuidText would write nothing.
 ///
-/// Errors: as CoCreateGuid. Thread-safe.
+/// Errors: those of CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);
 
 } // namespace kx
