@@ -12,13 +12,15 @@ inline constexpr unsigned kAnnounceBye = 1;
 /// Builds the text of a Hello or a Bye (WS-Discovery (April 2005) 4).
 ///
 /// @param kind  kAnnounceHello or kAnnounceBye
-/// @param out   out: the whole message; left empty for any other kind
+/// @param out   out: the whole message; empty if `kind` has another value
 ///
-/// Deliberate: the MAC scope replaces the scope list, and a Bye carries only the endpoint
-/// reference. A client that reads the only scope as the MAC address would misread a list, and one
-/// that reads the metadata of every message would mistake a Bye with metadata for an announcement.
+/// Deliberate: if the description has a MAC address, the Hello contains the MAC scope and none of
+/// `description.scopes`. Clients read the only scope as the MAC address and would misread a list.
 ///
-/// Errors: a broken random device ends the process, see NewUuidString. Thread-safe.
+/// Deliberate: a Bye contains only the endpoint reference. A client that reads types and addresses
+/// from every message would take a Bye that contains them for a Hello.
+///
+/// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid. Thread-safe.
 void BuildAnnouncement(const EndpointDescription& description, unsigned kind, std::string& out);
 
 } // namespace kx

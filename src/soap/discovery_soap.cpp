@@ -23,16 +23,18 @@ void CDiscoverySoap::Bye(const EndpointDescription& description, std::string& ou
 void CDiscoverySoap::ProbeMatches(const std::string& probeMessageId,
                                   const EndpointDescription& description, std::string& out) const
 {
-    // Deliberate: "uuid:" precedes the whole identifier, which normally begins with "urn:uuid:"
-    // itself. Clients that match answers by this doubled form would miss any other.
+    // Deliberate: RelatesTo is "uuid:" and the whole MessageID of the Probe, which normally begins
+    // with "urn:uuid:" itself. Some clients expect exactly this text and would ignore an answer
+    // with another.
     const std::string relatesTo = "uuid:" + probeMessageId;
 
     XMLDocument document;
     XMLElement* body = OpenMessage(document, kProbeMatchesAction, relatesTo.c_str(), kAnonymousUri);
     XMLElement* matches = AppendElement(*body, "wsd:ProbeMatches");
     XMLElement* match = AppendElement(*matches, "wsd:ProbeMatch");
-    // Deliberate: always the MAC scope, even when empty. A client that reads the MAC address there
-    // would fail on an answer without the element, or take a configured scope for the address.
+    // Deliberate: always contains the MAC scope, even if the MAC address is empty, and never
+    // `description.scopes`. Clients read the MAC address from this element. They would fail if it
+    // were missing, and would take another scope for a MAC address.
     AppendTarget(*match, description, MakeMacScope(document, description.mac));
     out = PrintDocument(document);
 }

@@ -11,28 +11,29 @@
 
 namespace kx {
 
-/// The message codec of a WS-Discovery target (WS-Discovery (April 2005), SOAP 1.2). Builds and
-/// reads texts; neither logs nor uses a socket.
+/// Builds and reads the messages of a WS-Discovery target, which here is a recorder (WS-Discovery
+/// (April 2005), SOAP 1.2). Works on texts only: it neither logs nor uses a socket.
 ///
-/// Owned by the discovery manager and shared by its endpoints.
-/// Thread-safe: `types` is complete before the first endpoint starts and does not change
-/// afterwards.
+/// CDiscoveryManager owns the plug-in's only object of this class, and its endpoints share it.
+/// Thread-safe, because `types` does not change after the first endpoint has started.
 class CDiscoverySoap {
 public:
-    /// Device type names, without prefix, whose Probes are answered.
+    /// Names of the device types, without prefix. ParseProbe accepts a Probe for any of them.
     std::vector<std::string> types;
 
-    /// Builds a Hello; replaces `out`.
+    /// Replaces `out` with a Hello; see BuildAnnouncement.
     void Hello(const EndpointDescription& description, std::string& out) const;
 
-    /// Builds a Bye; replaces `out`.
+    /// Replaces `out` with a Bye; see BuildAnnouncement.
     void Bye(const EndpointDescription& description, std::string& out) const;
 
-    /// Returns, without parsing, whether ParseProbe might return 1. If not, it would return 0,
-    /// unless a type contains a line feed: the parser converts other line ends to it.
+    /// Returns false only if ParseProbe would return 0 for this datagram. Does not parse it.
     ///
-    /// In a network of many devices nearly all datagrams are for others, and parsing them as XML
-    /// would take most of an endpoint's processor time.
+    /// In a network of many devices nearly all datagrams are for other devices, and parsing them as
+    /// XML would take most of an endpoint's processor time.
+    ///
+    /// Precondition: no name in `types` contains a line feed. The XML parser converts other line
+    /// ends to line feeds, so ParseProbe could find such a name where this function does not.
     ///
     /// @param data    received bytes; a terminating NUL is not needed
     /// @param length  bytes in `data`; nothing after them is read
@@ -43,35 +44,42 @@ public:
     ///
     /// @param data       received bytes; a terminating NUL is not needed
     /// @param length     bytes in `data`; nothing after them is read
-    /// @param messageId  out: text of MessageID, set once found in a Probe, else untouched
-    /// @param typesText  out: text of Types, set once found, else untouched
-    /// @param action     out: text of Action, set once found, else untouched
-    /// @return 1 on a match; 0 otherwise, malformed XML included
+    /// @param messageId  out: text of MessageID, set if found and Action ends with "Probe"
+    /// @param typesText  out: text of Types, set if found and messageId was set
+    /// @param action     out: text of Action, set if found, whatever the kind of message
+    ///                   (an output that is not set stays unchanged)
+    /// @return 1 for a Probe for one of `types`; 0 for everything else, malformed XML included
     std::int32_t ParseProbe(const char* data, std::size_t length, std::string& messageId,
                             std::string& typesText, std::string& action) const;
 
-    /// Builds the answer to an accepted Probe (WS-Discovery (April 2005) 5.3): one match, the
-    /// endpoint itself.
+    /// Builds the answer to a Probe for which ParseProbe returned 1 (WS-Discovery (April 2005)
+    /// 5.3). The answer contains one match, the described endpoint.
     ///
-    /// @param probeMessageId  the text that ParseProbe returned
+    /// @param probeMessageId  the text that ParseProbe set
     /// @param out             out: the whole message; its former content is replaced
+    ///
+    /// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid.
     void ProbeMatches(const std::string& probeMessageId, const EndpointDescription& description,
                       std::string& out) const;
 };
 
-/// Finds the prefix under which an element itself declares a namespace.
+/// Finds the prefix of a namespace among the declarations of one element, such as "wsd:" for
+/// xmlns:wsd="http://schemas.xmlsoap.org/ws/2005/04/discovery". The first declaration matches whose
+/// URI begins with http:// and contains the fragment. A default namespace (xmlns="...") never
+/// matches.
 ///
-/// @param element   may be null
-/// @param fragment  a part of the namespace's URI; may be null
-/// @param prefix    out: "prefix:", or empty when no declaration matches; names then have no
-///                  prefix. A default namespace or a URI without http:// never matches.
+/// @param element   may be null, and then declares nothing
+/// @param fragment  part of a URI, such as "/discovery"; null matches nothing
+/// @param prefix    out: the prefix and its colon; empty if nothing matches, and the caller then
+///                  looks for names without prefix
 void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragment,
                         std::string& prefix);
 
 /// Returns whether the prefix followed by one of the types occurs anywhere in the text.
 ///
-/// Deliberate: searches for a substring. If names were compared, a client that does not declare the
-/// vendor's namespace and asks for "dn:NetworkVideoRecorder" would get no answer.
+/// Deliberate: searches for a substring instead of comparing whole names. Some clients do not
+/// declare the vendor's namespace, so the prefix is empty, and ask for "dn:NetworkVideoRecorder".
+/// The substring matches; a comparison would not, and they would get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

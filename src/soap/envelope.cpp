@@ -25,10 +25,10 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
     parent.InsertEndChild(MakeText(*parent.GetDocument(), name, text));
 }
 
-/// Attaches the XML declaration and s:Envelope with its namespace declarations; returns the latter.
+/// Attaches the XML declaration and s:Envelope with its namespace declarations; returns s:Envelope.
 ///
-/// Deliberate: XML version 1.1, unlike the documents for the host. A client that compares the first
-/// line as bytes would drop a message with 1.0.
+/// Deliberate: declares XML 1.1, although the documents for the host declare 1.0. A client that
+/// compares the first line byte by byte would drop a message that declares 1.0.
 XMLElement* MakeEnvelope(XMLDocument& document)
 {
     document.InsertEndChild(document.NewDeclaration("xml version=\"1.1\" encoding=\"UTF-8\""));
@@ -120,9 +120,9 @@ void AppendTarget(XMLElement& parent, const EndpointDescription& description, XM
     if (scopes)
         parent.InsertEndChild(scopes);
     parent.InsertEndChild(MakeXAddrs(document, description.xaddrs));
-    // Deliberate: constant, although it should grow when metadata changes (WS-Discovery (April
-    // 2005) 4.1). A run does not know the number of the previous run, and clients would ignore a
-    // lower one as older metadata.
+    // Deliberate: always 1, although WS-Discovery (April 2005) 4.1 requires a higher number after a
+    // change of the metadata. A run does not know the number that the previous run reached. If it
+    // counted from 1 again, clients that remember a higher number would ignore its metadata as old.
     AppendText(parent, "wsd:MetadataVersion", "1");
 }
 

@@ -7,51 +7,55 @@
 #include <string>
 #include <vector>
 
-/// Builders of the elements that the outgoing messages share. The message's document owns every
-/// element. The caller attaches the element that a Make function returns.
+/// Functions that build the elements of outgoing messages. The document owns every element. An
+/// element from a Make function is not yet part of the tree: the caller attaches it.
 ///
-/// Reserved characters are escaped when the document is printed. No errors; thread-safe as long as
-/// each thread has its own document.
+/// Texts are passed unescaped; printing the document escapes reserved characters. Thread-safe as
+/// long as each thread has its own document.
 namespace kx {
 
 /// Creates wsa:EndpointReference with wsa:Address in it (WS-Addressing (August 2004) 2.2).
 tinyxml2::XMLElement* MakeEndpointReference(tinyxml2::XMLDocument& document,
                                             const std::string& address);
 
-/// Creates wsd:Scopes with the text "mac:" and the address, which may be empty.
+/// Creates wsd:Scopes with the text "mac:" followed by the MAC address, which may be empty.
 tinyxml2::XMLElement* MakeMacScope(tinyxml2::XMLDocument& document, const std::string& mac);
 
-/// Creates wsd:Types with all types in the vendor's namespace, separated by spaces; empty when
-/// there are none.
+/// Creates wsd:Types with all types, separated by spaces. Each type that does not begin with the
+/// vendor's prefix gets it: X becomes ktz:X. Without types, the element is empty.
 ///
-/// Deliberate: only a type with the vendor's own prefix stays unchanged; dn:X becomes ktz:dn:X.
-/// Left as it is, it would use a prefix that the envelope does not declare, and a client that
-/// resolves prefixes would refuse the message.
+/// Deliberate: a type with another prefix gets the vendor's prefix too: dn:X becomes ktz:dn:X. The
+/// envelope does not declare dn, so a client that resolves prefixes would refuse a message with
+/// dn:X.
 tinyxml2::XMLElement* MakeTypes(tinyxml2::XMLDocument& document,
                                 const std::vector<std::string>& types);
 
-/// Creates wsd:Scopes with the scopes, separated by spaces; null when there are none.
+/// Creates wsd:Scopes with the scopes, separated by spaces; returns null if there are no scopes.
 tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
                                  const std::vector<std::string>& scopes);
 
-/// Creates the envelope and the header with Action, a new MessageID, RelatesTo if any, and To.
+/// Begins a message in an empty document: the envelope, the header with wsa:Action, a new
+/// wsa:MessageID, wsa:RelatesTo and wsa:To, and an empty body.
 ///
 /// @param relatesTo  text of wsa:RelatesTo; null leaves the element out
-/// @return the empty s:Body, attached
+/// @return the body, for the caller to fill; already attached
 ///
-/// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7). A run does not know the numbers
-/// of the previous run, and clients would discard messages with lower numbers as old.
-/// Errors: a broken random device ends the process, see NewUuidString.
+/// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7), which numbers the messages. A
+/// run does not know the numbers of the previous run. If its own were lower, clients would discard
+/// its messages as old.
+///
+/// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid.
 tinyxml2::XMLElement* OpenMessage(tinyxml2::XMLDocument& document, const char* action,
                                   const char* relatesTo, const char* to);
 
 /// Creates an element and attaches it as the last child of `parent`.
 tinyxml2::XMLElement* AppendElement(tinyxml2::XMLElement& parent, const char* name);
 
-/// Attaches the elements that describe the recorder in a Hello and a ProbeMatch, in the schema's
-/// order: endpoint reference, types, scopes, transport addresses, metadata version.
+/// Attaches to a Hello or a ProbeMatch the elements that describe the recorder, in the order that
+/// the WS-Discovery schema requires: endpoint reference, types, scopes, transport addresses,
+/// metadata version.
 ///
-/// @param scopes  from MakeMacScope or MakeScopes; null leaves the element out
+/// @param scopes  from MakeMacScope or MakeScopes, not yet attached; null leaves the element out
 void AppendTarget(tinyxml2::XMLElement& parent, const EndpointDescription& description,
                   tinyxml2::XMLElement* scopes);
 

@@ -23,16 +23,17 @@ bool StartsWith(const char* text, const char* start)
     return std::strncmp(text, start, std::strlen(start)) == 0;
 }
 
-/// Returns the first child element of that name; null when the parent is null or has none.
+/// Returns the first child element with this name; null if there is none or the parent is null.
 const XMLElement* Child(const XMLElement* parent, const std::string& name)
 {
     return parent ? parent->FirstChildElement(name.c_str()) : nullptr;
 }
 
-/// Copies an element's first child if that is a text; returns whether it is.
+/// If the first child of an element is a text, copies it to `out` and returns true. Otherwise, and
+/// for null, returns false and leaves `out` unchanged.
 ///
-/// Deliberate: not XMLElement::GetText, which skips comments before the text since tinyxml2 8.1:
-/// the library's version would decide which Probes are answered.
+/// Deliberate: not XMLElement::GetText. Since tinyxml2 8.1, GetText skips comments before the text.
+/// A Probe with such a comment would be answered or not depending on the library's version.
 bool ReadText(const XMLElement* element, std::string& out)
 {
     const XMLNode* first = element ? element->FirstChild() : nullptr;
@@ -77,18 +78,22 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
     const auto has = [text](std::string_view part) {
         return text.find(part) != std::string_view::npos;
     };
-    // The parser returns names and texts as they are in the datagram, except for references such as
-    // &#78;, which can replace any letter of a type.
+    // A matching Probe always contains the letters of the element name "Probe", because XML allows
+    // no references in names. It contains the letters of a type too, unless a reference such as
+    // &#78; stands for one of them. Hence the search for "&".
     return has(kProbeName) && (has("&") || std::any_of(types.begin(), types.end(), has));
 }
 
-// Deliberate: scopes are ignored; a Probe without types is not answered; a namespace is recognised
-// by a part of its URI, on the root element only. Comparing scopes or whole URIs would leave
-// clients without the answer that they get today, such as those of other versions of the standards.
-// With answers to Probes without types, recorders would appear in searches for any device, where
-// they never have. One consequence: the vendor's URI contains "/discovery" too. If a sender
-// declares it before that of WS-Discovery, Probe and Types are looked up under the vendor's prefix,
-// and there is no answer.
+// Deliberate, in three ways:
+// - The Scopes of a Probe are ignored. If they were compared, clients that send scopes would lose
+//   the answer that they get today.
+// - A Probe without Types is not answered. Otherwise recorders would appear in searches for any
+//   device, where they have never appeared.
+// - A namespace is recognised by a part of its URI, and only if the root element declares it. If
+//   whole URIs were compared, clients of other versions of the standards would lose their answer.
+//   As a consequence, the vendor's URI, which contains "/discovery", can be taken for that of
+//   WS-Discovery: if a client declares it first, Probe and Types are searched under the vendor's
+//   prefix, are not found, and the client gets no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,
                                         std::string& action) const

@@ -1,7 +1,7 @@
 #pragma once
 
-/// All URIs: those of SOAP 1.2, WS-Addressing (August 2004), WS-Discovery (April 2005) and the
-/// vendor, with the names that recorders use on the wire.
+/// The URIs of SOAP 1.2, WS-Addressing (August 2004), WS-Discovery (April 2005) and the vendor, and
+/// the names by which a recorder advertises itself.
 namespace kx {
 
 inline constexpr char kSoapEnvelopeUri[] = "http://www.w3.org/2003/05/soap-envelope";
@@ -9,11 +9,11 @@ inline constexpr char kAddressingUri[] = "http://schemas.xmlsoap.org/ws/2004/08/
 inline constexpr char kDiscoveryUri[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery";
 inline constexpr char kVendorDiscoveryUri[] = "http://schemas.ktzkx.example/discovery";
 
-/// Device type of a recorder, in the vendor's namespace.
+/// The device type of a recorder; its namespace is kVendorDiscoveryUri.
 inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
-/// The types that a recorder answers to and advertises, without prefix.
+/// The device types, without prefix, that a recorder advertises and whose Probes it answers.
 inline constexpr const char* kDeviceTypes[] = {kDeviceType};
-/// Start of the scope that names a recorder's MAC address.
+/// Begins the scope that contains the MAC address of the recorder's adapter.
 inline constexpr char kMacScopePrefix[] = "mac:";
 
 inline constexpr char kHelloAction[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/Hello";
@@ -22,17 +22,17 @@ inline constexpr char kProbeAction[] = "http://schemas.xmlsoap.org/ws/2005/04/di
 inline constexpr char kProbeMatchesAction[] =
     "http://schemas.xmlsoap.org/ws/2005/04/discovery/ProbeMatches";
 
-/// wsa:To of a message to the multicast group.
+/// Text of wsa:To in a message to the multicast group.
 inline constexpr char kDiscoveryUrn[] = "urn:schemas-xmlsoap-org:ws:2005:04:discovery";
-/// wsa:To of an answer to the sender of a Probe.
+/// Text of wsa:To in an answer, which is sent to the sender of the Probe.
 inline constexpr char kAnonymousUri[] =
     "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous";
 
-/// Start of every namespace URI that is recognised in a received message.
+/// A namespace URI in a received message is recognised only if it begins with this text.
 inline constexpr char kHttpScheme[] = "http://";
 
-// Parts of URIs by which the namespaces of received messages are recognised. They match other
-// versions of the same standards too.
+// Parts of URIs by which CDiscoverySoap::ParseProbe recognises namespaces. The first three occur
+// in the URIs of other versions of the standards too. The vendor's is its URI without "http://".
 inline constexpr char kEnvelopeFragment[] = "/soap-envelope";
 inline constexpr char kDiscoveryFragment[] = "/discovery";
 inline constexpr char kAddressingFragment[] = "/addressing";
