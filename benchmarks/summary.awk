@@ -77,7 +77,7 @@ function Spread() {
 # Begins a table, below a heading unless the title is empty.
 function Head(title, columns,    rule) {
     rule = columns
-    gsub(/[^|]+/, " --- ", rule)
+    gsub(/[^|]+/, "---", rule)
     print "\n" (title == "" ? "" : "## " title "\n\n") "| " columns " |\n|" rule "|"
 }
 
