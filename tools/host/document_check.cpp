@@ -22,7 +22,7 @@ namespace kx::tools {
 namespace {
 
 constexpr std::int32_t kMaxPort = 65535;
-/// Of a device's name; the plug-in truncates longer ones.
+/// Maximum length of a device's name in bytes. The plug-in truncates a longer handle.
 constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1;
 
 std::string Quoted(const char* text)
@@ -35,7 +35,8 @@ bool DiffersInCase(const char* text, const char* name)
     return strcasecmp(text, name) == 0 && std::strcmp(text, name) != 0;
 }
 
-/// Returns the parser's error, such as "XML_ERROR_MISMATCHED_ELEMENT, XMLElement name=Server".
+/// Returns the parser's error without the line number, which the finding states already:
+/// "XML_ERROR_MISMATCHED_ELEMENT, XMLElement name=Server".
 std::string ParserReason(const tinyxml2::XMLDocument& document)
 {
     const std::string text = document.ErrorStr();
@@ -46,8 +47,8 @@ std::string ParserReason(const tinyxml2::XMLDocument& document)
                    detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
 }
 
-/// Returns why the kernel does not allow a handle as the name of a device, its length aside; empty
-/// if it does.
+/// Returns why the kernel does not allow a device with this handle as its name, or an empty text
+/// if it does. Does not check the length.
 std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
@@ -69,7 +70,8 @@ std::string Holders(const Devices& devices, const std::string& address)
     return list.empty() ? "no device of this machine" : list;
 }
 
-/// Returns "; line 3 has "servers"" if a child element's name differs from this one only in case.
+/// Returns a text such as "; line 3 has "servers"" if the name of a child element differs from
+/// `name` only in case; otherwise an empty text.
 std::string OtherSpelling(const XMLNode& parent, const char* name)
 {
     for (const XMLElement* each = parent.FirstChildElement(); each;
@@ -80,7 +82,7 @@ std::string OtherSpelling(const XMLNode& parent, const char* name)
     return "";
 }
 
-/// Returns why an attribute is rejected: it is missing, empty or has a wrong value.
+/// Returns why an attribute is rejected: it is missing, empty or not what is expected.
 std::string AttributeFault(const XMLElement& element, const char* name, const char* expected)
 {
     if (const char* value = element.Attribute(name))
@@ -97,7 +99,7 @@ std::string AttributeFault(const XMLElement& element, const char* name, const ch
 using Kind = DocumentFinding::Kind;
 using Verdict = DocumentCheck::Verdict;
 
-/// Collects the findings of one document.
+/// Checks one document and collects the findings.
 class CChecker {
 public:
     explicit CChecker(const std::optional<Devices>& machine) : devices(machine) {}
@@ -167,8 +169,7 @@ private:
             Compose(parentName, " has no element ", name, OtherSpelling(parent, name)));
     }
 
-    /// Notes the elements of the same name after the first, which is the only one that the plug-in
-    /// reads.
+    /// Notes the later elements of the same name: the plug-in reads only the first one.
     void NoteFurther(const XMLElement& first)
     {
         for (const XMLElement* each = first.NextSiblingElement(first.Name()); each;
@@ -226,8 +227,9 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Notes what keeps the plug-in from starting an endpoint for the adapter. Call it in the
-    /// document's order: an invalid address also stops all later adapters.
+    /// Notes what keeps the plug-in from starting an endpoint for the adapter. Call it for the
+    /// adapters in the document's order: after an invalid address the plug-in starts no further
+    /// endpoint.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);
@@ -260,7 +262,8 @@ private:
                     Holders(*devices, adapter.ipAddress)));
     }
 
-    /// Returns whether a device of this name can exist, on any machine.
+    /// Notes what is wrong with the handle. Returns whether a device of this name can exist, on
+    /// this or any other machine.
     bool CheckHandle(const AdapterRecord& adapter, int line)
     {
         const std::string quoted = Quoted(adapter.handle.c_str());
@@ -277,8 +280,8 @@ private:
         return true;
     }
 
-    /// Finds a device by its name or by an alternative name, which the kernel takes in its place:
-    /// ip-link(8), altname.
+    /// Finds a device by its name or by an alternative name (altname of ip-link(8)): the kernel
+    /// accepts either when the plug-in binds a socket to the device.
     Devices::const_iterator FindDevice(const std::string& name) const
     {
         char ownName[IF_NAMESIZE] = "";
@@ -291,7 +294,8 @@ private:
     const std::optional<Devices>& devices;
     std::vector<DocumentFinding> findings;
     int startedCount = 0;
-    int stopLine = 0; ///< of the adapter whose address stops the later ones; 0: none
+    /// Line of the first adapter with an invalid address; no later adapter is started. 0: none.
+    int stopLine = 0;
 };
 
 } // namespace
@@ -304,7 +308,8 @@ Devices ReadDevices()
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     Devices devices;
     for (const ifaddrs* each = list; each; each = each->ifa_next) {
-        // The name in an entry of an IPv4 address is the address's label, such as "eth0:1".
+        // For an IPv4 address, ifa_name is the address's label, such as "eth0:1"; the device's name
+        // ends before the colon.
         const std::string name(each->ifa_name, std::strcspn(each->ifa_name, ":"));
         std::set<std::string>& addresses = devices[name];
         if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET)

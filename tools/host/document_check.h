@@ -11,27 +11,27 @@ namespace kx::tools {
 /// The network devices of a machine by name, with their IPv4 addresses.
 using Devices = std::map<std::string, std::set<std::string>>;
 
-/// Reads this machine's devices. Errors: std::system_error.
+/// Reads the network devices of this machine. Errors: std::system_error.
 Devices ReadDevices();
 
-/// A result of the check of a server and adapter document.
+/// One result of CheckDocument, about one line of the document.
 struct DocumentFinding {
     enum class Kind {
         kDropped, ///< why the plug-in drops the document
-        kPort,    ///< the port that it advertises, and whether the document sets it
-        kUsed,    ///< an adapter that the plug-in uses
-        kSkipped, ///< an adapter that it leaves out, and why
+        kPort,    ///< the port that the plug-in advertises, and whether the document sets it
+        kUsed,    ///< an adapter that the plug-in accepts; a kNote tells if it is not started
+        kSkipped, ///< an adapter that the plug-in leaves out, and why
         kNote,    ///< anything else to know, such as an address that this machine lacks
     };
     Kind kind;
-    int line; ///< of the document, from 1
+    int line; ///< number of the line in the document, from 1
     std::string text;
 };
 
-/// The plug-in's reaction to a server and adapter document.
+/// What the plug-in does with a server and adapter document (pelorin/plugin.h), and why.
 struct DocumentCheck {
     enum class Verdict {
-        kUsable,
+        kUsable,             ///< at least one adapter can start if its device exists
         kNothingToAdvertise, ///< the plug-in accepts the document, but no adapter can start
         kDropped,            ///< the plug-in ignores the document
     };
@@ -41,7 +41,8 @@ struct DocumentCheck {
 
 /// Reads a document as the plug-in does and explains the result.
 ///
-/// @param devices  the machine's devices, to compare the adapters with; none: no comparison
+/// @param document  its text, at most 2^31 - 1 bytes, the limit of PelorinIoctlRequest
+/// @param devices   devices of this machine, to compare the adapters with; none: no comparison
 ///
 /// Thread-safe.
 DocumentCheck CheckDocument(const std::string& document, const std::optional<Devices>& devices);

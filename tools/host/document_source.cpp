@@ -37,14 +37,14 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Returns an adapter that the plug-in never starts; its number makes a document differ from the
-/// last one.
+/// Returns an adapter at 0.0.0.0, for which the plug-in starts no endpoint. Its name is the number,
+/// so a document with another number is a change for the plug-in.
 Adapter MakeCounter(int number)
 {
     Adapter counter{};
     counter.name = Compose(number);
     counter.ipAddress = kUnservedAddress;
-    counter.macAddress = "-"; // must not be empty
+    counter.macAddress = "-"; // the plug-in leaves out an adapter without a MAC address
     counter.connected = true;
     return counter;
 }
@@ -91,8 +91,8 @@ int CAdapterSource::Descriptor() const
 
 void CAdapterSource::ReadChanges()
 {
-    // Comparing the lists does not show a device that was deleted and is back with its old index,
-    // for example from another network namespace.
+    // The old and the new list of adapters alone do not show a device that was deleted and is back
+    // with its old name and index, for example after a move to another network namespace and back.
     const std::set<int> deleted = monitor ? monitor->ReadDeleted() : std::set<int>();
     const std::vector<Adapter> before = std::exchange(adapters, readListed());
     const auto isGone = [&](const Adapter& old) {
@@ -138,7 +138,7 @@ std::optional<OutgoingDocument> CFileSource::Next()
         if (!elsewhere)
             devices = ReadDevices();
     } catch (const std::system_error& error) {
-        // The document can still be handed over.
+        // Not fatal: the plug-in does not need the comparison.
         Say(Compose("The document is not compared with this machine: ", error.what()));
     }
     return OutgoingDocument{text, Compose(DocumentName(name), ", ", text.size(), " bytes"),

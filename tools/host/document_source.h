@@ -11,27 +11,28 @@
 
 namespace kx::tools {
 
-/// Writes a server and adapter document. A device's name is the handle.
+/// Returns a server and adapter document (pelorin/plugin.h). An adapter's name becomes its Handle.
 std::string MakeServerDocument(int port, const std::vector<Adapter>& adapters);
 
-/// A server and adapter document on its way to the plug-in.
+/// A server and adapter document to hand to the plug-in.
 struct OutgoingDocument {
     std::string text;
-    std::string summary;                ///< what it lists, for the log
-    std::optional<DocumentCheck> check; ///< only for the user's own document
+    std::string summary;                ///< its contents or its origin, for the log
+    std::optional<DocumentCheck> check; ///< only for a document that the user wrote
 };
 
-/// Reads a whole file.
+/// Returns the contents of a file.
 ///
 /// @param name  "-": standard input, which can be read only once
 ///
-/// Errors: std::runtime_error, also when it is too long for a document.
+/// Errors: std::runtime_error when the file cannot be read or is longer than a document may be,
+/// 2^31 - 1 bytes. Not thread-safe.
 std::string ReadDocument(const std::string& name);
 
-/// Returns the name of a document's file for messages.
+/// Returns a file's name for messages: "standard input" for "-".
 std::string DocumentName(const std::string& name);
 
-/// Supplies the documents for the plug-in.
+/// Supplies the server and adapter documents that the host hands to the plug-in.
 ///
 /// Not thread-safe.
 class IDocumentSource {
@@ -41,30 +42,34 @@ public:
     IDocumentSource& operator=(const IDocumentSource&) = delete;
     virtual ~IDocumentSource() = default;
 
-    /// Reads again; the result is handed over even if nothing changed.
+    /// Reads what the document is made from, such as the adapters. Next then returns a document
+    /// even if nothing has changed.
     ///
-    /// Errors: std::exception; nothing is handed over then.
+    /// Errors: std::exception; there is no new document then.
     virtual void Read() = 0;
 
-    /// Returns a descriptor that becomes readable, as for poll(2), when there are changes; -1:
-    /// never.
+    /// Returns a descriptor that becomes readable, as for poll(2), when ReadChanges has something
+    /// to read; -1 if this source does not watch for changes.
     virtual int Descriptor() const { return -1; }
 
-    /// Reads the changes after Descriptor became readable; hands over a document only if it differs
-    /// from the last one. Errors: as Read.
+    /// Reads the changes; call it when the descriptor is readable. Next then returns a document
+    /// only if it differs from the last one. Errors: as Read.
     virtual void ReadChanges() {}
 
-    /// Returns the document to hand over, once; nothing if there is no new one.
+    /// Returns a new document to hand over, each one once; nothing if there is none.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
-/// Writes documents with a port and adapters of this machine.
+/// Supplies documents that list adapters of this machine.
 class CAdapterSource : public IDocumentSource {
 public:
-    /// Returns the adapters to list, as they are now.
+    /// Reads the adapters to list, in their present state. Errors: std::exception.
     using ReadListed = std::function<std::vector<Adapter>()>;
 
-    /// @param follow  whether to watch for changes
+    /// @param serverPort  the port in all documents
+    /// @param follow      whether to watch the adapters for changes
+    ///
+    /// Errors: std::runtime_error when the adapters cannot be watched.
     CAdapterSource(int serverPort, ReadListed listed, bool follow);
 
     void Read() override;
@@ -76,11 +81,14 @@ public:
 private:
     const int port;
     const ReadListed readListed;
-    std::optional<CAdapterMonitor> monitor; // created before the first Read, to miss no change
+    /// Only to watch for changes. Created before the first Read, so that no change after it is
+    /// missed.
+    std::optional<CAdapterMonitor> monitor;
     std::vector<Adapter> adapters;
-    /// How many times connected adapters disappeared. An adapter that is back under its name may be
-    /// another device: this number makes the document differ, so that the plug-in opens new
-    /// sockets.
+    /// How many times ReadChanges found that a connected adapter was deleted or is no longer
+    /// connected. An adapter that is back under its name may be another device, and the sockets of
+    /// the old device receive nothing. This number is part of the document, so that each change of
+    /// it makes the plug-in open new sockets.
     int goneCount = 0;
     std::string handedOverText;
 };
@@ -88,8 +96,9 @@ private:
 /// Supplies the user's document unchanged, with the findings of CheckDocument.
 class CFileSource : public IDocumentSource {
 public:
-    /// @param file       its name; "-": standard input, which can be read only once
-    /// @param elsewhere  do not compare the document with this machine's devices
+    /// @param file       the name of the file; "-": standard input, which can be read only once
+    /// @param elsewhere  whether the document is for another machine: its adapters are then not
+    ///                   compared with the devices of this machine
     CFileSource(std::string file, bool elsewhere);
 
     void Read() override;

@@ -19,7 +19,7 @@ namespace kx::tools {
 namespace {
 
 constexpr int kLabelWidth = 7;
-/// As CDiscoveryManager::StopAll reports it.
+/// Text of the log record with which CDiscoveryManager::StopAll begins to stop all endpoints.
 constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
 
 LogForm logForm = LogForm::kPlain;
@@ -98,7 +98,8 @@ std::string Format(const Entry& entry)
     if (logForm == LogForm::kJson) {
         Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
         json.update(ToJson(entry));
-        // Replaces invalid UTF-8, which would otherwise throw.
+        // A record can contain invalid UTF-8 from the network: `replace` prints U+FFFD for it,
+        // where dump would otherwise throw.
         return json.dump(-1, ' ', true, Json::error_handler_t::replace);
     }
     const TextEntry text = ToTextEntry(entry);
@@ -112,7 +113,8 @@ template <class Entry>
 void Print(const Entry& entry)
 {
     const std::lock_guard<std::mutex> lock(printing);
-    // The time is read under the lock, so that the times of the lines never decrease.
+    // Under the lock, because Format reads the time: the lines are then in the order of their
+    // times.
     std::cout << Format(entry) + "\n" << std::flush;
 }
 

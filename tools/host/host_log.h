@@ -7,23 +7,25 @@
 namespace kx::tools {
 
 enum class LogForm {
-    kPlain,   ///< one line for each entry: time of day, label, text
-    kColored, ///< the same with the colours of a terminal
+    kPlain,   ///< one line for each entry: time of day, a label such as "host" or "error", text
+    kColored, ///< as kPlain, in the colours of a terminal
     kJson,    ///< one line for each entry: a JSON object
 };
 
-/// Sets the form of everything printed from now on. Call it before a second thread exists.
+/// Sets the form of all later output. Not thread-safe: call it before a second thread exists.
 void SetLogForm(LogForm form);
 
-/// Prints a step of the host on standard output and flushes it. Thread-safe.
+/// Prints what the host itself does, such as "Opened", on standard output and flushes it.
+/// Thread-safe.
 void Say(const std::string& text);
 
-/// The host's callback, a PelorinHostCallback: prints the plug-in's records, as Say does, and
-/// leaves the status at 0.
+/// The host's callback, a PelorinHostCallback: prints a record of the plug-in on standard output
+/// and flushes it. Does not touch the reply, whose status therefore stays 0. Thread-safe.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
-/// Returns how many times the plug-in reported that it stops all endpoints, which is the first
-/// thing it does when a document brings a change. Thread-safe.
+/// Returns how many times the plug-in has logged that it stops all endpoints, counted since this
+/// process started. The plug-in logs this first when it acts on a changed document, and once more
+/// when its run ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -71,7 +71,8 @@ void AddOptions(CLI::App& app, HostOptions& options)
     check->needs(app.add_option("FILE", options.checkedFiles,
                                 "With --check: a server's document; - for standard input")
                      ->type_name(""));
-    // Not needs(check): a misspelt option with a value would be reported as a missing --check.
+    // Not needs(check) for FILE: CLI11 takes "eth0" in "--adaptr eth0" for a FILE, and would then
+    // report a missing --check instead of the misspelt option.
     app.callback([&options] {
         if (!options.check && !options.checkedFiles.empty())
             throw CLI::ExtrasError(options.checkedFiles);
@@ -104,7 +105,8 @@ LogForm ChooseLogForm(bool json)
     return WantsColor() ? LogForm::kColored : LogForm::kPlain;
 }
 
-/// Prints the names that no adapter has. The adapter may appear later, or the name is wrong.
+/// Prints the names that no adapter has. The host waits for these adapters, and a user who
+/// misspelt a name would otherwise not see why nothing happens.
 void SayWhatIsMissing(const std::vector<std::string>& names)
 {
     const std::vector<Adapter> adapters = ReadAdapters();
@@ -127,7 +129,8 @@ int Host(const HostOptions& options)
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
-    // If the reader of the output ends first, the recorder must still say Bye.
+    // Without SIGPIPE the host continues when the reader of its output, such as head(1), ends
+    // first. It can then close the plug-in, which sends a Bye.
     std::signal(SIGPIPE, SIG_IGN);
     const CSignalQueue signals;
     const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)

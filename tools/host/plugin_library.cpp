@@ -20,7 +20,8 @@ std::runtime_error LibraryError(const std::string& what)
 
 void* OpenLibrary(const std::filesystem::path& file)
 {
-    // Absolute: dlopen(3) searches the system's folders for a name without a slash.
+    // An absolute path: for a name without a slash, dlopen(3) searches the system's folders instead
+    // of the current one.
     void* library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
         throw LibraryError(Compose("cannot load the plug-in: ", dlerror()));
@@ -48,7 +49,7 @@ CPluginLibrary::CPluginLibrary(const std::filesystem::path& file)
       close(FindEntry<PelorinClose>(*this, PELORIN_CLOSE_NAME)),
       unload(FindEntry<PelorinUnload>(*this, PELORIN_UNLOAD_NAME))
 {
-    // A server refuses a plug-in without these, though this host never calls them.
+    // This host never calls these three, but a server refuses a plug-in that lacks one of them.
     for (const char* name : {PELORIN_READ_NAME, PELORIN_WRITE_NAME, PELORIN_SEEK_NAME})
         Find(name);
 }
@@ -131,7 +132,7 @@ void CPluginRun::Stop()
 
 void CPluginRun::Join()
 {
-    // The run may miss a single Close.
+    // Repeats Close, because the run may miss a single one.
     do
         plugin.Close();
     while (!EndsWithin(kCloseInterval));

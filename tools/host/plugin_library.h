@@ -11,27 +11,29 @@
 
 namespace kx::tools {
 
-/// A loaded plug-in. Each function fills the records for one entry point, whose contract is in
-/// pelorin/plugin.h.
+/// A loaded plug-in. Each of the functions Load, Open, Run, Apply, Close and Unload prepares the
+/// request and the reply of one entry point and calls it. pelorin/plugin.h states when and on which
+/// thread each entry point may be called.
 ///
-/// The library is closed with this object: by then all calls into it must have returned.
+/// The destructor closes the library; all calls into it must have returned before.
 class CPluginLibrary {
     struct CloseLibrary {
         void operator()(void* handle) const;
     };
-    std::unique_ptr<void, CloseLibrary> library; // declared before the entry points, closed last
+    // The first member, because the constructor looks up the entry points in it.
+    std::unique_ptr<void, CloseLibrary> library;
 
 public:
-    /// Loads by dlopen(3).
+    /// Loads the library by dlopen(3) and looks up the entry points.
     ///
     /// Errors: std::runtime_error when the library cannot be loaded or lacks one of the eight entry
     /// points.
     explicit CPluginLibrary(const std::filesystem::path& file);
 
-    /// Calls Load; returns the number of the module.
+    /// Calls Load. Returns the plug-in's number, PELORIN_MODULE_ID.
     std::uint64_t Load(PelorinHostCallback callback) const;
     void Open() const;
-    /// Calls IOCTL with PELORIN_RUN: returns when the plug-in was closed.
+    /// Calls IOCTL with PELORIN_RUN, which returns after Close.
     void Run() const;
     /// Calls IOCTL with PELORIN_APPLY.
     void Apply(const std::string& document) const;
@@ -49,20 +51,25 @@ private:
     const PelorinUnload unload;
 };
 
-/// A run of the plug-in on a separate thread.
+/// A run of the plug-in (IOCTL with PELORIN_RUN) on a separate thread.
 class CPluginRun {
 public:
-    /// Lends the plug-in a thread. The library outlives this and is loaded.
+    /// Starts the run.
+    ///
+    /// @param served  outlives this object; its Load has been called
+    ///
+    /// Errors: std::system_error when the thread cannot be created.
     explicit CPluginRun(const CPluginLibrary& served);
     CPluginRun(const CPluginRun&) = delete;
     CPluginRun& operator=(const CPluginRun&) = delete;
-    /// Stops the run; an exception that it threw is lost.
+    /// Stops the run if Stop has not been called; ignores an exception that the run threw.
     ~CPluginRun();
 
-    /// Waits up to this time for the end of the run; returns whether it has ended.
+    /// Waits at most this time for the end of the run. Returns whether it has ended.
     bool EndsWithin(std::chrono::milliseconds time) const;
 
-    /// Stops the run and waits for its thread. May be called once. Errors: what the run threw.
+    /// Calls Close until the run ends, and joins its thread. May be called once. Errors: the
+    /// exception that the run threw, if any.
     void Stop();
 
 private:
@@ -73,8 +80,8 @@ private:
     std::thread lent;
 };
 
-/// Returns the plug-in that belongs to this program: pelorin.so in the folder of the executable,
-/// where it is built, or else where it is installed.
+/// Returns the path of the plug-in that belongs to this program: pelorin.so in the folder of the
+/// executable, as in a build folder. If only the installed pelorin.so exists, returns that one.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not mounted.
 std::filesystem::path OwnPluginFile();

@@ -20,7 +20,7 @@ struct Registration {
     std::string version;
 };
 
-/// Any other record, or one that cannot be read.
+/// A record with any other command, or one that cannot be read.
 struct UnknownRecord {
     std::uint64_t command;
     std::string data;
@@ -28,7 +28,8 @@ struct UnknownRecord {
 
 using PluginRecord = std::variant<LogRecord, Registration, UnknownRecord>;
 
-/// Reads a record: dataLength bytes, with or without a NUL at the end. Thread-safe.
+/// Reads the record in a request to the host's callback. The record is dataLength bytes long, with
+/// or without a NUL at its end. Thread-safe.
 PluginRecord ReadPluginRecord(const PelorinHostRequest& request);
 
 } // namespace kx::tools

@@ -17,18 +17,19 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
+/// Interval at which a document is sent until the plug-in acts on it or kActBound has passed.
 constexpr milliseconds kResendInterval{100};
-/// Interval at which the current document is repeated, because the plug-in may be busy for longer
-/// than kActBound.
+/// Interval at which a document is sent after the plug-in has acted on it or kActBound has passed:
+/// a plug-in that was busy for longer than kActBound may have missed all earlier sends.
 constexpr std::chrono::seconds kRepeatInterval{2};
-/// Time for the plug-in to act on a document. It ignores one that changes nothing, and is late if
-/// it has to stop several blocked endpoints first.
+/// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
+/// blocked endpoints first, and it does not act on a document that changes nothing.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
 
-/// Prints the findings about the user's document.
+/// Prints what CheckDocument found in the user's document.
 void SayFindings(const DocumentCheck& check)
 {
     for (const DocumentFinding& each : check.findings)
@@ -36,8 +37,9 @@ void SayFindings(const DocumentCheck& check)
     Say(Compose("The document is ", ToText(check.verdict)));
 }
 
-/// Hands documents to the plug-in, each several times: the plug-in misses a document while it is
-/// not waiting for one, and ignores repetitions.
+/// Hands documents to the plug-in, each several times, because the plug-in misses a document that
+/// comes while it is not waiting for one. Repetitions do no harm: the plug-in ignores a document
+/// that changes nothing.
 class CDelivery {
 public:
     explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
@@ -53,17 +55,19 @@ public:
         settled = false;
     }
 
-    /// Sends the current document: at each call until the plug-in has acted on it or kActBound has
-    /// passed, then every kRepeatInterval. Before the plug-in has acted on any document, always
-    /// sends: its run may not have begun to wait for one.
+    /// Sends the current document. Until the plug-in has acted on it or kActBound has passed, every
+    /// call sends; afterwards, one call in each kRepeatInterval.
+    ///
+    /// Until a plug-in has acted on any document since this process started, every call sends even
+    /// after kActBound: the run of the plug-in may not have begun to wait for documents.
     void Resend()
     {
         const auto now = steady_clock::now();
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // Read before sending, so that this document is sent once more even if the action was for
-        // the previous one.
+        // The count is read before Apply sends the document. A new stop may belong to the previous
+        // document; this document is then sent at least once after that stop.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
@@ -83,7 +87,8 @@ private:
     bool settled = false;
 };
 
-/// Lets the source read. If that fails, prints the reason and keeps the current document.
+/// Calls `read`, which lets the source read. If it throws, prints the reason; the current document
+/// stays in use.
 template <class Read>
 void Attempt(const Read& read)
 {
@@ -94,7 +99,8 @@ void Attempt(const Read& read)
     }
 }
 
-/// Handles the signals that arrived; returns whether one of them asks for the end.
+/// Handles the signals that have arrived: SIGHUP makes the source read again; SIGINT and SIGTERM
+/// end the host. Returns whether the host has to end.
 bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
 {
     while (const int signal = signals.ReadNext()) {
@@ -105,10 +111,11 @@ bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
     return false;
 }
 
-/// Hands documents to the running plug-in until it is time to close it.
+/// Hands documents to the running plug-in until the deadline, until SIGINT or SIGTERM arrives, or
+/// until the run ends by itself.
 ///
-/// Waits for kAdapterGatherTime after the first change of the source: changes come in bursts, and
-/// each changed document makes the plug-in restart all endpoints.
+/// When the source reports a change, waits for kAdapterGatherTime before it reads the changes: they
+/// come in bursts, and each changed document makes the plug-in restart all endpoints.
 void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const CPluginRun& run,
                     const CSignalQueue& signals, steady_clock::time_point deadline)
 {
@@ -165,8 +172,8 @@ void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSig
     try {
         RunFromLoadToUnload(plugin, source, signals, limit);
     } catch (const std::exception& error) {
-        // Copies the text: the code of the exception is in the library, which is unloaded before
-        // the caller could ask the exception for it.
+        // Replaces the exception and copies its text: the code of a plug-in's exception, such as
+        // what(), is in the library, and the caller closes the library before the text is printed.
         throw std::runtime_error(Compose("the plug-in failed: ", error.what()));
     }
 }

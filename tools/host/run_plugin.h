@@ -11,13 +11,14 @@ namespace kx::tools {
 
 /// Runs a plug-in as a server does, from Load to Unload, and prints each step.
 ///
-/// @param source  supplies the documents; it has read the first one; SIGHUP makes it read again
-/// @param limit   how long the plug-in runs; none: until SIGINT or SIGTERM arrives
+/// @param source   supplies the documents; its Read has been called
+/// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
+/// @param limit    how long the plug-in runs; none: until SIGINT or SIGTERM arrives
 ///
 /// Errors: std::runtime_error when the plug-in throws, for example because it cannot create a
-/// thread, or when its run ends before it is asked to. A plug-in whose run threw is not unloaded,
-/// because Unload would wait for the run forever.
-/// Threads: the main thread; the plug-in is lent another one.
+/// thread, or when its run ends before it is asked to. If the run threw, Unload is not called,
+/// because it would wait for the end of the run forever.
+/// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);
 

@@ -2,13 +2,14 @@
 
 namespace kx::tools {
 
-/// Makes SIGINT, SIGTERM and SIGHUP readable from a descriptor. Construct it before the first
-/// thread is created: every thread then inherits the blocked signals, and none is interrupted.
+/// Receives SIGINT, SIGTERM and SIGHUP through a descriptor, signalfd(2). Construct it before any
+/// thread is created, so that all threads inherit the blocked signals: a thread that did not block
+/// them could receive such a signal, which would end the process.
 class CSignalQueue {
 public:
-    /// Blocks the signals in the calling thread and leaves them blocked.
+    /// Blocks the signals in the calling thread. They stay blocked after the destructor.
     ///
-    /// Errors: std::system_error.
+    /// Errors: std::system_error when the descriptor cannot be created.
     CSignalQueue();
     CSignalQueue(const CSignalQueue&) = delete;
     CSignalQueue& operator=(const CSignalQueue&) = delete;
