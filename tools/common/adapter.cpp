@@ -43,8 +43,8 @@ void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
     adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
 }
 
-/// Returns a device's MAC address as text; all zeros if it has none. A tunnel's address, for
-/// example, has another length and is not a MAC address.
+/// Returns the hardware address of a device as text if it is a MAC address, otherwise all zeros.
+/// The hardware address of a tunnel, for example, has another length.
 std::string MacText(nl_addr* address)
 {
     char text[sizeof(kNoMacAddress)];
@@ -53,7 +53,8 @@ std::string MacText(nl_addr* address)
                : kNoMacAddress;
 }
 
-/// Returns the IPv4 addresses of a device. The kernel lists the primary one first.
+/// Returns the IPv4 addresses of a device in the order of the kernel, which lists the primary
+/// address first.
 std::vector<std::string> AddressesOf(nl_cache* addresses, int index)
 {
     std::vector<std::string> found;
@@ -99,7 +100,7 @@ std::vector<Adapter> ReadAdapters()
         const std::vector<std::string> found = AddressesOf(addresses.get(), index);
         const std::string address = found.empty() ? "" : found.front();
         const unsigned flags = rtnl_link_get_flags(link);
-        // IFF_RUNNING means a carrier; it is also set for devices that cannot detect one.
+        // IFF_RUNNING is set if the device has a carrier or cannot detect one.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back(
             {rtnl_link_get_name(link), index, address, MacText(rtnl_link_get_addr(link)), connected,

@@ -8,19 +8,21 @@ namespace kx::tools {
 /// A network adapter of this machine.
 struct Adapter {
     std::string name; ///< network device name
-    /// Number of the device. A device that is deleted and created again usually gets another
-    /// number, and sockets that were bound to the old device receive nothing.
+    /// Interface index. A device that is deleted and created again under its name usually gets
+    /// another index. Sockets that were bound to the deleted device receive nothing, so another
+    /// index means that new sockets are needed.
     int index;
     std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
     /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros for a device without one, such as loopback.
     std::string macAddress;
-    bool connected; ///< has an IPv4 address, is up and has a carrier
+    bool connected; ///< has an IPv4 address, is up, and has a carrier or cannot detect one
     bool loopback;
-    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When a bridge gets its first
-    /// port, nothing else changes: without a port it is `connected`, but in the state "unknown".
+    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When a new bridge gets its
+    /// first port, only this state changes: the bridge is `connected` before, but in the state
+    /// "unknown".
     int operationalState;
-    unsigned flags = 0;                      ///< IFF_UP and the others of netdevice(7)
-    std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, the first one first
+    unsigned flags = 0;                      ///< the IFF_* flags of netdevice(7)
+    std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, ipAddress first
 };
 
 /// Reads the machine's adapters in the order of their index, over rtnetlink(7).
@@ -44,9 +46,11 @@ std::vector<Adapter> ReadUsableAdapters();
 std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
                                   const std::vector<std::string>& names);
 
-/// As FindAdapters, but every name needs an adapter with an IPv4 address.
+/// Returns the same adapters as FindAdapters, but requires that each name belongs to an adapter
+/// with an IPv4 address.
 ///
-/// Errors: std::runtime_error when one has none; the text lists the adapters of the machine.
+/// Errors: std::runtime_error when a name has no such adapter; its text lists the adapters of the
+/// machine.
 std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
                                     const std::vector<std::string>& names);
 

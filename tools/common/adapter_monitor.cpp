@@ -27,7 +27,8 @@ void NoteDeletedLink(nl_object* object, void* deleted)
     if (nl_object_get_msgtype(object) != RTM_DELLINK)
         return;
     auto* link = reinterpret_cast<rtnl_link*>(object);
-    // A device that leaves a bridge is announced as deleted, too, but in the family AF_BRIDGE.
+    // Not AF_BRIDGE: in that family the kernel announces a device as deleted when it only leaves a
+    // bridge.
     if (rtnl_link_get_family(link) == AF_UNSPEC)
         static_cast<std::set<int>*>(deleted)->insert(rtnl_link_get_ifindex(link));
 }
@@ -45,13 +46,15 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Does not use libnl's link cache, which has a second entry, of the IPv6 family, for each device.
-// The kernel never announces the deletion of that entry, so a deleted device would stay in it.
+// Does not use the link cache of libnl. The cache has two entries for a device, one of them of the
+// IPv6 family, and the kernel never announces the deletion of the IPv6 entry: a deleted device
+// would stay in the cache.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)
         throw std::bad_alloc();
-    nl_socket_disable_seq_check(socket.get()); // announcements answer no request
+    // Announcements answer no request, so they do not have the sequence number that libnl expects.
+    nl_socket_disable_seq_check(socket.get());
     ThrowOnError(
         nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnAnnouncement, &deleted));
     ThrowOnError(nl_connect(socket.get(), NETLINK_ROUTE));
@@ -66,8 +69,9 @@ int CAdapterMonitor::Descriptor() const
 
 std::set<int> CAdapterMonitor::ReadDeleted()
 {
-    // Reading fails when no announcement is left, and once after the kernel dropped some. The rest
-    // then keeps the descriptor readable, and ReadAdapters does not need those that were dropped.
+    // nl_recvmsgs_default fails when no announcement is left. It also fails once after the kernel
+    // dropped announcements; those that are left then keep the descriptor readable, so the caller
+    // calls again.
     while (nl_recvmsgs_default(socket.get()) >= 0)
         continue;
     return std::exchange(deleted, {});

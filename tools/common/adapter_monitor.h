@@ -9,12 +9,13 @@ struct nl_sock;
 namespace kx::tools {
 
 /// Time to wait after a change before the adapters are read. Changes come in bursts: a new adapter
-/// is announced several times before it has its address.
+/// is announced several times before it has its address. If a burst takes longer, the adapters are
+/// read again after the rest of it.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
-/// Reports that adapters of this machine or their addresses changed, over rtnetlink(7). Call
-/// ReadAdapters for the new state: it is complete even when the kernel dropped announcements
-/// because there were too many.
+/// Reports over rtnetlink(7) that adapters of this machine or their addresses have changed. Call
+/// ReadAdapters for the new state: its result is complete even if the kernel dropped announcements
+/// of changes because there were too many.
 ///
 /// Not thread-safe.
 class CAdapterMonitor {
@@ -27,16 +28,17 @@ public:
     /// Returns a descriptor that becomes readable, as for poll(2), when something changes.
     int Descriptor() const;
 
-    /// Reads the announcements that have arrived, without waiting.
+    /// Reads the kernel's announcements of changes that have arrived, without waiting.
     ///
-    /// @return the indexes of the devices that were deleted since the last call
+    /// @return the indexes of the devices that were deleted since the last call, except those whose
+    ///         announcement the kernel dropped
     std::set<int> ReadDeleted();
 
 private:
     struct FreeSocket {
         void operator()(nl_sock* freed) const;
     };
-    std::set<int> deleted; // outlives the socket, whose callback writes to it
+    std::set<int> deleted; // the callback of the socket writes to it, so it outlives the socket
     std::unique_ptr<nl_sock, FreeSocket> socket;
 };
 

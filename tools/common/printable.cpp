@@ -9,8 +9,9 @@
 namespace kx::tools {
 namespace {
 
-/// Makes the calling thread read UTF-8 during the lifetime of this object, whatever the user's
-/// locale. If the system lacks the locale C.UTF-8, only ASCII characters are recognised.
+/// Makes mbrtowc(3) and wcwidth(3) read UTF-8 in the calling thread during the lifetime of this
+/// object, whatever the user's locale is. If the system lacks the locale C.UTF-8, they recognise
+/// only ASCII characters.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}
@@ -22,7 +23,7 @@ private:
     static locale_t Locale()
     {
         static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        return utf8; // null changes nothing
+        return utf8; // null if it is missing; uselocale(3) then changes nothing
     }
 
     const locale_t former;
@@ -30,8 +31,8 @@ private:
 
 /// The first character of a text.
 struct Character {
-    std::size_t length; ///< bytes
-    int columns;        ///< that it fills on a terminal; 0 or less: cannot be printed
+    std::size_t length; ///< in bytes
+    int columns;        ///< how many it fills on a terminal; 0 or less: it cannot be printed
 };
 
 Character FirstCharacter(const char* text, std::size_t length)
@@ -39,8 +40,8 @@ Character FirstCharacter(const char* text, std::size_t length)
     wchar_t character = 0;
     std::mbstate_t state{};
     const std::size_t used = std::mbrtowc(&character, text, length, &state);
-    // mbrtowc(3) returns 0 for a NUL, and one of the two largest numbers for a truncated or an
-    // invalid character.
+    // mbrtowc(3) returns 0 for a NUL. For a truncated or an invalid character it returns -2 or -1,
+    // which are huge numbers as a size_t.
     if (used == 0 || used > length)
         return {1, 0};
     return {used, wcwidth(character)};

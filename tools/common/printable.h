@@ -10,18 +10,19 @@
 
 namespace kx::tools {
 
-/// Escapes a text, which any machine on the network may have sent, for one line of a terminal. Each
-/// byte of a character that fills no column becomes "\xhh": control characters, marks that change
-/// the direction of writing, invalid UTF-8. Thread-safe.
+/// Escapes a text for one line of a terminal. The text may come from any machine on the network.
+/// Each byte of a character that fills no column becomes "\xhh": control characters, marks that
+/// change the direction of writing, invalid UTF-8. Thread-safe.
 std::string Printable(const std::string& text);
 
 /// Returns how many columns of a terminal a text from Printable fills. Thread-safe.
 std::size_t ColumnCount(const std::string& printable);
 
-/// Returns a time to the millisecond.
+/// Returns a time as text, with milliseconds.
 ///
 /// @param toCalendar  gmtime_r or localtime_r
-/// @param format      for strftime(3), of the text before the milliseconds
+/// @param format      format of the text before the milliseconds, as for strftime(3): "%H:%M:%S"
+///                    makes "12:34:56.789"
 ///
 /// Thread-safe.
 inline std::string TimeText(std::chrono::system_clock::time_point time,

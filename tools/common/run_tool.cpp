@@ -13,10 +13,11 @@
 namespace kx::tools {
 namespace {
 
-/// About thirty years: far below what the clock's nanoseconds can count.
+/// Maximum of a time on the command line, about 32 years. The steady clock counts nanoseconds in 64
+/// bits, which would overflow after 292 years.
 constexpr double kMaxSeconds = 1e9;
 
-/// The help of CLI11, with all prose wrapped at the terminal's width.
+/// Formats the help as CLI11 does, but wraps the descriptions at the terminal's width.
 class CHelpFormatter : public CLI::Formatter {
 public:
     explicit CHelpFormatter(std::size_t terminalWidth) : width(terminalWidth) {}
@@ -26,7 +27,8 @@ public:
         return Wrap(app->get_description(), width) + "\n";
     }
 
-    /// Leaves out the list of excluded options, which would be longer than the rest.
+    /// Returns the text after an option's name in the help: only the type of its value. CLI11 would
+    /// also list the options that exclude this one, and that list would be longer than the rest.
     std::string make_option_opts(const CLI::Option* option) const override
     {
         const bool isFlag = option->get_type_size() == 0;
@@ -57,7 +59,8 @@ private:
     const std::size_t width;
 };
 
-/// Rewords messages of CLI11 such as "--adapter: 1 required NAME missing".
+/// Rewords messages of CLI11 such as "--adapter: 1 required NAME missing" as "--adapter needs a
+/// value, NAME", and adds "see --help" to all messages.
 std::string Explain(const CLI::ParseError& error)
 {
     static const std::regex missing("(.*): 1 required (.*) missing");
@@ -97,7 +100,8 @@ void Complain(const std::string& name, const std::string& text)
 
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description)
 {
-    // One name per --adapter: a further name without --adapter is an error.
+    // allow_extra_args(false): each --adapter takes one name. By default, CLI11 takes all words up
+    // to the next option as names.
     CLI::Option* option =
         app.add_option("--adapter", names, description)->allow_extra_args(false)->type_name("NAME");
     if (!names.empty())

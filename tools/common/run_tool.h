@@ -12,8 +12,8 @@ namespace kx::tools {
 /// Exit status for an invalid command line and for every error that prevents a tool's work.
 inline constexpr int kExitError = 2;
 
-/// Runs a tool: reads the command line, then calls `work`. Adds --version, and --help for the tool
-/// and its subcommands, wrapped at the terminal's width.
+/// Runs a tool: reads the command line, then calls `work`. Adds the options --version and --help.
+/// The help is wrapped at the terminal's width.
 ///
 /// @param name         the tool's name; its error messages begin with it
 /// @param description  what the tool does, for --help; line feeds only between paragraphs
@@ -24,7 +24,7 @@ inline constexpr int kExitError = 2;
 int RunTool(int argc, char** argv, const char* name, const char* description,
             const std::function<void(CLI::App&)>& addOptions, const std::function<int()>& work);
 
-/// The same for a tool whose options are the fields of a struct.
+/// Runs a tool whose options are the fields of a struct; otherwise as the function above.
 template <class Options>
 int RunTool(int argc, char** argv, const char* name, const char* description,
             void (*addOptions)(CLI::App&, Options&), int (*work)(const Options&))
@@ -40,15 +40,17 @@ void Complain(const std::string& name, const std::string& text);
 
 /// Adds the option --adapter, which may be given several times.
 ///
-/// @param names  in: the default, one name or none; out: the names given
+/// @param names  in: the default, one name or none; out: the names on the command line if there
+///               are any. Outlives the parsing of the command line.
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
-/// Accepts a positive time in seconds, fractions included, that the steady clock can hold.
+/// Returns a check for an option. It accepts a positive number of seconds, with or without a
+/// fraction, up to 1e9.
 ///
-/// Not CLI::PositiveNumber, which lets "nan" and 1e300 pass.
+/// Not CLI::PositiveNumber, which also accepts "nan" and times that the steady clock cannot hold.
 CLI::Validator PositiveSeconds();
 
-/// Converts a time that PositiveSeconds has accepted.
+/// Converts a time in seconds that PositiveSeconds has accepted. A longer time could overflow.
 std::chrono::steady_clock::duration ToDuration(double seconds);
 
 } // namespace kx::tools

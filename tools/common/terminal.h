@@ -5,7 +5,7 @@
 
 namespace kx::tools {
 
-// Escape sequences of console_codes(4).
+// Escape sequences that change the colour of the text after them, see console_codes(4).
 inline constexpr char kRed[] = "\033[31m";
 inline constexpr char kGreen[] = "\033[32m";
 inline constexpr char kYellow[] = "\033[33m";
@@ -21,8 +21,8 @@ bool WantsColor();
 /// terminal, the value of COLUMNS in the environment, otherwise 80. Thread-safe.
 std::size_t TerminalWidth();
 
-/// Breaks text into lines at its spaces. Line feeds in it stay; a word that is longer than a line
-/// gets a separate line.
+/// Breaks a text into lines at its spaces. Line feeds in the text stay. A word that is longer than
+/// a line gets a separate line.
 ///
 /// @param width   columns of a line; 0 counts as 1
 /// @param indent  spaces at the beginning of each line except the first, not counted in `width`
