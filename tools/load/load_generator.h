@@ -17,49 +17,54 @@ namespace kx::tools {
 /// The messages to send, their number and rate.
 struct Load {
     boost::asio::ip::address_v4 destination;
-    /// Own address to send from; the unspecified one leaves the choice to the kernel.
+    /// Own address to send from; 0.0.0.0 leaves the choice to the kernel.
     boost::asio::ip::address_v4 from;
     std::vector<std::string> templates; ///< sent in turn, see CNumberedMessages
     bool answered = true;               ///< whether to wait for answers
     std::uint64_t inFlight = 1;         ///< without a rate: how many messages wait for an answer
     double rate = 0;                    ///< messages per second; 0: see inFlight
-    std::uint64_t maxCount = 0;         ///< messages
-    std::chrono::steady_clock::duration maxTime{}; ///< from the first message to the last
-    /// Receives a line for each message a second after it was sent: the local time of sending and
-    /// the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null.
+    std::uint64_t maxCount = 0;         ///< maximum number of messages
+    std::chrono::steady_clock::duration maxTime{}; ///< maximum time of sending
+    /// If `answered`: receives a line for each message a second after it was sent, with the local
+    /// time of sending and the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null;
+    /// outlives the run.
     std::ostream* record = nullptr;
 };
 
 /// The results of a run.
 struct LoadResult {
     std::uint64_t sent = 0;
-    std::uint64_t answered = 0;
+    std::uint64_t answered = 0; ///< messages with at least one answer within a second
     std::uint64_t lost = 0;     ///< not answered within a second
     std::uint64_t received = 0; ///< datagrams, including those that answer no message
-    /// From the first message to the last, or to the last answer.
+    /// From the start until the last message was sent or, if that was later, until the last answer
+    /// came. Only the first answer to each message counts.
     std::chrono::duration<double> elapsed{};
-    /// From each answered message to its first answer, in nanoseconds, unordered.
+    /// For each answered message, the time until its first answer, in nanoseconds; unordered.
     std::vector<std::uint32_t> roundTrips;
 };
 
-/// Sends messages and waits for the answers, at a rate (an open loop) or one for each answer (a
-/// closed loop, which keeps a core busy). Not thread-safe.
+/// Sends messages and waits for the answers. With a rate (an open loop), sends at equal intervals,
+/// answered or not. Without one (a closed loop), sends the next message when one is answered or
+/// lost, and keeps a core busy. Not thread-safe.
 class CLoadGenerator {
 public:
     /// Errors: boost::system::system_error when the socket cannot be created.
     explicit CLoadGenerator(const Load& load);
 
-    /// Sends everything and returns when each message is answered or lost. May be called once.
+    /// Sends the messages and returns when each of them is answered or lost; if no answers are
+    /// wanted, when all are sent. May be called once.
     ///
     /// Errors: std::system_error when sending, waiting or receiving fails.
     LoadResult Run();
 
 private:
     using Time = std::chrono::steady_clock::time_point;
+    /// A message that was sent and may still be answered.
     struct Question {
         Time sentAt;
         bool answered;
-        std::string answeredBy; ///< only for the record: " ADDRESS" of each answer
+        std::string answeredBy; ///< " ADDRESS" for each answer; only if there is a record
     };
 
     bool IsSending(Time now) const
@@ -79,13 +84,12 @@ private:
     const CNumberedMessages messages;
     boost::asio::io_context ioService;
     boost::asio::ip::udp::socket socket;
-    std::vector<std::string> outgoing; ///< as many as one system call sends
-    std::vector<std::string> incoming;
-    /// Messages that may still be answered, in the order of their numbers; the first has the number
-    /// `firstNumber`.
+    std::vector<std::string> outgoing; ///< the messages of one sendmmsg(2)
+    std::vector<std::string> incoming; ///< the buffers of one recvmmsg(2)
+    /// In the order of the messages' numbers; the first has the number `firstNumber`.
     std::deque<Question> questions;
     std::uint64_t firstNumber = 0;
-    std::uint64_t open = 0; ///< how many of them are not answered
+    std::uint64_t open = 0; ///< how many of the questions are not answered
     Time start;
     LoadResult result;
 };

@@ -100,7 +100,8 @@ std::vector<std::string> ReadTemplates(const LoadOptions& options)
                                kIdentifierMark)};
 }
 
-/// Returns the time that this share of the round trips does not exceed, in microseconds.
+/// Returns the time in microseconds that this share (0 to 1) of the round trips does not exceed; 0
+/// without round trips. Reorders them.
 double Percentile(std::vector<std::uint32_t>& roundTrips, double share)
 {
     if (roundTrips.empty())

@@ -7,7 +7,7 @@
 namespace kx::tools {
 namespace {
 
-/// In the last group of a UUID.
+/// Hexadecimal digits of a message's number: the last group of a UUID has 12.
 constexpr std::size_t kDigits = 12;
 
 std::string NewIdentifierStart()

@@ -8,14 +8,14 @@
 
 namespace kx::tools {
 
-/// Stands for the message's identifier in a template.
+/// Stands for the message's identifier in a template, the text of a message.
 inline constexpr char kIdentifierMark[] = "{id}";
 
-/// The messages of one run: copies of alternating templates, each with a unique identifier.
+/// The messages of one run: copies of the templates in turn, each with an identifier of its own.
 ///
-/// An identifier is a UUID. Its last group is the message's number, the others are the same for the
-/// run, so that a text search finds the number in an answer: a load generator that parsed XML would
-/// be slower than the servers that it measures.
+/// An identifier is a UUID. Its last group is the message's number; the other groups are the same
+/// in all messages of the run. A text search for them therefore finds the number in an answer.
+/// Parsing the XML would make the load generator slower than the servers that it measures.
 class CNumberedMessages {
 public:
     /// @param templates  at least one; each kIdentifierMark in them is replaced
@@ -26,10 +26,11 @@ public:
     /// Writes a message.
     ///
     /// @param number   below 2^48
-    /// @param message  out: replaced; its memory is used again
+    /// @param message  out: replaced; its memory is reused
     void Write(std::uint64_t number, std::string& message) const;
 
-    /// Returns the number of the message that an answer relates to, if this run sent it.
+    /// Returns the number of the message that an answer relates to; nothing if it relates to none
+    /// of this run.
     std::optional<std::uint64_t> NumberIn(std::string_view answer) const;
 
 private:
@@ -38,7 +39,7 @@ private:
         std::vector<std::size_t> digitsAt;
     };
 
-    std::string identifier; ///< up to the number
+    std::string identifier; ///< the part before the number, the same in all messages
     std::vector<Template> templates;
 };
 
