@@ -13,6 +13,7 @@ using std::chrono::milliseconds;
 namespace kx::tools {
 namespace {
 
+/// Mean of the random intervals between bursts.
 constexpr milliseconds kBurstInterval{4000};
 constexpr milliseconds kStateInterval{1000};
 constexpr int kDocumentsPerThread = 25;
@@ -61,7 +62,7 @@ void CBurstSource::SendBurst()
         for (const std::string& document : documents)
             plugin.Apply(document);
     };
-    // Created in advance, so that nothing delays the calls.
+    // Created in advance, so that both threads hand over their documents without a pause.
     std::vector<std::string> halves[2];
     for (auto& half : halves) {
         for (int count = 0; count < kDocumentsPerThread; ++count)
@@ -73,8 +74,9 @@ void CBurstSource::SendBurst()
     other.join();
 }
 
-/// Returns a document with up to two adapters, loopback or absent, or one with thousands, none of
-/// them connected. One in four is truncated.
+/// Returns a random document. It lists up to two connected adapters, each either loopback or one
+/// that does not exist. One document in a burst, on average, is huge instead: it lists thousands of
+/// adapters, none of them connected. One document in four is truncated.
 std::string CBurstSource::MakeDocument()
 {
     const bool huge = RandomBelow(random, 2 * kDocumentsPerThread) == 0;

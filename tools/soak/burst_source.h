@@ -8,13 +8,14 @@
 
 namespace kx::tools {
 
-/// Supplies the documents of a server that follows its adapters. At random times, two threads hand
-/// over a burst of other documents concurrently: some list absent adapters, some are huge, some
-/// truncated. The correct document follows. Prints ProcessState once a second.
+/// Supplies the documents of a server that follows its adapters. At random times, Next also hands
+/// the plug-in a burst of other documents, from two threads concurrently: some list adapters that
+/// do not exist, some are huge, some truncated. After a burst, Next returns the correct document.
+/// Next also prints ProcessState, at most once a second.
 class CBurstSource : public IDocumentSource {
 public:
-    /// @param served     must be loaded when Next is called; outlives this
-    /// @param generator  for the times and documents of the bursts; outlives this
+    /// @param served     its Load has been called before Next is; outlives this object
+    /// @param generator  for the times and documents of the bursts; outlives this object
     CBurstSource(const CPluginLibrary& served, std::mt19937& generator);
 
     void Read() override { adapterSource.Read(); }
@@ -35,7 +36,7 @@ private:
     Clock::time_point nextState;
 };
 
-/// Returns a random time, exponentially distributed.
+/// Returns a random time, exponentially distributed with this mean.
 std::chrono::milliseconds RandomTime(std::mt19937& generator, std::chrono::milliseconds mean);
 
 } // namespace kx::tools

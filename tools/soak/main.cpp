@@ -20,6 +20,7 @@ constexpr char kDescription[] =
     "Loads, runs, closes and unloads the plug-in beside this file repeatedly, on all adapters "
     "except loopback: short lives for two thirds of the time, then a long one.";
 
+/// Mean of the random lives. A life is the time from Load to Unload.
 constexpr milliseconds kMeanLife{2000};
 
 struct SoakOptions {
@@ -38,7 +39,8 @@ void AddOptions(CLI::App& app, SoakOptions& options)
         ->capture_default_str();
 }
 
-/// Runs the plug-in from Load to Unload. Returns false when a signal ended the run early.
+/// Loads the library, runs the plug-in from Load to Unload and closes the library. Returns false
+/// when a signal ended the run before `limit` was over.
 bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
 {
     const auto end = steady_clock::now() + limit;
@@ -49,7 +51,7 @@ bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock:
     return steady_clock::now() >= end;
 }
 
-/// Throws if the library is still loaded after the last dlclose(3).
+/// Throws std::runtime_error if the library is still in memory although dlclose(3) was called.
 void CheckUnloaded()
 {
     if (dlopen(OwnPluginFile().c_str(), RTLD_NOW | RTLD_NOLOAD))

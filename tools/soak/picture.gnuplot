@@ -1,5 +1,9 @@
-# gnuplot -c picture.gnuplot SAMPLES PICTURE: memory, descriptors, threads and Probes over time, the
-# samples of a long run averaged to some 300 points.
+# Draws memory, descriptors, threads and Probes over time. A curve has about 300 points at most: in
+# a long run, each is the average of several samples.
+#
+#   gnuplot -c picture.gnuplot SAMPLES PICTURE
+#
+# SAMPLES is what report.awk writes, one line per second. PICTURE is the SVG file to write.
 set terminal svg size 1000,1000 background "white" font "sans-serif,13"
 set output ARG2
 set datafile separator ","
@@ -7,9 +11,11 @@ set datafile missing ""
 stats ARG1 using 1 nooutput
 step = ceil(STATS_max / 300)
 minutes(second) = floor(second / step) * step / 60.0
-# Column 6 counts the threads: more than one within a life (Load to Unload), one between lives.
+# A life of the plug-in is the time from Load to Unload. Column 6 is the number of threads: more
+# than one within a life, one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
-# An empty line breaks the curve, which would otherwise cross the long life as a straight line.
+# An empty line interrupts the curve between lives where there is no sample for more than 60 s: the
+# last life takes a third of the soak, and a straight line would otherwise cross it.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1

@@ -25,7 +25,7 @@ std::string ProcessState()
     long residentPages = 0;
     std::ifstream("/proc/self/statm") >> totalPages >> residentPages;
     const struct mallinfo2 heap = mallinfo2();
-    // One descriptor belongs to the iterator itself.
+    // Minus one: the iterator that counts the descriptors has one itself.
     return Compose("heap ", heap.uordblks + heap.hblkhd, ", resident ",
                    residentPages * sysconf(_SC_PAGESIZE), ", descriptors ",
                    CountEntries("/proc/self/fd") - 1, ", threads ",

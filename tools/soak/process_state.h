@@ -5,8 +5,9 @@
 namespace kx::tools {
 
 /// Returns the resources of this process: "heap N, resident N, descriptors N, threads N". The heap
-/// is the memory that was allocated and not freed; resident is the memory that the process occupies
-/// (proc(5)); both in bytes.
+/// is the memory that is allocated and not freed, by mallinfo2(3); resident is the memory that the
+/// process occupies in RAM, by statm of proc(5). Both are in bytes. Freed memory in the allocator's
+/// caches (tcache) counts as heap.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc is not mounted.
 /// Thread-safe.

@@ -1,33 +1,39 @@
-# Reads the files of a soak, writes the samples, prints the summary. Exit status 1 if a check fails.
+# Checks a soak of the plug-in: reads its log and records, writes the samples and prints a summary.
+# Exit status 1 if a check fails.
 #
 #   awk -v steady=ADDRESS -v samples=FILE -f report.awk HOST-LOG PROBES UNANSWERABLE
 #
-# HOST-LOG is the log of pelorin-soak with a line for each event of an adapter. PROBES and
-# UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
-# answered. ADDRESS is that of the steady adapter, the one that never changes.
+# HOST-LOG is the log of pelorin-soak, with an additional line for each change of an adapter. PROBES
+# and UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
+# answered. ADDRESS is the address of the steady adapter, the only one that never changes. FILE gets
+# a line for each second: the samples. A life of the plug-in is the time from Load to Unload.
 
 BEGIN {
-    margin = 0.25 # s; no answer is due this close to a start or stop of an endpoint
-    max_silence = 60 # s; the host prints its state every second
+    margin = 0.25 # s; no answer is required this close to a start or stop of the endpoint
+    max_silence = 60 # s between two states in the log; the host prints one each second
     long_life = 3 # s; in a longer life at least one Probe must be answered
-    min_share = 0.99 # of the Probes that are to be answered
+    min_share = 0.99 # of the Probes that must be answered; a few may be lost
 
-    # How many more may exist while the plug-in runs than after its first life. Descriptors: three
-    # of the I/O service, a socket for each adapter, and those that the host opens for a moment.
-    # Threads: the one that the plug-in borrows, its I/O thread and one that sends a burst.
+    # How many more descriptors and threads may exist while the plug-in runs than after its first
+    # life. Descriptors: three of the I/O service, one socket for each adapter, and the sockets and
+    # files by which the host watches and reads the adapters. Threads: the one that the host lends
+    # to the plug-in, the plug-in's I/O thread, and one that sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
-    # Allowed growth in bytes, from the minimum of the second quarter of the samples to that of the
-    # last. After each life ("Gone") the heap is the same except for a few texts; within one
-    # ("Running") it depends on the number of adapters. Resident memory may grow more: the allocator
-    # returns that of a huge document to the system only occasionally.
+    # Allowed growth in bytes: the minimum of the last quarter of the samples minus the minimum of
+    # the second quarter. After each life ("Gone") the heap is the same except for a few texts.
+    # Within a life ("Running") it depends on the number of adapters. Resident memory may grow more,
+    # because the allocator does not always return the memory of a huge document to the system.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
 }
 
-# Turns times of day into seconds that go on after midnight. All files begin on the same day.
+# The next two rules convert the time of day in each line to seconds that continue to grow after
+# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one only means
+# that two lines are in the wrong order. All files begin at about the same time, so at the beginning
+# of each file `now` goes back to `start`, the time of the very first line.
 FNR == 1 {
     ++file
     now = start
@@ -65,7 +71,7 @@ file == 1 && text ~ /^(Running|Gone): / {
     last_state = now
     when = substr($3, 1, length($3) - 1)
     if (when == "Running" && running_life != lives) {
-        running_life = lives # keep the last life only, in which growth is checked
+        running_life = lives # keep the samples of the last life only: its growth is checked
         count["Running"] = 0
     }
     entry = ++count[when]
@@ -88,7 +94,8 @@ file == 2 {
     second = int(now - start)
     ++sent[second]
     sent_answered[second] += answered
-    # An answer is due only if the endpoint was up from `margin` before the Probe to `margin` after.
+    # The steady adapter must answer only if its endpoint was up from `margin` seconds before the
+    # Probe until `margin` seconds after it.
     while (up < ups && up_from[up + 1] + margin <= now)
         ++up
     if (up == 0 || now < up_from[up] + margin || now > (up in up_to ? up_to[up] : end) - margin)
@@ -110,7 +117,7 @@ function Max(first, second) { return first > second ? first : second }
 
 function Fault(text) { faults[++fault_count] = text }
 
-# The minimum of a figure in one quarter of the samples, counted from 0.
+# Returns the minimum of a figure, such as "heap", in one quarter of the samples: 0 is the first.
 function MinInQuarter(when, figure, quarter,    size, number, min) {
     size = int(count[when] / 4)
     number = quarter == 3 ? count[when] - size : quarter * size
