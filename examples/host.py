@@ -26,7 +26,7 @@ def on_record(request, reply):
 def call(function, layout="", *fields):
     """Calls an entry point. `layout` is that of its request in pelorin/plugin.h. During the call
     ctypes releases the interpreter's lock, so the callback can run on other threads."""
-    function(struct.pack(layout, *fields), c.create_string_buffer(112))  # bytes of the longest reply
+    function(struct.pack(layout, *fields), c.create_string_buffer(112))  # size of the longest reply
 
 
 def adapters():
