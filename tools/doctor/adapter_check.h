@@ -8,16 +8,18 @@
 
 namespace kx::tools {
 
-/// The adapters that further checks can use, and the findings about the others.
+/// The adapters that further checks can use, and what is wrong with any adapter. An adapter with
+/// the finding `no-multicast` is usable, because it carries direct Probes.
 struct CheckedAdapters {
     std::vector<Adapter> usable;
     Findings findings;
 };
 
-/// Checks the adapters themselves: `no-adapter`, `link-down` and `no-multicast`.
+/// Checks the addresses, the link and the flags of adapters. The possible findings are
+/// `no-adapter`, `link-down` and `no-multicast`.
 ///
 /// @param all    all adapters of the machine
-/// @param names  those to check; when empty, all that have an IPv4 address, except loopback
+/// @param names  the adapters to check; when empty, all that have an IPv4 address, except loopback
 ///
 /// Thread-safe.
 CheckedAdapters CheckAdapters(const std::vector<Adapter>& all,

@@ -13,7 +13,8 @@ constexpr char kSocketsSeen[] =
 constexpr char kProbesSeen[] = "the Probes that came to {adapter} and the answers that left";
 constexpr char kAdapterSeen[] = "the adapter";
 
-/// The names are the findings' headings in docs/operations.md; scripts/check-docs compares them.
+/// Each name is a heading in docs/operations.md, which explains the finding. scripts/check-docs
+/// compares the names with the headings.
 const std::vector<Advice> kAdvice{
     // Findings on a client.
     {"found", "", kGroupAsked, "clients on this machine find the recorder", "", {}},

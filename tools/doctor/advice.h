@@ -14,17 +14,20 @@ struct Advice {
     const char* lookedAt;
     const char* means;
     const char* remedy;                ///< "" when nothing is to be done
-    std::vector<const char*> commands; ///< to be copied into a shell
+    std::vector<const char*> commands; ///< commands for a shell; the remedy says what they are for
 };
 
 /// Returns the advice for a finding.
 ///
-/// Errors: std::logic_error for a finding that the table does not list.
+/// Errors: std::logic_error when advice.cpp has no advice for it.
 /// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// Fills in an advice's text: {adapter} is the finding's adapter, any other {word} the text of that
-/// name in the finding's evidence.
+/// Fills in a text or command of an advice. Replaces {adapter} by the name of the finding's adapter
+/// and any other {word} by the text that the finding's evidence has under this name.
+///
+/// Errors: nlohmann::json::exception when the evidence has no such text.
+/// Thread-safe.
 std::string FillIn(const std::string& text, const Finding& finding);
 
 } // namespace kx::tools

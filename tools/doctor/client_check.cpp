@@ -20,7 +20,7 @@ Json ToJson(const SeenAnswer& answer)
             {"kind", answer.target.empty() ? "group" : "direct"}};
 }
 
-/// Checks one adapter: each step adds its findings.
+/// Checks one adapter of a client. Each step adds its findings.
 class CClientCheck {
 public:
     explicit CClientCheck(const ClientObservation& observation) : seen(observation) {}
@@ -60,7 +60,7 @@ private:
     Findings findings;
 };
 
-/// Returns whether a recorder with this address answered the Probe to the group.
+/// Returns whether a recorder answered the Probe to the group from this IP address.
 bool CClientCheck::Answered(const std::string& source) const
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
@@ -68,14 +68,15 @@ bool CClientCheck::Answered(const std::string& source) const
     });
 }
 
-/// Returns why the Probe to an address was not sent; null when it was.
+/// Returns why the Probe to an address was not sent; null if it was sent.
 Json CClientCheck::DirectError(const std::string& target) const
 {
     const auto error = seen.directErrors.find(target);
     return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
-/// Returns whether the adapter can reach the group; if not, `no-multicast` is reported already.
+/// Returns whether the adapter can reach the group. If it cannot, CheckAdapters has already
+/// reported `no-multicast`.
 bool CClientCheck::CarriesMulticast() const
 {
     return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;
@@ -127,7 +128,8 @@ void CClientCheck::CheckDirect()
         const std::string& address = each.device.address;
         if (!each.target.empty() || !asked.insert({target, address}).second)
             continue;
-        // Only an answer of the same recorder counts: two on one machine share the IP address.
+        // The direct answer must come from the same recorder. Two recorders on one machine share
+        // the IP address, but only one of them receives the direct Probe.
         const bool direct =
             std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
                 return other.target == target && other.device.address == address;
@@ -143,7 +145,7 @@ void CClientCheck::CheckDirect()
     }
 }
 
-/// Checks the answers from the address that the user gave.
+/// Adds a finding if the address given with --to did not answer the Probe to the group.
 void CClientCheck::CheckTarget()
 {
     if (Answered(seen.target))
@@ -163,7 +165,8 @@ void CClientCheck::CheckTarget()
     }
 }
 
-/// Adds a finding for each recorder that advertises an address at which it does not answer.
+/// Adds a finding for each recorder that does not advertise the address from which it answers, and
+/// that did not answer at any address that it advertises.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -189,7 +192,9 @@ void CClientCheck::CheckAddresses()
     }
 }
 
-/// Adds a finding when no recorder answers the Probe to the group.
+/// Called when no recorder answered. Adds a finding about other devices that answered, else about a
+/// Probe to the group that was not sent, else that nothing came. With --to it does not add the last
+/// one, because CheckTarget has already reported it.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

@@ -20,34 +20,39 @@ struct SeenAnswer {
     std::string target; ///< the address that was asked directly; empty when the group was asked
     boost::asio::ip::address_v4 source;
     Device device;
-    bool received; ///< by the socket that asked; otherwise it was seen at the adapter only
+    bool received; ///< by the socket that asked; false: only a packet socket saw it at the adapter
 };
 
-/// Observations on one adapter of a client.
+/// What a client observed on one of its adapters.
 struct ClientObservation {
     Adapter adapter;
     bool watched = false;               ///< whether a packet socket watched the adapter
-    std::vector<SeenAnswer> answers;    ///< without repetitions
-    std::set<std::string> otherDevices; ///< addresses of other devices that answered
-    std::string target;                 ///< the address given with --to; on one adapter only
-    std::string sendError;              ///< why the Probe to the group was not sent; or empty
-    /// The same for each address that was asked directly.
+    std::vector<SeenAnswer> answers;    ///< each once, although Probes are repeated
+    std::set<std::string> otherDevices; ///< IP addresses of answering devices that are no recorders
+    std::string target;    ///< the address given with --to; empty on all adapters but one
+    std::string sendError; ///< why the Probe to the group was not sent; empty if it was
+    /// For each address that was asked directly: why the Probe was not sent; empty if it was sent.
     std::map<std::string, std::string> directErrors;
-    std::uint64_t reversePathDropCount = 0; ///< during the examination, on all adapters
-    /// Silence is a note, not a fault: the user named no adapter, and another one has an answer or
-    /// a `target`.
+    /// Datagrams that reverse-path filtering dropped during the examination, on all adapters.
+    std::uint64_t reversePathDropCount = 0;
+    /// True if the user named no adapter, and if another adapter, but not this one, has a `target`
+    /// or an answer to the Probe to the group. A missing answer is then a note and not a fault.
     bool optional = false;
 };
 
-/// Returns whether a recorder answered the Probe to this address; empty: the Probe to the group.
+/// Returns whether a recorder answered a Probe. An answer that was only seen at the adapter counts.
+///
+/// @param target  the address to which the Probe was sent; empty for the group
+///
+/// Thread-safe.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
-/// Returns the IPv4 addresses that recorders advertise although they answer from another one. A
-/// direct Probe to each shows whether the recorder can be reached there.
+/// Returns the IPv4 addresses that recorders advertise although they answer from another address. A
+/// direct Probe to each of them shows whether the recorder can be reached there. Thread-safe.
 std::set<std::string> OtherHosts(const ClientObservation& seen);
 
-/// Returns the findings on an adapter of a client. If one cause explains several findings, only the
-/// cause is a fault.
+/// Returns the findings on an adapter of a client. A finding that another finding explains is only
+/// a note, or is left out.
 ///
 /// Thread-safe.
 Findings CheckClient(const ClientObservation& seen);

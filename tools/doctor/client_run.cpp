@@ -35,31 +35,34 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// For the answers to the Probes to the group, and again for those to direct Probes.
+/// How long to wait for answers: once after the Probes to the group, once after the direct Probes.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// When a Probe is repeated, because datagrams get lost.
+/// Time after which a Probe is sent again, because a datagram can get lost.
 constexpr std::chrono::milliseconds kRepeatAfter{250};
 
-/// If no recorder has answered by then, all devices are asked, to see whether any answer arrives.
+/// Time after the first Probe to the group. If no recorder has answered on an adapter by then, a
+/// Probe for devices of any type follows there: an answer of any device shows that the network
+/// carries Probes and answers.
 constexpr std::chrono::seconds kAskAllAfter{1};
 
 constexpr std::chrono::milliseconds kProgressInterval{100};
 
-/// A Probe that was sent, and where its answers are recorded.
+/// A Probe that was sent, and the observation to which its answers are added.
 struct Question {
     ClientMessage probe;
     ClientObservation* seen;
-    std::string target; ///< empty for the group
+    std::string target; ///< the address to which it was sent; empty for the group
 };
 
-/// A socket that asks and receives the answers.
+/// A socket that sends Probes and receives the answers.
 class CAsker {
 public:
     using OnDatagram = std::function<void(std::string_view payload, const udp::endpoint& source)>;
 
-    /// @param address  to ask from; with the wildcard the routes decide, as for a client's
-    ///                 connection to a recorder
+    /// @param address  for Probes to the group: an adapter's address; they leave by that adapter.
+    ///                 For direct Probes: 0.0.0.0; the kernel's routes choose the adapter, as for a
+    ///                 client's connection to a recorder.
     ///
     /// Errors: boost::system::system_error.
     CAsker(boost::asio::io_context& ioService, const address_v4& address, OnDatagram handler)
@@ -76,7 +79,7 @@ public:
 
     std::uint16_t Port() const { return socket.local_endpoint().port(); }
 
-    /// @return the reason if sending failed; otherwise empty
+    /// Returns why the text was not sent; empty if it was sent.
     std::string Send(const std::string& text, const address_v4& address)
     {
         error_code error;
@@ -103,8 +106,9 @@ private:
     std::array<char, 65536> buffer; // no UDP datagram is longer
 };
 
-/// One run: asks the group on every adapter, then each recorder directly. Direct Probes have a
-/// separate socket, because the kernel's routes choose their adapter.
+/// One examination: asks the group on every adapter, then each recorder directly. Direct Probes
+/// have a separate socket that is bound to no address, so that the kernel's routes choose their
+/// adapter.
 class CClientRun {
 public:
     /// Errors: std::runtime_error.
@@ -113,7 +117,7 @@ public:
     void AskGroup();
     void AskDirectly();
 
-    std::list<ClientObservation> observations; ///< the questions keep references
+    std::list<ClientObservation> observations; ///< a list: the questions point to its elements
     Findings findings;                         ///< about checks that were left out
 
 private:
@@ -127,7 +131,7 @@ private:
 
     const DeviceType sought = RecorderType();
     boost::asio::io_context ioService;
-    std::list<CAsker> groupAskers; ///< in the order of the observations
+    std::list<CAsker> groupAskers; ///< one for each observation, in the same order
     std::unique_ptr<CAsker> directAsker;
     std::vector<std::unique_ptr<CPacketWatch>> watches;
     std::list<Question> questions;
@@ -239,8 +243,8 @@ void CClientRun::Send(const Question& question)
     question.seen->sendError = asker->Send(question.probe.text, make_address_v4(kMulticastGroup));
 }
 
-/// Receives until `phaseTime` after the start of the phase or, with `untilAllAnswered`, until every
-/// direct Probe is answered.
+/// Receives answers until `phaseTime` after the start of the phase. With `untilAllAnswered`, ends
+/// early when every direct Probe is answered.
 void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
 {
     const auto deadline = phase.start + phaseTime;
@@ -256,7 +260,8 @@ void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
     progress.Clear();
 }
 
-/// Returns whether the sockets have received an answer from everything that was asked directly.
+/// Returns whether every direct Probe has an answer that a socket received. An answer that was only
+/// seen at the adapter does not count: the socket may still receive it.
 bool CClientRun::AllAnswered() const
 {
     return std::all_of(questions.begin(), questions.end(), [](const Question& question) {
@@ -287,7 +292,7 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             seen.otherDevices.insert(address.to_string());
             continue;
         }
-        // An answer that a socket receives is also seen at the adapter.
+        // An answer can come twice: from the packet socket and from the socket that asked.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&
@@ -322,7 +327,7 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        // The adapter may be gone by now.
+        // If the adapter was removed or went down meanwhile, that alone is reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());

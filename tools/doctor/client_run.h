@@ -7,11 +7,11 @@
 
 namespace kx::tools {
 
-/// Looks for recorders as a client does and examines the answers. Takes up to 4 s and shows the
-/// remaining time on a terminal.
+/// Looks for recorders as a client does and examines the answers. Takes up to 4 s. Shows the
+/// remaining time on standard error if that is a terminal.
 ///
 /// @param names   see CheckAdapters
-/// @param target  IPv4 address of a recorder to ask directly as well; may be empty
+/// @param target  IPv4 address of a recorder that is also asked directly; may be empty
 ///
 /// Errors: std::runtime_error.
 /// Not thread-safe.

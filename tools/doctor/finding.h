@@ -12,11 +12,11 @@ enum class Level { kOk, kNote, kFault };
 
 /// The result of one check.
 struct Finding {
-    std::string name; ///< as in the table of advice.cpp; other programs depend on it
+    std::string name; ///< one of those in advice.cpp; programs that read the JSON depend on it
     Level level;
-    std::string adapter;             ///< network device name; empty when it concerns none
-    nlohmann::ordered_json evidence; ///< an object; what was seen, for programs
-    std::string seen;                ///< the same for people, without a full stop
+    std::string adapter;             ///< network device name; empty if none is concerned
+    nlohmann::ordered_json evidence; ///< what was seen, for programs: a JSON object
+    std::string seen;                ///< what was seen, for people: a text without a full stop
     std::string variant = {};        ///< selects one advice of that name; empty for the usual one
 };
 

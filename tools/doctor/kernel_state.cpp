@@ -17,8 +17,9 @@ namespace kx::tools {
 
 std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 {
-    // A line for each device, "2 eth0 : 1 V3", then one for each of its groups. The latter begins
-    // with a tab and the address: its four bytes as a native integer in hexadecimal.
+    // The file has a line for each device, such as "2 eth0 : 1 V3". A line for each group of the
+    // device follows. It begins with tabs; then come the group's address, printed as a native
+    // integer in hexadecimal, and the number of sockets.
     std::ifstream file("/proc/net/igmp");
     std::map<std::string, int> members;
     std::string device;
@@ -42,7 +43,7 @@ std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 
 std::uint64_t ReadReversePathDrops()
 {
-    // Each group of counters has two lines, the names and the values.
+    // The file has two lines for each protocol: the names of its counters, then their values.
     std::ifstream file("/proc/net/netstat");
     for (std::string names, values; std::getline(file, names) && std::getline(file, values);) {
         std::istringstream nameWords(names);

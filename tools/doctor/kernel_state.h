@@ -6,22 +6,28 @@
 #include <map>
 #include <string>
 
-/// The kernel's state of multicast groups, routes and reverse-path filtering. Thread-safe.
+/// Functions that read the kernel's state: groups, routes, counters and settings. All are
+/// thread-safe.
 namespace kx::tools {
 
-/// Returns how many sockets have joined a multicast group, by the name of the device; devices
-/// without any are left out. From /proc/net/igmp.
+/// Reads from /proc/net/igmp how many sockets have joined a multicast group on each device.
+///
+/// @return the numbers by the name of the device, without devices where no socket has joined
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
-/// Returns how many datagrams reverse-path filtering has dropped: TcpExt IPReversePathFilter of
-/// /proc/net/netstat, for all adapters together. It does not count what a firewall drops.
+/// Reads how many datagrams reverse-path filtering has dropped so far, on all adapters together:
+/// TcpExt IPReversePathFilter of /proc/net/netstat. Datagrams that a firewall drops do not count.
 std::uint64_t ReadReversePathDrops();
 
-/// Returns the index of the device by which a datagram to the address leaves, over rtnetlink(7); 0
-/// without a route.
+/// Asks the kernel over rtnetlink(7) for the route to an address.
+///
+/// @return the index of the device to which the route leads; 0 if there is no route
 int RouteTo(const boost::asio::ip::address_v4& address);
 
-/// Returns a value of /proc/sys, such as "net/core/rmem_max"; empty if the kernel hides it.
+/// Reads a setting of the kernel.
+///
+/// @param name  its path under /proc/sys, such as "net/core/rmem_max"
+/// @return the value; empty if there is no such file; network namespaces may lack some
 std::string ReadSetting(const std::string& name);
 
 } // namespace kx::tools

@@ -32,7 +32,7 @@ int AskKernel(int protocol, nl_msg* request, const std::function<void(nlmsghdr*)
     const std::unique_ptr<nl_sock, FreeSocket> socket(nl_socket_alloc());
     if (!socket)
         throw std::bad_alloc();
-    nl_socket_disable_auto_ack(socket.get()); // the answer itself is enough
+    nl_socket_disable_auto_ack(socket.get()); // no ACK is needed: the kernel answers
     auto* handler = const_cast<std::function<void(nlmsghdr*)>*>(&onAnswer);
     nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, OnValid, handler);
     int error = nl_connect(socket.get(), protocol);

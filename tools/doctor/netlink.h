@@ -12,16 +12,17 @@ struct FreeNetlinkMessage {
 };
 using NetlinkMessage = std::unique_ptr<nl_msg, FreeNetlinkMessage>;
 
-/// Creates an empty request. Errors: std::bad_alloc.
+/// Creates a netlink(7) request that has only a header. Errors: std::bad_alloc.
 NetlinkMessage MakeNetlinkMessage(int type, int flags);
 
 /// Sends a request to the kernel over netlink(7) and calls `onAnswer` with each message of the
 /// reply.
 ///
-/// @param protocol  as NETLINK_ROUTE
+/// @param protocol  NETLINK_ROUTE or another family of netlink(7)
 /// @param onAnswer  must not throw: it is called by C code
-/// @return 0, or a negative error of libnl, for nl_geterror
+/// @return 0, or a negative error number of libnl, whose text nl_geterror returns
 ///
+/// Errors: std::bad_alloc.
 /// Thread-safe.
 int AskKernel(int protocol, nl_msg* request, const std::function<void(nlmsghdr*)>& onAnswer);
 

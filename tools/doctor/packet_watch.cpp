@@ -24,25 +24,26 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// Returns a filter for the kernel that passes datagrams from or to the ports. Without it, this
-/// program would have to read a recorder's video, too.
+/// Returns a filter (SO_ATTACH_FILTER of socket(7)) that passes UDP datagrams from or to the ports.
+/// Without it, the kernel would pass every packet to this program, a recorder's video included.
 std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
 {
     const auto ancillary = [](int offset) {
         return static_cast<std::uint32_t>(SKF_AD_OFF + offset);
     };
-    constexpr std::uint8_t kDrop = 255; // replaced when the end of the filter is known
+    constexpr std::uint8_t kDrop = 255; // stands for the distance to the end, filled in below
     std::vector<sock_filter> filter{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_PROTOCOL)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ETHERTYPE_IP, 0, kDrop),
-        // A VLAN's frames pass the parent device as well. Tag 0 means no VLAN.
+        // Frames of a VLAN also pass its parent device, but do not belong to it. Their VLAN
+        // identifier, the low 12 bits of the tag, is not 0.
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ancillary(SKF_AD_VLAN_TAG)),
         BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, 0xfff, kDrop, 0),
         BPF_STMT(BPF_LD | BPF_B | BPF_ABS, offsetof(iphdr, protocol)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, IPPROTO_UDP, 0, kDrop),
         BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(iphdr, frag_off)),
         BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, IP_OFFMASK, kDrop, 0),
-        BPF_STMT(BPF_LDX | BPF_B | BPF_MSH, 0), // length of the IP header
+        BPF_STMT(BPF_LDX | BPF_B | BPF_MSH, 0), // register X: length of the IP header
     };
     for (const std::size_t offset : {offsetof(udphdr, source), offsetof(udphdr, dest)}) {
         filter.push_back(BPF_STMT(BPF_LD | BPF_H | BPF_IND, static_cast<std::uint32_t>(offset)));
@@ -73,7 +74,7 @@ udp::endpoint EndpointOf(std::uint32_t address, std::uint16_t port)
 CPacketWatch::CPacketWatch(boost::asio::io_context& ioService, const Adapter& adapter,
                            const std::vector<std::uint16_t>& ports, OnDatagram handler)
     : onDatagram(std::move(handler)),
-      socket(ioService, datagram_protocol(AF_PACKET, 0)) // protocol 0: nothing until it is bound
+      socket(ioService, datagram_protocol(AF_PACKET, 0)) // 0: receives nothing before bind
 {
     std::vector<sock_filter> filter = MakeFilter(ports);
     const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
@@ -84,7 +85,7 @@ CPacketWatch::CPacketWatch(boost::asio::io_context& ioService, const Adapter& ad
 
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    // A socket for IPv4 alone does not receive outgoing packets.
+    // Not ETH_P_IP: a packet socket for one protocol does not receive outgoing packets.
     address.sll_protocol = htons(ETH_P_ALL);
     address.sll_ifindex = adapter.index;
     socket.bind({&address, sizeof(address)});
@@ -99,7 +100,7 @@ void CPacketWatch::StartReceive()
                                       return;
                                   if (!error)
                                       OnReceive(length);
-                                  StartReceive(); // an adapter that goes down causes one error
+                                  StartReceive(); // also after ENETDOWN: the adapter may return
                               });
 }
 
@@ -116,11 +117,11 @@ void CPacketWatch::OnReceive(std::size_t length)
     std::memcpy(&udp, &buffer[ipLength], sizeof(udp));
     sockaddr_ll link;
     std::memcpy(&link, source.data(), sizeof(link));
-    // Datagrams for other machines arrive while the adapter is in promiscuous mode.
+    // In promiscuous mode, the adapter also receives datagrams for other machines.
     if (link.sll_pkttype == PACKET_OTHERHOST)
         return;
 
-    // Short frames are padded, so UDP's own length counts.
+    // Short Ethernet frames are padded, so the length comes from the UDP header.
     const std::size_t begin = ipLength + sizeof(udp);
     const std::size_t given = ntohs(udp.len);
     const std::size_t payload = given < sizeof(udp) ? 0 : given - sizeof(udp);

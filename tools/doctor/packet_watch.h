@@ -19,20 +19,22 @@ struct SeenDatagram {
     bool outgoing; ///< leaves this machine; otherwise it arrives
     boost::asio::ip::udp::endpoint source;
     boost::asio::ip::udp::endpoint destination;
-    std::string_view payload; ///< valid during the call only
+    std::string_view payload; ///< valid during the call of the handler only
 };
 
-/// Watches the UDP datagrams over IPv4 on an adapter (packet(7)): arriving ones before any firewall
-/// or filter can drop them, leaving ones after it. Of fragments only the first is seen.
+/// Watches the UDP datagrams over IPv4 on an adapter with a packet socket (packet(7)). It sees
+/// arriving datagrams before a firewall or reverse-path filtering can drop them. It sees leaving
+/// datagrams only if no firewall has dropped them. Of a fragmented datagram it sees only the first
+/// fragment.
 ///
-/// Threads: the one that runs the service.
+/// Threads: the one that runs the I/O service, which also calls the handler.
 class CPacketWatch {
 public:
     using OnDatagram = std::function<void(const SeenDatagram& datagram)>;
 
-    /// Watches from here on.
+    /// Starts to watch.
     ///
-    /// @param ports  only datagrams from or to one of these ports are reported
+    /// @param ports  the handler gets only datagrams from or to one of these ports
     ///
     /// Errors: boost::system::system_error; operation_not_permitted without CAP_NET_RAW.
     CPacketWatch(boost::asio::io_context& ioService, const Adapter& adapter,

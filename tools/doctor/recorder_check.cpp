@@ -14,12 +14,12 @@ using boost::asio::ip::make_address_v4;
 namespace kx::tools {
 namespace {
 
-/// The Probes of one client, either to the group or to this machine's addresses. If one of them was
-/// answered, the missing answers to the others were lost by chance.
+/// The Probes of one client: either those to the group, or those to this machine's addresses. They
+/// are judged together. If one was answered, nothing blocks them, and others were lost by chance.
 struct Prober {
     std::string address;
     bool toGroup;
-    int routeBack = 0;
+    int routeBack = 0; ///< see SeenProbe
     std::size_t probeCount = 0;
     std::size_t answerCount = 0;
 };
@@ -41,7 +41,8 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Checks one adapter. Each step adds its findings and notes causes that explain later ones.
+/// Checks one adapter of a recorder. Each step adds its findings and sets flags, so that
+/// CheckProbes does not report a missing answer that an earlier finding explains.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -89,7 +90,8 @@ private:
     const MachineState& machine;
     const RecorderObservation& seen;
     const Adapter& adapter;
-    std::vector<UdpSocket> bound; ///< to the device and no address, as a recorder's
+    /// Sockets that are bound to the adapter's device and to no address, as those of a recorder.
+    std::vector<UdpSocket> bound;
     Findings findings;
     bool listening = false;
     bool shared = false;
@@ -139,8 +141,9 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether the group is joined on this adapter for a socket that is bound to another one.
-/// The check of the other adapter reports the fault.
+/// Returns whether the group is joined on this adapter for a socket of another adapter. This is
+/// assumed if a socket is bound to an adapter on which the group is not joined. The check of that
+/// adapter reports the fault, `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -168,8 +171,8 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Returns whether a socket that takes direct Probes belongs to another program than the recorder's
-/// sockets.
+/// Returns whether a socket that receives direct Probes belongs to another program than one of the
+/// sockets in `bound`.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);
@@ -179,8 +182,9 @@ bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
             return false;
         if (owner != machine.owners.end() && other != machine.owners.end())
             return owner->second.process != other->second.process;
-        // The processes are not both known. A recorder's sockets are bound to no address, belong
-        // to one user, and are no more than the adapter's addresses.
+        // At least one of the two processes is unknown, so the sockets have to decide. The sockets
+        // of one recorder are bound to no address, belong to one user, and are not more than the
+        // adapter's addresses.
         return !socket.address.is_unspecified() || each.user != socket.user ||
                bound.size() > adapter.addresses.size();
     });
@@ -194,7 +198,7 @@ void CRecorderCheck::CheckBuffers()
             if (later.inode == each.inode)
                 dropped = later.dropCount - each.dropCount;
         }
-        const std::uint32_t buffer = each.receiveBuffer / 2; // the kernel doubles it: socket(7)
+        const std::uint32_t buffer = each.receiveBuffer / 2; // doubled by Linux: socket(7)
         const Json evidence{{"socket", ToJson(each)},
                             {"dropped", dropped},
                             {"droppedBefore", each.dropCount},
@@ -223,7 +227,7 @@ void CRecorderCheck::CheckProbes()
         if (each.answerCount > 0)
             answered.push_back(each);
         else if (!listening || dropping || (shared && !each.toGroup))
-            continue; // reported already
+            continue; // an earlier finding explains the missing answer
         else if (machine.reversePathDropCount > 0 && each.routeBack != adapter.index)
             filtered.push_back(each);
         else
@@ -265,7 +269,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
                                   : ", to which the route leads by " + route;
         }
     }
-    // The commands of the advice name the first prober.
+    // {prober} in the advice stands for a single address: that of the first prober.
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},
@@ -275,7 +279,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
             : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount));
 }
 
-/// Returns the sockets that can receive datagrams from the adapter.
+/// Returns the sockets that can receive datagrams that arrive at the adapter.
 std::vector<UdpSocket> CRecorderCheck::Receiving() const
 {
     std::vector<UdpSocket> receiving;
@@ -289,7 +293,7 @@ std::vector<UdpSocket> CRecorderCheck::Receiving() const
 std::string CRecorderCheck::DeviceName(int index) const
 {
     const auto name = machine.deviceNames.find(index);
-    // A socket that is bound to a deleted device keeps the device's index.
+    // A socket that is bound to a deleted device keeps the device's index, which has no name now.
     return name != machine.deviceNames.end() ? name->second : Compose("if", index);
 }
 

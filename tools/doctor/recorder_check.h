@@ -14,37 +14,37 @@
 
 namespace kx::tools {
 
-/// A Probe for a recorder that arrived at an adapter from outside.
+/// A Probe that arrived at an adapter and that a recorder has to answer.
 struct SeenProbe {
     boost::asio::ip::udp::endpoint prober;
     std::string identifier; ///< text of its MessageID
-    bool toGroup;           ///< otherwise to an address of this machine
-    bool answered = false;  ///< an answer left by the same adapter
-    int routeBack = 0;      ///< index of the device that the route to the prober leads to; 0: none
+    bool toGroup;           ///< sent to the group; false: sent to an address of this machine
+    bool answered = false;  ///< an answer to it left by the same adapter
+    int routeBack = 0;      ///< index of the device to which the route to the prober leads; 0: none
 };
 
-/// Observations of the whole machine.
+/// What was observed on the whole machine.
 struct MachineState {
-    std::vector<UdpSocket> sockets;      ///< on the discovery port, see ReadUdpSockets
-    std::vector<UdpSocket> laterSockets; ///< the same after the watch
-    std::map<std::uint32_t, SocketOwner> owners;
-    std::map<std::string, int> groupMembers; ///< see ReadGroupMembers
-    std::map<int, std::string> deviceNames;  ///< of all adapters, by their index
-    std::uint64_t reversePathDropCount = 0;  ///< during the watch
-    std::string bufferLimit;                 ///< net.core.rmem_max
+    std::vector<UdpSocket> sockets;      ///< on the discovery port before the watch for Probes
+    std::vector<UdpSocket> laterSockets; ///< on the discovery port after the watch
+    std::map<std::uint32_t, SocketOwner> owners; ///< of `sockets`, by inode
+    std::map<std::string, int> groupMembers;     ///< see ReadGroupMembers
+    std::map<int, std::string> deviceNames;      ///< of all adapters, by their index
+    std::uint64_t reversePathDropCount = 0;      ///< datagrams dropped during the watch
+    std::string bufferLimit;                     ///< value of net.core.rmem_max; may be empty
 };
 
-/// Observations on one adapter.
+/// What was observed on one adapter of a recorder.
 struct RecorderObservation {
     Adapter adapter;
-    bool portTaken = false; ///< a socket like the recorder's cannot be bound, as the port is in use
-    bool watched = false;   ///< whether the fields below were observed
+    bool portTaken = false; ///< another program has the discovery port and does not share it
+    bool watched = false;   ///< a packet socket watched the adapter and filled in the fields below
     std::vector<SeenProbe> probes;
-    std::size_t otherProbeCount = 0; ///< Probes from outside that no recorder answers
+    std::size_t otherProbeCount = 0; ///< Probes that arrived and that no recorder answers
 };
 
-/// Returns the findings on an adapter of a recorder. If one cause explains several findings, only
-/// the cause is a fault.
+/// Returns the findings on an adapter of a recorder. A finding that another finding explains is
+/// only a note, or is left out.
 ///
 /// Thread-safe.
 Findings CheckRecorder(const MachineState& machine, const RecorderObservation& seen);

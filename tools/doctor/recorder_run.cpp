@@ -40,20 +40,21 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// For the answer to a Probe that arrived at the end of the watch.
+/// If a Probe arrives just before the watch ends, the watch lasts this long after the Probe, so
+/// that its answer is seen.
 constexpr std::chrono::milliseconds kAnswerTime{500};
 
 constexpr std::chrono::milliseconds kProgressInterval{200};
 
 /// Returns whether another program has the port and does not share it, so that a recorder's socket
-/// cannot be bound. Call it only if no recorder listens: the socket that it opens for a moment
-/// would take the recorder's datagrams.
+/// cannot be bound. Call it only if no socket is bound to the adapter's device: for a moment it
+/// opens a socket there, which would take datagrams of a recorder.
 bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
     udp::socket socket(service, udp::v4());
-    // Old kernels refuse this without CAP_NET_RAW. Then a socket that is bound to another device
-    // also makes the bind below fail.
+    // Linux before 5.7 refuses SO_BINDTODEVICE without CAP_NET_RAW. Then the bind below also fails
+    // if a socket on another device does not share the port.
     setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, adapter.name.c_str(),
                static_cast<socklen_t>(adapter.name.size()));
     socket.set_option(udp::socket::reuse_address(true));
@@ -87,6 +88,8 @@ public:
         codec.types.assign(std::begin(kDeviceTypes), std::end(kDeviceTypes));
     }
 
+    /// Adds an adapter to the watch, which keeps a reference to `seen`.
+    ///
     /// Errors: boost::system::system_error, see CPacketWatch.
     void Add(RecorderObservation& seen)
     {
@@ -137,13 +140,14 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
     if (datagram.outgoing) {
         const auto read = ReadMessage(payload.data(), payload.size());
         const auto* answer = std::get_if<Message>(&read);
-        // Another program may answer, too.
+        // Ignores answers of other programs, which describe no recorder.
         if (!answer || answer->kind != Message::Kind::kProbeMatches ||
             std::none_of(answer->devices.begin(), answer->devices.end(),
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // If the identifier is not a UUID, the answer has a prefix before it.
+            // The plug-in puts a prefix before the identifier. RelatesTo ignores it only before a
+            // UUID, so EndsWith compares an identifier that is not a UUID.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));
@@ -192,7 +196,7 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
     MachineState machine = ReadMachineState(all);
 
     CProbeWatch watch(watchSeconds);
-    std::list<RecorderObservation> observations; // the watch keeps references
+    std::list<RecorderObservation> observations; // a list: the watch refers to its elements
     for (const Adapter& adapter : checked.usable) {
         RecorderObservation& seen = observations.emplace_back();
         seen.adapter = adapter;
@@ -203,7 +207,7 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
         if (std::none_of(machine.sockets.begin(), machine.sockets.end(), isHere))
             seen.portTaken = IsPortTaken(adapter);
         if (std::none_of(machine.sockets.begin(), machine.sockets.end(), receives))
-            continue; // nothing could answer
+            continue; // no socket could answer a Probe
         try {
             watch.Add(seen);
         } catch (const boost::system::system_error& error) {
@@ -223,7 +227,7 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
 
     const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        // The adapter may be gone by now.
+        // If the adapter was removed or went down meanwhile, that alone is reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found =
             recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);

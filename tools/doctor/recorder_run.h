@@ -9,11 +9,13 @@ namespace kx::tools {
 
 inline constexpr char kDoctorName[] = "pelorin-doctor";
 
-/// Time to watch for Probes on a recorder.
+/// Time to watch for Probes on a recorder: enough to start a command on the client.
 inline constexpr double kDefaultWatchSeconds = 10;
 
-/// Examines the recorder's side. Prints on standard error that a client has to ask during the
-/// watch, and shows the remaining time on a terminal; SIGINT and SIGTERM end the watch early.
+/// Examines this machine as a recorder, then watches the Probes that arrive and the answers that
+/// leave. Prints on standard error that a client has to ask now, and shows the remaining time there
+/// if it is a terminal. SIGINT and SIGTERM end the watch early. If no socket could answer a Probe,
+/// there is no watch.
 ///
 /// @param names  see CheckAdapters
 ///

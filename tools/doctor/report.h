@@ -6,10 +6,10 @@
 
 namespace kx::tools {
 
-/// How findings are printed.
+/// The form in which findings are printed: as text without or with colours, or as JSON.
 enum class ReportForm { kPlain, kColored, kJson };
 
-/// Prints findings, the worst last: a block each, or a line of JSON each.
+/// Prints findings, the worst last. Each is a block of text or, in JSON, one line.
 void Print(std::ostream& out, const Findings& findings, ReportForm form);
 
 } // namespace kx::tools

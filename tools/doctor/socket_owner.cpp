@@ -29,7 +29,7 @@ std::map<std::uint32_t, SocketOwner> FindSocketOwners(const std::set<std::uint32
         wanted[Compose("socket:[", inode, "]")] = inode;
 
     std::map<std::uint32_t, SocketOwner> owners;
-    std::error_code ignored; // a process may end, or belong to another user
+    std::error_code ignored; // the process may end meanwhile or belong to another user
     for (const fs::directory_entry& process : fs::directory_iterator("/proc", ignored)) {
         const int number = std::atoi(process.path().filename().c_str());
         if (number <= 0)

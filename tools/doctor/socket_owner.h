@@ -7,14 +7,16 @@
 
 namespace kx::tools {
 
-/// The process that has a socket open; if several have, the one with the lowest number.
+/// The process that has a socket open; if several have it open, the one with the lowest number.
 struct SocketOwner {
     int process;
-    std::string name; ///< as in /proc/PID/comm
+    std::string name; ///< the text of /proc/PID/comm
 };
 
-/// Finds the processes that own sockets, in /proc (proc(5)). Only root sees the descriptors of
-/// other users' processes; sockets without a known owner are left out.
+/// Searches /proc (proc(5)) for the owners of sockets, which are named by their inodes. Only root
+/// sees the descriptors of other users' processes.
+///
+/// @return the owners by inode, without the sockets whose owner is not found
 ///
 /// Thread-safe.
 std::map<std::uint32_t, SocketOwner> FindSocketOwners(const std::set<std::uint32_t>& inodes);

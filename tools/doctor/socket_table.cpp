@@ -22,7 +22,8 @@ using boost::asio::ip::address_v6;
 namespace kx::tools {
 namespace {
 
-/// Returns the address as an IPv4 address; nothing for one that is only IPv6.
+/// Returns the address that a socket is bound to as an IPv4 address; nothing if it is an IPv6
+/// address at which no IPv4 datagram can arrive.
 std::optional<address_v4> AddressOf(const inet_diag_msg& message)
 {
     address_v4::bytes_type ipv4;
@@ -39,7 +40,8 @@ std::optional<address_v4> AddressOf(const inet_diag_msg& message)
     return boost::asio::ip::make_address_v4(boost::asio::ip::v4_mapped, address);
 }
 
-/// Adds the socket that the kernel's message describes, if it is on the port.
+/// Adds the socket that the kernel's message describes, if the socket is on the port, is not
+/// connected and receives IPv4.
 void AddSocket(nlmsghdr* header, std::uint16_t port, std::vector<UdpSocket>& sockets)
 {
     std::array<nlattr*, INET_DIAG_MAX + 1> attributes{};
@@ -68,8 +70,8 @@ int Score(const UdpSocket& socket)
 
 } // namespace
 
-// The order is the kernel's: it puts a socket at the head of its port's list when it is bound, and
-// dumps each list from its head.
+// The kernel makes the socket that was bound last come first: it adds a socket to the head of its
+// port's list when the socket is bound, and dumps the list from the head.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
 {
     std::vector<UdpSocket> sockets;
@@ -86,7 +88,7 @@ std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
             error = AskKernel(NETLINK_SOCK_DIAG, request.get(),
                               [&](nlmsghdr* header) { AddSocket(header, port, sockets); });
         }
-        // A kernel without IPv6 returns an error for that family.
+        // A kernel without IPv6 returns an error for AF_INET6: there are no such sockets then.
         if (error < 0 && family == AF_INET)
             throw std::runtime_error(Compose("cannot list the UDP sockets: ", nl_geterror(error)));
     }
