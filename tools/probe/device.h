@@ -12,24 +12,26 @@ namespace kx::tools {
 /// A device as a message describes it. Fields that the message leaves out are empty.
 struct Device {
     std::string address; ///< wsa:Address of its endpoint reference, which identifies the device
-    /// Expanded names, see ExpandedName, because prefixes differ by message.
+    /// Expanded names (see ExpandedName), because each message chooses its own prefixes.
     std::vector<std::string> types;
     std::vector<std::string> scopes;
-    std::vector<std::string> xaddrs; ///< where it serves
+    std::vector<std::string> xaddrs; ///< URIs at which the device serves
     std::optional<std::uint64_t> metadataVersion;
 };
 
-/// Returns the MAC address in the scope "mac:..." of a device; empty without one. Thread-safe.
+/// Returns the MAC address that a device names in a scope "mac:..."; empty when it names none.
+/// Thread-safe.
 std::string MacOf(const Device& device);
 
-/// Returns the host of a URI (RFC 3986 3.2.2); empty when it has none. Thread-safe.
+/// Returns the host of a URI (RFC 3986 3.2.2); empty when it has none. An IPv6 address is cut off
+/// at its first colon. Thread-safe.
 std::string HostOf(const std::string& uri);
 
-/// Returns whether the device advertises only addresses that it did not answer from, because it
-/// does not have them or is behind a NAT.
+/// Returns whether every XAddr of a device has another host than the source of its message. The
+/// device then does not have the address that it advertises, or is behind a NAT.
 ///
-/// False if they cannot be compared: no XAddrs, host names, IPv6 addresses, or a source of 0.0.0.0,
-/// from which a recorder on loopback sends its Hello. Thread-safe.
+/// False if they cannot be compared: there are no XAddrs, one has a host name or an IPv6 address,
+/// or the source is 0.0.0.0, from which a recorder on loopback sends its Hello. Thread-safe.
 bool AdvertisesOtherHost(const Device& device, const boost::asio::ip::address& source);
 
 } // namespace kx::tools

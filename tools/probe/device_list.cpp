@@ -9,9 +9,12 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Maximum of paths known by Hello alone, more than any site has. Rounds may never remove them, so
-/// forged Hellos could fill the memory.
+/// Maximum of paths that are known by Hello alone; no site has so many. Without a maximum, forged
+/// Hellos could fill the memory, because rounds usually keep such a path.
 constexpr std::size_t kMaxUnanswered = 20'000;
+
+/// Maximum of devices of other types that are counted. Without it, forged answers could fill the
+/// memory.
 constexpr std::size_t kMaxOthers = 10'000;
 
 /// Returns whether two lists are equal except for their order.
@@ -20,9 +23,9 @@ bool AreSame(const Texts& left, const Texts& right)
     return std::is_permutation(left.begin(), left.end(), right.begin(), right.end());
 }
 
-/// Replaces a list by that of a message, unless the message left it out.
+/// Replaces a known list by that of a message. Keeps the known list if the message has none.
 ///
-/// @return whether the list changed
+/// @return whether the list changed; a new order is not a change
 bool Update(Texts& known, const Texts& given)
 {
     if (given.empty() || AreSame(given, known))
@@ -31,6 +34,9 @@ bool Update(Texts& known, const Texts& given)
     return true;
 }
 
+/// Updates what is known about a device from a message.
+///
+/// @return whether a list changed; a new metadata version alone is not shown as a change
 bool Update(Device& known, const Device& given)
 {
     const bool types = Update(known.types, given.types);
@@ -54,11 +60,13 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 {
 }
 
-// unknown --answer or Hello of the type--> known: answer or appeared
-// known   --watching, other lists--------> known: changed
-//         --Bye--------------------------> unknown: gone
-//         --silent in a round------------> unknown: lost
-//         --many others said Hello-------> unknown: lost, unless it ever answered
+// The transitions of a path, and the event of each:
+//
+// unknown --answer or Hello, of the sought type-----> known: kAnswer or kAppeared
+// known   --watching: other types, scopes, XAddrs---> known: kChanged
+// known   --Bye-------------------------------------> unknown: kGone
+// known   --silent at the end of a round------------> unknown: kLost
+// known   --one of too many known by Hello alone----> unknown: kLost
 std::vector<Event> CDeviceList::Record(Message::Kind kind, const Heard& heard)
 {
     if (kind == Message::Kind::kBye)
@@ -69,7 +77,7 @@ std::vector<Event> CDeviceList::Record(Message::Kind kind, const Heard& heard)
     const bool answer = kind == Message::Kind::kProbeMatches;
     const auto found = Find(heard);
     const bool known = found != paths.end();
-    // A known device may leave its types out.
+    // A message by a known path may leave the types out: they are known from an earlier one.
     if (sought && !HasType(heard.device, *sought) && !(known && heard.device.types.empty())) {
         if (answer && others.size() < kMaxOthers)
             others.insert(heard.device.address);
@@ -121,7 +129,7 @@ std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
     return events;
 }
 
-/// Supplies the XAddrs of a device to its paths on the adapter that lack them.
+/// Adds the XAddrs of a ResolveMatches to those paths of the device on the adapter that lack them.
 std::vector<Event> CDeviceList::RecordXAddrs(const Heard& heard)
 {
     const std::string& address = heard.device.address;
@@ -185,7 +193,9 @@ std::vector<Event> CDeviceList::RemoveSilent()
 
 std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
 {
-    // Adapter and address, and adapter and MAC address, of each device that answers.
+    // For each path by which an answer arrived: the adapter with the device's wsa:Address, and the
+    // adapter with the device's MAC address. A silent path with one of these pairs can be expected
+    // to answer.
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
@@ -217,8 +227,8 @@ std::size_t CDeviceList::OtherCount() const
     return static_cast<std::size_t>(std::count_if(others.begin(), others.end(), isOther));
 }
 
-/// Removes the path with the oldest Hello if the list has no room for another path without an
-/// answer.
+/// Makes room for one more path that is known by Hello alone. If the list has kMaxUnanswered of
+/// them, removes the one with the oldest Hello.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
     if (unansweredCount < kMaxUnanswered)
@@ -233,8 +243,12 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
     events.back().heard.time = std::chrono::system_clock::now();
 }
 
-/// Returns the path that a message came by. When watching, a message without XAddrs matches a path
-/// that has them, and the reverse; when asking once, each message is shown as it arrived.
+/// Returns the path by which a message came; the end of `paths` when it is unknown.
+///
+/// The XAddrs must be the same, but a message without XAddrs also belongs to a path whose XAddrs
+/// came in a ResolveMatches. When watching, a message without XAddrs belongs to any path of the
+/// device on the adapter, and a path without XAddrs takes any message. When asking once, neither
+/// holds, because each answer is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;
@@ -253,7 +267,7 @@ CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
     return found;
 }
 
-/// Removes a path, and moves the iterator to the next.
+/// Removes a path and returns the event for it. Moves the iterator to the next path.
 Event CDeviceList::End(Event::Kind kind, Paths::iterator& path)
 {
     if (!path->second.answered)
@@ -265,6 +279,7 @@ Event CDeviceList::End(Event::Kind kind, Paths::iterator& path)
     return {kind, std::move(last), otherPath, std::nullopt};
 }
 
+/// @param own  1 when the path that asks is in the list; 0 after its removal
 bool CDeviceList::HasOtherPath(const std::string& address, std::size_t own) const
 {
     return paths.count(address) > own;

@@ -23,20 +23,22 @@ struct Heard {
     std::string adapter; ///< name of the adapter that received it
     boost::asio::ip::udp::endpoint source;
     std::chrono::system_clock::time_point time;
-    std::optional<std::chrono::steady_clock::duration> roundTrip; ///< of an answer to a Probe
+    /// Time from our Probe to the answer; none if the message is not an answer to a Probe.
+    std::optional<std::chrono::steady_clock::duration> roundTrip;
 };
 
-/// A change of the list that the user sees.
+/// A change of CDeviceList, to be shown to the user.
 struct Event {
-    /// kAnswer when asking once; the others when watching. kGone said Bye, kLost stopped
-    /// responding.
+    /// kAnswer occurs only when asking once, the others only when watching. kGone: the device said
+    /// Bye. kLost: it stopped responding, or the list was full.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// The message that caused it, for kLost the last one. Fields that it left out, as a Bye always
-    /// does, are filled with what is known about the device.
+    /// The latest Hello or answer to a Probe by this path, where `device` has all that is known
+    /// about the device. For kGone, source and time are those of the Bye; for kLost, the time is
+    /// that of the removal; for both there is no roundTrip.
     Heard heard;
-    bool otherPath;            ///< the device is known by another path as well
-    std::optional<Device> was; ///< what was known before a change
+    bool otherPath;            ///< the list has another path of the device
+    std::optional<Device> was; ///< the device before a kChanged event; otherwise none
 };
 
 /// Returns "answer", "appeared", "changed", "gone" or "lost".
@@ -44,43 +46,49 @@ const char* NameOf(Event::Kind kind);
 
 /// The devices of the sought type that sent messages, each with its paths.
 ///
-/// A path is an adapter and the XAddrs: a device with two addresses on one adapter sends messages
-/// for each of them, often from the same source. When asking once, the source's address is part of
-/// the path; its port is not, since some devices answer from a new one each time.
+/// A path is an adapter together with the XAddrs of a message. The XAddrs are needed, because a
+/// device with two IP addresses on one adapter sends a message for each of them, often from the
+/// same source. When asking once, the source's IP address is part of the path too. Its port is not,
+/// because some devices answer from a new port each time.
 ///
-/// A device that moved or restarted under a new address without a Bye looks like a second device.
-/// The MAC address does not tell, because two recorders on one machine share it. A round, in which
-/// all devices are asked again, shows whether the former device still answers.
+/// A device that restarts without a Bye may use a new wsa:Address and then looks like a second
+/// device. The MAC address does not tell whether two entries are one device, because two recorders
+/// on one machine have the same MAC address. Therefore all devices are asked again in a round, and
+/// entries that do not answer are removed.
 ///
 /// Not thread-safe.
 class CDeviceList {
 public:
-    /// @param sought  only devices of this type are listed; none: all devices
+    /// @param sought    only devices of this type are listed; none: all devices
+    /// @param watching  whether devices are watched; otherwise they are asked once
     CDeviceList(std::optional<DeviceType> sought, bool watching);
 
-    /// Records a message.
+    /// Records a message. A Bye removes all paths of the device on the adapter. When asking once,
+    /// an answer without XAddrs is held: its event follows when a ResolveMatches supplies the
+    /// XAddrs or ReleaseHeld is called. When 20,000 paths are known by Hello alone, a further Hello
+    /// removes the path with the oldest Hello, with a kLost event.
     ///
-    /// @return the resulting events, usually none or one. A Bye ends all paths of the device on the
-    ///         adapter. When too many paths are known by Hello alone, a further one ends the oldest
-    ///         as kLost. When asking once, an answer without XAddrs is held until a ResolveMatches
-    ///         supplies them or ReleaseHeld is called.
+    /// @return the resulting events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
 
-    /// Returns whether the path of a message is known, but not its XAddrs.
+    /// Returns whether the list has the path by which a message came, but without XAddrs.
     bool LacksXAddrs(const Heard& heard);
 
-    /// Returns and releases the answers that are still held.
+    /// Returns a kAnswer event for each answer that is still held, and holds it no longer.
     std::vector<Event> ReleaseHeld();
 
-    /// Begins a round: a path is silent until a message from it arrives.
+    /// Begins a round. From now on, a path is silent until a Hello or an answer to a Probe arrives
+    /// by it.
     void StartRound();
 
-    /// Returns whether a device is silent that answered before, or that has the MAC address of one
-    /// that answers on the same adapter, perhaps its successor. A device that never answered does
-    /// not count: it may be behind a firewall.
+    /// Returns whether a silent path can be expected to answer. It can if the device has answered a
+    /// Probe before on the same adapter, or if another device with its MAC address has done so,
+    /// which may be the same device after a restart. Other silent paths are not counted, because
+    /// their devices may be behind a firewall through which no Probe passes.
     bool AnySilent();
 
-    /// Removes the silent paths. Returns a kLost event for each, with the current time.
+    /// Removes the silent paths that AnySilent counts. Returns a kLost event for each, with the
+    /// current time.
     std::vector<Event> RemoveSilent();
 
     std::size_t PathCount() const { return paths.size(); }
@@ -91,13 +99,13 @@ public:
 
 private:
     struct Path {
-        Heard last;            ///< the last message, with all that is known about the device
-        bool answered;         ///< an answer arrived at some time
-        bool heard;            ///< a message arrived in this round
-        bool held = false;     ///< not shown yet: its XAddrs are being asked for
-        bool resolved = false; ///< its XAddrs came in a ResolveMatches
+        Heard last;            ///< latest Hello or answer to a Probe, see Event::heard
+        bool answered;         ///< an answer to a Probe arrived at some time
+        bool heard;            ///< a Hello or an answer to a Probe arrived in this round
+        bool held = false;     ///< there was no event yet, because the XAddrs are missing
+        bool resolved = false; ///< the XAddrs came in a ResolveMatches
     };
-    using Paths = std::multimap<std::string, Path>; // by the device's address
+    using Paths = std::multimap<std::string, Path>; // the key is the device's wsa:Address
 
     std::vector<Event> RecordBye(const Heard& heard);
     std::vector<Event> RecordXAddrs(const Heard& heard);
@@ -112,7 +120,7 @@ private:
     const bool watching;
     Paths paths;
     std::size_t unansweredCount = 0; ///< paths known by Hello alone
-    std::set<std::string> others;    ///< addresses of those that answered without the sought type
+    std::set<std::string> others;    ///< wsa:Address of each device of another type that answered
 };
 
 } // namespace kx::tools

@@ -16,8 +16,8 @@ struct KnownPrefix {
     const char* uri;
 };
 
-/// Prefixes of the common devices: recorders, cameras, printers, scanners, computers, and others
-/// that follow the Devices Profile for Web Services.
+/// The well-known prefixes: of recorders (ktz), cameras (dn, tds), any device of the Devices
+/// Profile for Web Services (wsdp), computers (pub), printers (wprt) and scanners (wscn).
 constexpr KnownPrefix kKnownPrefixes[] = {
     {"ktz", kVendorDiscoveryUri},
     {"dn", "http://www.onvif.org/ver10/network/wsdl"},
@@ -28,10 +28,11 @@ constexpr KnownPrefix kKnownPrefixes[] = {
     {"wscn", "http://schemas.microsoft.com/windows/2006/08/wdp/scan"},
 };
 
-/// For a namespace without a well-known prefix.
+/// Prefix in our Probe for a namespace without a well-known prefix.
 constexpr char kOtherPrefix[] = "t";
 
-/// Characters that are invalid in an XML name, or would end an attribute or a list.
+/// Characters that XML does not allow in a prefix or a local name. The list is not complete; it has
+/// those that would break the message or its list of types, and those of "{URI}Name".
 constexpr char kNotInName[] = ": \t\r\n<>&\"'{}=/";
 
 std::string UriOf(const std::string& prefix)

@@ -6,9 +6,10 @@
 
 namespace kx::tools {
 
-/// A device type: a qualified name (WS-Discovery (April 2005) 5.1).
+/// A device type: a name in a namespace (WS-Discovery (April 2005) 5.1).
 struct DeviceType {
-    /// Prefix on the wire. XML lets the sender choose it, but some devices compare the text.
+    /// Prefix of the name in our Probe. XML lets the sender choose any prefix, but some devices
+    /// answer only the one that they expect.
     std::string prefix;
     std::string uri;  ///< namespace
     std::string name; ///< local name
@@ -19,18 +20,20 @@ DeviceType RecorderType();
 
 /// Reads a device type as a user gives it: "Name", "prefix:Name" or "{URI}Name".
 ///
-/// @param uri  namespace of the name. When empty, a well-known prefix selects the namespace, and a
-///             name without a prefix is in that of the recorders.
+/// @param uri  namespace of the name; must be empty with "{URI}Name". If it is empty otherwise, a
+///             well-known prefix selects the namespace; a name without a prefix is in the namespace
+///             of the recorders' type.
 ///
 /// Errors: std::runtime_error, with a text for the user.
 /// Thread-safe.
 DeviceType ParseDeviceType(const std::string& text, const std::string& uri);
 
-/// Returns whether the device has the type, by namespace and local name. Thread-safe.
+/// Returns whether the device has a type with this namespace and local name; prefixes do not
+/// matter. Thread-safe.
 bool HasType(const Device& device, const DeviceType& type);
 
-/// Shortens an expanded name to "prefix:Name" where its namespace has a well-known prefix.
-/// Thread-safe.
+/// Shortens an expanded name, "{uri}Name", to "prefix:Name" if its namespace has a well-known
+/// prefix; otherwise returns it unchanged. Thread-safe.
 std::string ShortTypeName(const std::string& expandedName);
 
 } // namespace kx::tools

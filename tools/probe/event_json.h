@@ -6,9 +6,9 @@
 
 namespace kx::tools {
 
-/// Returns an event as one line of JSON, without the line feed. Unknown values are null. Characters
-/// outside ASCII are escaped and invalid UTF-8 is replaced: any machine on the network may have
-/// sent them. Thread-safe.
+/// Returns an event as one line of JSON, without the line feed. An unknown value is null, an
+/// unknown list is empty. Characters outside ASCII are escaped and invalid UTF-8 is replaced,
+/// because any machine on the network may have sent the texts. Thread-safe.
 std::string ToJsonLine(const Event& event);
 
 } // namespace kx::tools

@@ -11,8 +11,9 @@
 namespace kx::tools {
 namespace {
 
-/// A longer cell is printed whole but does not widen its column: any machine on the network can
-/// send an answer that would push the other columns out of sight.
+/// Maximum width of a column. A longer cell is printed whole but does not widen its column further.
+/// Without a maximum, one long answer, which any machine on the network can send, would make all
+/// later lines too wide for the terminal.
 constexpr std::size_t kMaxColumnWidth = 80;
 
 constexpr char kOtherPathIndent[] = "  ";
@@ -40,7 +41,7 @@ std::string ShortTypeNames(const std::vector<std::string>& types)
     return Join(names);
 }
 
-/// Prints a line for a list that changed.
+/// Prints the old and the new text of a list, if they differ.
 void PrintChange(std::ostream& out, const char* name, const std::string& was, const std::string& is)
 {
     if (was != is)
@@ -51,7 +52,7 @@ void PrintChange(std::ostream& out, const char* name, const std::string& was, co
 
 struct CEventTable::Column {
     const char* heading;
-    std::size_t width; ///< that of a recorder's cell, with room for an indentation or a mark
+    std::size_t width; ///< at first: a recorder's cell with room for an indentation or a mark
     bool (*isShown)(const TableForm& form);
     std::string (*cell)(const Event& event);
 };

@@ -11,20 +11,20 @@ namespace kx::tools {
 /// Selects the columns of a table.
 struct TableForm {
     bool watching = false; ///< begin each line with the time and the event's name
-    bool recorders = true; ///< only recorders are listed
-    bool sameType = true;  ///< only devices of one type are listed
-    bool wide = false;     ///< all columns
+    bool recorders = true; ///< only recorders are listed: show their MAC addresses
+    bool sameType = true;  ///< only devices of one type are listed: leave the types out
+    bool wide = false;     ///< show types, scopes and MAC addresses in any case
 };
 
-/// Prints each event as a line of a table, below a heading. An unknown value is "-". The address of
-/// a device that is known by another path as well is indented. XAddrs with another host than the
-/// source are marked, see AdvertisesOtherHost. After a change, a line for each changed list
-/// follows.
+/// Prints each event as a line of a table, with the headings above the first. An unknown value is
+/// "-". The address is indented if the list has another path of the device (see CDeviceList).
+/// XAddrs are marked with "!" if AdvertisesOtherHost. Below a kChanged event, a line for each list
+/// that changed shows the old and the new values.
 ///
 /// Not thread-safe.
 class CEventTable {
 public:
-    /// @param out  not flushed
+    /// @param out  must outlive this object; is not flushed
     CEventTable(std::ostream& out, const TableForm& form);
 
     void Print(const Event& event);
@@ -38,7 +38,8 @@ private:
     std::ostream& out;
     std::vector<const Column*> columns;
     bool headed = false;
-    /// A column is as wide as its widest cell so far.
+    /// Current width of each column of the table, in columns of the terminal. A wider cell widens
+    /// it.
     std::vector<std::size_t> widths;
 };
 

@@ -18,7 +18,8 @@ constexpr char kDescription[] =
 
 constexpr int kMaxTimes = 100;
 
-/// Texts that are parsed after the whole command line is read.
+/// Options as given. Probe() interprets them after the whole command line is read, because the
+/// meaning of --type depends on --namespace.
 struct Texts {
     std::vector<std::string> hosts;
     std::string type = kDeviceType;
@@ -67,7 +68,9 @@ void AddOptions(CLI::App& app, ProbeOptions& options, Texts& texts)
     app.add_flag("--json", options.json, "Print JSON, one object a line");
 }
 
-/// Reads "ADDRESS[:PORT]".
+/// Reads "ADDRESS[:PORT]", a value of --to. The default port is 3702.
+///
+/// Errors: std::runtime_error, with a text for the user.
 boost::asio::ip::udp::endpoint ParseHost(const std::string& text)
 {
     const auto colon = text.find(':');

@@ -16,10 +16,10 @@ namespace {
 
 constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 
-/// The form of a message's body, by local names.
+/// Local names of the elements in the body of one kind of message.
 struct BodyForm {
-    const char* name;  ///< the body's element
-    const char* match; ///< its child for each device; null: it describes a device itself
+    const char* name;  ///< the element in the body
+    const char* match; ///< child element of each device; null: the element itself describes one
     Message::Kind kind;
 };
 
@@ -39,7 +39,9 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body, which has no known element, has one of that name in another namespace.
+/// Returns whether a body has an element that kBodyForms names, in any namespace. ReadMessage
+/// asks when no such element is in the namespace of WS-Discovery (April 2005): the message is then
+/// of another version.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
@@ -79,7 +81,11 @@ Device ReadDevice(const XMLElement* element)
     return device;
 }
 
+/// Reads the devices of a message.
+///
+/// @param message    in: the message without its devices
 /// @param described  the element that describes the first device; may be null
+/// @param match      see BodyForm
 std::variant<Message, Unread> ReadDevices(Message message, const XMLElement* described,
                                           const char* match)
 {
@@ -104,7 +110,8 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
         return Unread::kNotWellFormed;
     const XMLElement* root = document.RootElement();
-    // Any version of SOAP: some devices answer in 1.1, and nothing here depends on the version.
+    // In any namespace: some devices answer in SOAP 1.1, whose namespace is another than that of
+    // SOAP 1.2, and nothing below depends on the version.
     const XMLElement* header = FindInAnyNamespace(root, "Header");
     const XMLElement* body = FindInAnyNamespace(root, "Body");
     for (const BodyForm& form : kBodyForms) {

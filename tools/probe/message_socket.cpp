@@ -21,7 +21,8 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// Room for some 30,000 answers. The kernel adds an overhead of twice an answer's length to each.
+/// Bytes of space, enough for nearly 30,000 answers: the kernel doubles this number (socket(7)),
+/// and counts about 2,300 bytes for a recorder's answer, which is about 1,100 bytes long.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe";
@@ -85,14 +86,15 @@ void CMessageSocket::OpenForGroup()
     std::string failure = kCannotListen;
     try {
         socket.open(udp::v4());
-        // A recorder on this machine binds the same port. Because this socket is bound to the group
-        // and not to the wildcard, it never takes a datagram for the recorder's own address.
+        // Shares the port with a recorder on this machine. This socket is bound to the address of
+        // the group and not to the wildcard address, so it never receives a datagram that was sent
+        // to the recorder alone.
         socket.set_option(udp::socket::reuse_address(true));
         failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements");
         socket.bind({make_address_v4(kMulticastGroup), kDiscoveryPort});
         failure = kCannotListen;
-        // ip(7): otherwise the socket receives for the group on every adapter on which some program
-        // has joined it.
+        // ip(7): with the default of 1, the socket would also receive messages that arrive on other
+        // adapters, if any program has joined the group there.
         RequireOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0);
         socket.set_option(boost::asio::ip::multicast::join_group(
             make_address_v4(kMulticastGroup), make_address_v4(adapter.ipAddress)));
@@ -105,7 +107,8 @@ void CMessageSocket::OpenForGroup()
 void CMessageSocket::SetReceiveOptions()
 {
     RequireOption(socket, IPPROTO_IP, IP_PKTINFO, 1);
-    // socket(7): only root may use the first; net.core.rmem_max limits the second.
+    // socket(7): SO_RCVBUFFORCE needs CAP_NET_ADMIN, which root has; SO_RCVBUF does not, but the
+    // kernel limits it to net.core.rmem_max.
     if (!SetOption(socket, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBufferSize))
         RequireOption(socket, SOL_SOCKET, SO_RCVBUF, kReceiveBufferSize);
 }
@@ -142,8 +145,8 @@ std::uint32_t CMessageSocket::DroppedCount()
 {
     if (!socket.is_open())
         return droppedCount;
-    // Not SO_RXQ_OVFL (socket(7)), which reports drops only with the next datagram: after the last
-    // drop there is often none.
+    // Not SO_RXQ_OVFL (socket(7)): that option reports drops only together with a later datagram,
+    // and after the last drop there is often no later datagram.
     std::uint32_t memory[SK_MEMINFO_VARS] = {};
     socklen_t size = sizeof(memory);
     getsockopt(socket.native_handle(), SOL_SOCKET, SO_MEMINFO, memory, &size);

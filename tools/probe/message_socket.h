@@ -13,40 +13,44 @@
 
 namespace kx::tools {
 
-/// Reports that an adapter cannot be used; the text names it and says why.
+/// Reports that an adapter cannot be used. The text says why, and names the adapter unless it is
+/// AnyAdapter.
 class AdapterError : public std::runtime_error {
 public:
     /// @param what    what failed, "cannot ..."
-    /// @param advice  what to do about it, after a semicolon
+    /// @param advice  what the user can do about it, beginning with "; "; left out for AnyAdapter
     AdapterError(const std::string& what, const Adapter& adapter,
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// Returns a placeholder for any adapter: the kernel's routes choose one for each datagram.
+/// Returns a placeholder for a socket that uses all adapters: the kernel's routes choose an adapter
+/// for each datagram.
 Adapter AnyAdapter();
 
-/// A UDP socket on one adapter, or on any.
+/// A UDP socket on one adapter or, with AnyAdapter, on all.
 ///
 /// Threads: the one that runs the I/O service.
 class CMessageSocket {
 public:
     using OnDatagram = CReceiver::OnDatagram;
 
-    /// @param onDatagram  called for each datagram; may throw, see CReceiver
+    /// @param receiver    must outlive this object
+    /// @param onDatagram  called for each datagram; may throw, see CReceiver::Add
     CMessageSocket(boost::asio::io_context& ioService, CReceiver& receiver, const Adapter& adapter,
                    OnDatagram onDatagram);
     ~CMessageSocket() { Close(); }
     CMessageSocket(const CMessageSocket&) = delete;
     CMessageSocket& operator=(const CMessageSocket&) = delete;
 
-    /// Opens the socket for sending from an ephemeral port and for the answers to it. It is bound
-    /// to the adapter's address: bound only to the device, it would send from another
-    /// adapter's address on loopback.
+    /// Opens the socket for sending messages from an ephemeral port and receiving the answers.
+    ///
+    /// The socket is bound to the adapter's IP address. If it were bound to the network device
+    /// only, the kernel would choose the address of another adapter as the source on loopback.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();
 
-    /// Opens the socket for messages to the discovery group on this adapter.
+    /// Opens the socket for receiving what is sent to the discovery group on this adapter.
     ///
     /// Errors: AdapterError.
     void OpenForGroup();
@@ -54,14 +58,15 @@ public:
     /// Sends a message. Errors: AdapterError.
     void Send(const std::string& text, const boost::asio::ip::udp::endpoint& destination);
 
-    /// Starts receiving. If that fails, the service's run throws an AdapterError; the run may be
-    /// continued.
+    /// Starts receiving. If receiving fails later, the run of the I/O service throws an
+    /// AdapterError; the service may be run again.
     void StartReceive();
 
-    /// Stops receiving.
+    /// Stops receiving and closes the socket.
     void Close();
 
-    /// Returns how many datagrams the kernel dropped because the socket's buffer was full.
+    /// Returns how many datagrams the kernel dropped because the socket's buffer was full. Works
+    /// after Close too.
     std::uint32_t DroppedCount();
 
 private:

@@ -10,8 +10,8 @@ using tinyxml2::XMLText;
 namespace kx::tools {
 namespace {
 
-/// Returns the namespace that a prefix has at an element, for an empty prefix the default
-/// namespace; null when undeclared.
+/// Returns the URI of the namespace that a prefix stands for in an element; for an empty prefix,
+/// that of the default namespace. Null when none is declared.
 const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
 {
     const std::string declaration = prefix.empty() ? "xmlns" : "xmlns:" + prefix;
@@ -24,7 +24,8 @@ const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
     return nullptr;
 }
 
-/// Returns the first of an element and its following siblings with the namespace and local name.
+/// Returns the element itself or the next sibling that has this namespace and local name; null when
+/// there is none.
 const XMLElement* FirstFrom(const XMLElement* element, const char* uri, const char* localName)
 {
     while (element && !IsElement(element, uri, localName))
@@ -64,7 +65,7 @@ std::string ExpandedName(const XMLElement* element, const std::string& name)
 
 std::string LocalName(const std::string& name)
 {
-    return name.substr(name.find(':') + 1); // npos + 1 is 0
+    return name.substr(name.find(':') + 1); // without a prefix: npos + 1 is 0, the whole name
 }
 
 std::vector<std::string> Words(const XMLElement* element)

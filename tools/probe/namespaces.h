@@ -5,34 +5,38 @@
 #include <string>
 #include <vector>
 
-/// Namespaces in XML, which the XML library ignores: the nearest declaration around an element
-/// binds its prefix; without a prefix the default namespace applies. No errors; elements may be
-/// null. Thread-safe as long as the document does not change.
+/// Functions for XML namespaces, which tinyxml2 does not know. A prefix is declared on an element
+/// or on one that contains it; the innermost declaration counts. A name without a prefix belongs to
+/// the default namespace.
+///
+/// No function fails. Every element that is passed may be null. Thread-safe as long as the document
+/// does not change.
 namespace kx::tools {
 
-/// Returns the first child element with the namespace and local name; null when there is none.
+/// Returns the first child element with this namespace and local name; null when there is none.
 const tinyxml2::XMLElement* FindChild(const tinyxml2::XMLElement* parent, const char* uri,
                                       const char* localName);
 
-/// Returns the next sibling with the namespace and local name; null when there is none.
+/// Returns the next sibling with this namespace and local name; null when there is none.
 const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const char* uri,
                                      const char* localName);
 
-/// Returns whether an element has the namespace and local name.
+/// Returns whether an element has this namespace and local name; false for null.
 bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char* localName);
 
-/// Returns "{uri}name", a name that means the same in every message.
+/// Returns "{uri}name". It means the same in every message, while the meaning of "prefix:name"
+/// depends on the declarations in the message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
-/// Returns the expanded name for a name as written in an element; the name itself when its prefix
-/// is not declared.
+/// Returns the expanded name of a name that stands in an element or its text. Returns the name
+/// unchanged when no namespace is declared for it.
 std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
 
-/// Returns a name as written, without its prefix.
+/// Returns a name without its prefix.
 std::string LocalName(const std::string& name);
 
-/// Returns the words of an element's text. Comments are left out, and any white space separates:
-/// the texts of these messages are URIs and lists of them.
+/// Returns the words of an element's text, which white space separates. XML comments are left out.
+/// Every text that is read from a message is one word or a list of words.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

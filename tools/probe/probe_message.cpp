@@ -13,7 +13,8 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-/// Builds a message; knows the prefixes of its elements.
+/// Builds a message. Its fields `soap`, `addressing` and `discovery` are the prefixes that stand
+/// for these namespaces in the message.
 class CMessageBuilder {
 public:
     explicit CMessageBuilder(const std::optional<DeviceType>& type)
@@ -40,7 +41,8 @@ public:
         return *element;
     }
 
-    /// Prints it without white space between elements, which some readers count as content.
+    /// Returns the message as text. It has no white space between elements, because some devices
+    /// read white space as content.
     std::string Text() const
     {
         tinyxml2::XMLPrinter printer(nullptr, /*compact*/ true);
@@ -54,7 +56,8 @@ public:
     XMLElement* envelope;
 
 private:
-    /// Returns our usual prefix, changed if the user's type has the same one.
+    /// Returns the usual prefix for a namespace; another one if the user has given the usual one to
+    /// the namespace of the device type.
     static std::string Prefix(const std::string& usual, const std::optional<DeviceType>& type)
     {
         return type && type->prefix == usual ? usual + "0" : usual;
@@ -70,8 +73,9 @@ private:
 
 /// Builds a message.
 ///
-/// @param name      name of the body's element and end of the action
-/// @param complete  completes that element
+/// @param name      local name of the element in the body, and last part of the action URI
+/// @param type      device type whose prefix is declared, if any
+/// @param complete  called to fill the element in the body
 ClientMessage Build(const char* name, const std::optional<DeviceType>& type,
                     const std::function<void(CMessageBuilder&, XMLElement&)>& complete)
 {

@@ -5,12 +5,15 @@
 #include <optional>
 #include <string>
 
-/// The messages of a client, in the form that most devices can read: XML 1.0 on one line, each
-/// namespace declared by a prefix on the envelope. WS-Discovery's namespace precedes that of the
-/// device type: recorders take the first one that contains "/discovery", and their own does, too.
+/// The messages of a client, in the form that most devices can read: XML 1.0 on one line, with all
+/// namespaces declared on the envelope element, each with a prefix.
+///
+/// The namespace of WS-Discovery is declared before that of the device type. A recorder takes the
+/// first namespace whose URI contains "/discovery" for that of WS-Discovery, but the URI of its own
+/// device type contains "/discovery" too. In the other order it would not recognise the Probe.
 namespace kx::tools {
 
-/// A message of a client and the identifier that answers relate to.
+/// A message of a client, and the identifier that the answers repeat in wsa:RelatesTo.
 struct ClientMessage {
     std::string identifier; ///< text of wsa:MessageID, "urn:uuid:..."
     std::string text;       ///< the whole message
@@ -20,11 +23,11 @@ struct ClientMessage {
 ///
 /// @param sought  type to ask for; none: every device is asked
 ///
-/// Errors: a random device that fails ends the process, see NewUuidString.
+/// Errors: if /dev/urandom cannot be read, the process ends, see NewUuidString.
 /// Thread-safe.
 ClientMessage MakeProbe(const std::optional<DeviceType>& sought);
 
-/// Builds a Resolve, which asks where a device serves (WS-Discovery (April 2005) 6.2).
+/// Builds a Resolve, which asks one device for its XAddrs (WS-Discovery (April 2005) 6.2).
 ///
 /// @param address  text of the wsa:Address of the device
 ///

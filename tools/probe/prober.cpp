@@ -12,8 +12,9 @@ using std::chrono::system_clock;
 namespace kx::tools {
 namespace {
 
-/// Maximum of Resolves after one Probe. Every device on the network reads each of them, so
-/// forged answers must not make us send without end.
+/// Maximum of different Resolves between two calls of Ask. A message without XAddrs makes us send a
+/// Resolve, which every device on the network receives. Without a maximum, forged messages could
+/// make us flood the network.
 constexpr std::size_t kMaxResolves = 100;
 
 bool IsAnswer(Message::Kind kind)
@@ -80,7 +81,8 @@ std::uint64_t CProber::DroppedCount()
 
 void CProber::Send()
 {
-    // A timer that expired before Ask or Close still gets here.
+    // The timer of an earlier Ask may call this function after a later Ask or a Close, when nothing
+    // is left to send.
     if (remaining.times == 0)
         return;
     --remaining.times;
@@ -137,13 +139,14 @@ void CProber::OnAnnouncement(const Datagram& datagram)
     const auto* message = std::get_if<Message>(&read);
     if (message && !IsAnswer(message->kind))
         HandOver(*message, datagram);
-    // Probes of other clients, which are meant for devices, arrive here too.
+    // A message of another kind is not counted: the Probes of other clients reach this socket too,
+    // because they go to the same group.
     else if (!message && std::get<Unread>(read) != Unread::kOtherMessage)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// Returns the time since the latest Probe before the answer, which does not tell which of several
-/// repetitions it answers.
+/// Returns the time between an answer and the latest repetition of the Probe before it. This is the
+/// best guess: the repetitions are identical, so the answer does not tell which one it belongs to.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

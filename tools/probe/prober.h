@@ -17,48 +17,52 @@
 
 namespace kx::tools {
 
-/// How many times a Probe is sent, and at which interval. Its identifier stays the same.
+/// How many times a Probe is sent, and at which interval. All repetitions have the same identifier.
 struct ProbeSchedule {
     int times;
     std::chrono::steady_clock::duration interval;
 };
 
-/// Datagrams that were ignored, by reason.
+/// Counts of ignored datagrams, by reason.
 struct IgnoredCounts {
-    std::uint64_t otherProbe = 0;          ///< answers to other messages than ours
-    std::array<std::uint64_t, 4> unread{}; ///< by Unread
+    std::uint64_t otherProbe = 0;          ///< answers, but not to our latest Probes and Resolves
+    std::array<std::uint64_t, 4> unread{}; ///< all others; the index is the reason, an Unread
 
     IgnoredCounts& operator+=(const IgnoredCounts& other);
 };
 
-/// Looks for devices on one adapter: sends a Probe to the discovery group or to one host, and
-/// receives the answers. When watching the group, it also receives announcements.
+/// Looks for devices on one adapter: sends Probes to the discovery group or to one host, and
+/// receives the answers. When watching the group, it also receives announcements (Hello and Bye).
 ///
-/// Create it by std::make_shared: a timer keeps it alive, so it may be closed and released while
-/// the service runs. Threads: the one that runs the service.
+/// Create it with std::make_shared. The handler of its timer holds a shared pointer to it, so it
+/// may be closed and released while the I/O service runs. Threads: the one that runs the I/O
+/// service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
-    /// Called for every device in every answer to our messages and in every announcement, including
-    /// repeated ones.
+    /// Called for each device in each answer to our messages and in each announcement, also when
+    /// the same message arrives repeatedly.
     ///
-    /// @return whether to ask the device for its XAddrs
+    /// @return whether to ask the device for its XAddrs with a Resolve
     using OnHeard = std::function<bool(Message::Kind, const Heard&)>;
 
+    /// @param receiver     must outlive this object
     /// @param destination  the discovery group, or a host that is asked directly
+    /// @param watching     whether to receive announcements too, if `destination` is the group
     ///
-    /// Errors: AdapterError.
+    /// Errors: AdapterError when a socket cannot be opened.
     CProber(boost::asio::io_context& ioService, CReceiver& receiver, const Adapter& adapter,
             const boost::asio::ip::udp::endpoint& destination, bool watching, OnHeard onHeard);
     CProber(const CProber&) = delete;
     CProber& operator=(const CProber&) = delete;
 
-    /// Starts receiving.
+    /// Starts receiving. If receiving fails later, the run of the I/O service throws an
+    /// AdapterError; the service may be run again.
     void Start();
 
     /// Sends new Probes. The previous ones are no longer repeated, and their answers are ignored.
     ///
-    /// Errors: AdapterError; nothing is then pending. If a repetition fails, the service's run
-    /// throws it; the run may be continued.
+    /// Errors: AdapterError; the Probes are then not repeated. If a later repetition fails, the run
+    /// of the I/O service throws the AdapterError; the service may be run again.
     void Ask(const std::vector<ClientMessage>& probes, const ProbeSchedule& schedule);
 
     /// Stops receiving and sending.
@@ -81,15 +85,16 @@ private:
 
     const Adapter adapter;
     const boost::asio::ip::udp::endpoint destination;
-    const bool listening; ///< to the group
+    const bool listening; ///< whether announcements to the group are received
     const OnHeard onHeard;
-    CMessageSocket probing;
-    CMessageSocket group; ///< open when listening
+    CMessageSocket probing; ///< sends our messages and receives the answers
+    CMessageSocket group;   ///< receives announcements; open only if `listening`
     boost::asio::steady_timer sendTimer;
     std::vector<ClientMessage> probes;
     std::map<std::string, ClientMessage> resolves; ///< sent since the last Ask, by device address
+    /// What is left of the schedule: `times` counts the repetitions still to send.
     ProbeSchedule remaining{};
-    /// When the Probes were sent, each time.
+    /// When the current Probes were sent: one time for each repetition.
     std::vector<std::chrono::steady_clock::time_point> sentTimes;
     IgnoredCounts ignored;
 };

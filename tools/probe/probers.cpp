@@ -12,7 +12,8 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Returns whether an adapter is still the one that a prober was created for.
+/// Returns whether two readings show the same network device with the same address, so that a
+/// prober for one of them works for the other.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
 {
     return left.name == right.name && left.index == right.index &&
@@ -26,8 +27,9 @@ std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
     return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
 }
 
-/// Returns the Probes to send. Without a type, every device is to answer; but some, recorders among
-/// them, answer only a Probe for one of their types, so Probes for the most common types are added.
+/// Returns the Probes to send. A Probe without a type asks every device, but some devices, such as
+/// recorders, answer only a Probe for one of their types. If no type is sought, Probes for common
+/// types are therefore sent too.
 std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
 {
     std::vector<ClientMessage> probes{MakeProbe(sought)};
@@ -38,7 +40,8 @@ std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
     return probes;
 }
 
-/// Returns whether the kernel's routes choose the adapters: for hosts (--to) without --adapter.
+/// Returns whether the kernel's routes choose the adapters. They do with --to, unless --adapter
+/// names adapters.
 bool IsRouted(const ProbeOptions& options)
 {
     return !options.hosts.empty() && options.adapterNames.empty();
@@ -184,7 +187,9 @@ void CProbers::Drop(const AdapterProber& former)
 
 /// Creates and removes probers to match the adapters.
 ///
-/// @return whether other devices may be in reach now
+/// @param adapters  as they are now
+/// @param deleted   indexes of deleted network devices; a new device may have the same index
+/// @return whether the change may have brought other devices within reach
 bool CProbers::Adopt(const std::vector<Adapter>& adapters, const std::set<int>& deleted)
 {
     bool changed = false;

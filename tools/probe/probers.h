@@ -16,19 +16,27 @@
 
 namespace kx::tools {
 
-/// The probers: one for each adapter and, with --to, for each host on each adapter. When watching,
-/// they follow the adapters: a device that is created again under its name, or gets another
-/// address, gets new probers, since the sockets of the old ones receive nothing.
+/// Owns a prober for each adapter; with --to, one for each host on each adapter.
 ///
-/// An adapter that cannot be used is reported once until it can be used again; the others continue.
-/// Sending is tried again with each Probe, opening a socket only when the network changes.
+/// When watching, it follows the adapters. If an adapter is deleted and created again under its
+/// name, or gets another address, its probers are replaced, because their sockets no longer receive
+/// anything.
 ///
-/// Must outlive the service's run. Threads: the one that runs the service.
+/// If an adapter cannot be used, the others continue. The user is told once, and again only if a
+/// Probe could be sent on the adapter in the meantime. When watching, each Ask tries again to send,
+/// and each change of an adapter tries again to open the sockets that could not be opened.
+///
+/// Must outlive the run of the I/O service, whose handlers refer to it. Threads: the one that runs
+/// the I/O service.
 class CProbers {
 public:
     using Complaint = std::function<void(const std::string&)>;
 
-    /// @param options  outlive this
+    /// @param options   must outlive this object
+    /// @param onHeard   see CProber::OnHeard
+    /// @param complain  called with each message for the user
+    ///
+    /// Errors: std::runtime_error when the adapters cannot be followed.
     CProbers(boost::asio::io_context& ioService, CReceiver& receiver, const ProbeOptions& options,
              CProber::OnHeard onHeard, Complaint complain);
     ~CProbers();
@@ -37,19 +45,21 @@ public:
 
     /// Creates the probers.
     ///
-    /// Errors: std::runtime_error when a named adapter does not exist, when no adapter can be used,
-    /// or when the adapters cannot be read.
+    /// Errors: std::runtime_error when a named adapter does not exist or has no IPv4 address, when
+    /// none is named and only loopback has an IPv4 address, or when the adapters cannot be read. An
+    /// adapter on which no socket can be opened is only reported to `complain`.
     void Open();
 
-    /// Follows the adapters, when watching.
+    /// When watching, follows the adapters from now on. Does nothing if the kernel's routes choose
+    /// the adapters.
     ///
-    /// @param changed  called when other devices may be in reach now
+    /// @param changed  called after a change that may have brought other devices within reach
     ///
     /// Errors: std::runtime_error.
     void Follow(std::function<void()> changed);
 
-    /// Sends a new Probe by each prober. When watching, a prober that cannot send stays, since the
-    /// failure may be temporary.
+    /// Sends new Probes with each prober. A prober that cannot send is removed; when watching, it
+    /// is kept, because the failure may be temporary.
     void Ask(const ProbeSchedule& schedule);
 
     bool None() const { return probers.empty(); }
@@ -83,14 +93,17 @@ private:
     const CProber::OnHeard onHeard;
     const Complaint complain;
     std::vector<AdapterProber> probers;
-    /// The failures reported so far: adapter's name and destination.
+    /// Adapter name and destination of each failure that was reported and has not ended.
     std::set<std::pair<std::string, boost::asio::ip::udp::endpoint>> unusable;
-    IgnoredCounts formerIgnored; ///< of the probers that were removed
-    std::uint64_t formerDropped = 0;
+    IgnoredCounts formerIgnored;     ///< by the probers that were removed
+    std::uint64_t formerDropped = 0; ///< by the sockets of those probers
 
-    std::optional<CAdapterMonitor> monitor; ///< created before the first reading, to miss no change
-    boost::asio::posix::stream_descriptor monitored; ///< the monitor's, not to be closed
-    boost::asio::steady_timer gathering;
+    /// None if the adapters are not followed. Created before the adapters are first read, so that
+    /// no change after that is missed.
+    std::optional<CAdapterMonitor> monitor;
+    /// The descriptor of `monitor`, which closes it.
+    boost::asio::posix::stream_descriptor monitored;
+    boost::asio::steady_timer gathering; ///< see kAdapterGatherTime
     std::function<void()> onChanged;
 };
 

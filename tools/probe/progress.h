@@ -5,8 +5,9 @@
 
 namespace kx::tools {
 
-/// A line at the end of the terminal, on standard error, that is rewritten in place. Clear it
-/// before anything else is printed. Not thread-safe.
+/// One line on standard error that shows the progress. Call Show only if standard error is a
+/// terminal; each call replaces the text. Call Clear before anything else is printed, which would
+/// otherwise appear on the same line. Not thread-safe.
 class CProgress {
 public:
     CProgress() = default;
@@ -16,7 +17,7 @@ public:
 
     void Show(const std::string& text)
     {
-        // console_codes(4): back to the line's start and erase to its end.
+        // console_codes(4): "\r" moves to the start of the line, "\033[K" erases to its end.
         if (text != shown)
             std::cerr << "\r\033[K" + text << std::flush;
         shown = text;

@@ -24,13 +24,13 @@ constexpr std::size_t kMaxQueuedBytes = 64'000'000;
 
 } // namespace
 
-/// The buffers of recvmmsg(2).
+/// Receives several datagrams with one system call, recvmmsg(2), and holds its buffers.
 class CBatch {
 public:
     CBatch() : text(kBatchSize * kMaxDatagramSize) {}
 
-    /// Receives without waiting. Returns the number of datagrams; -1 with errno when there are
-    /// none.
+    /// Receives without waiting. Returns the number of datagrams; -1 with errno on an error, which
+    /// is EAGAIN when none has arrived.
     int Receive(int descriptor)
     {
         for (std::size_t index = 0; index < kBatchSize; ++index) {
@@ -124,7 +124,7 @@ void CReceiver::Finish()
     StopThread();
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        // A copy: a socket that fails is erased.
+        // Iterates over a copy, because Receive erases a socket that fails.
         const auto open = sockets;
         for (const auto& each : open) {
             while (Receive(each.first))
@@ -148,7 +148,7 @@ void CReceiver::StopThread()
     thread.join();
 }
 
-/// Receives until the object is destroyed.
+/// Receives until StopThread is called.
 void CReceiver::Run()
 {
     for (;;) {
@@ -173,9 +173,9 @@ void CReceiver::Run()
     }
 }
 
-/// Receives a batch. The caller holds the mutex.
+/// Receives and queues up to kBatchSize datagrams of a socket. The caller holds the mutex.
 ///
-/// @return whether there may be more
+/// @return whether the socket may have more datagrams
 bool CReceiver::Receive(int descriptor)
 {
     const int count = batch->Receive(descriptor);
@@ -201,13 +201,15 @@ void CReceiver::Enqueue(Received received)
         boost::asio::post(ioService, [this] { Deliver(); });
 }
 
-/// Hands over some datagrams, then returns so that timers and signals are served.
+/// Hands over at most kBatchSize datagrams, so that the I/O service can also handle timers and
+/// signals while many datagrams arrive.
 void CReceiver::Deliver()
 {
     {
         const std::lock_guard<std::mutex> lock(mutex);
         deliveryPosted = !queue.empty();
-        // Before handing over: a handler may throw.
+        // Posts the next call first: if a handler below throws, the rest of the queue is still
+        // handed over.
         if (deliveryPosted)
             boost::asio::post(ioService, [this] { Deliver(); });
     }
@@ -215,7 +217,9 @@ void CReceiver::Deliver()
         continue;
 }
 
-/// @return false when there is nothing to hand over
+/// Hands over the oldest datagram or error of the queue.
+///
+/// @return false when the queue is empty
 bool CReceiver::HandOverNext()
 {
     Received next;

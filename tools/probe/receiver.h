@@ -23,41 +23,46 @@ class CBatch;
 struct Datagram {
     std::string data;
     boost::asio::ip::udp::endpoint source;
-    int adapterIndex; ///< of the network device that it came in on
+    int adapterIndex; ///< index of the network device that received it
     std::chrono::steady_clock::time_point receivedAt;
 };
 
-/// Receives on UDP sockets in a separate thread, so that their buffers do not overflow during
-/// parsing, or because of a slow terminal, when a whole site answers within a moment. Datagrams are
-/// queued and handed over on the thread that runs the I/O service. While the queue is full,
-/// datagrams stay in the sockets' buffers, where the kernel counts those that it drops.
+/// Receives on UDP sockets in a separate thread, and hands the datagrams over on the thread that
+/// runs the I/O service. That thread may be slow, because it parses the datagrams and prints to a
+/// terminal. If it received them too, the sockets' buffers would overflow when all devices of a
+/// large site answer at the same time.
 ///
-/// Keeps the service running. Threads: all functions on the one that runs the service.
+/// Datagrams wait in a queue between the two threads. While the queue is full (64 MB), they stay in
+/// the sockets' buffers. The kernel drops and counts those for which a buffer has no space.
+///
+/// While this object exists, the run of the I/O service does not end by itself. Threads: public
+/// functions on the thread that runs the I/O service.
 class CReceiver {
 public:
     using OnDatagram = std::function<void(const Datagram&)>;
-    /// Called when receiving fails; receiving on this socket then ends.
+    /// Called when receiving on the socket has failed. Nothing more is received on it.
     using OnError = std::function<void(const boost::system::error_code&)>;
 
-    /// Errors: std::system_error.
+    /// Starts the thread. Errors: std::system_error.
     explicit CReceiver(boost::asio::io_context& ioService);
     ~CReceiver();
     CReceiver(const CReceiver&) = delete;
     CReceiver& operator=(const CReceiver&) = delete;
 
-    /// Receives on a socket until it is removed. An exception of a handler leaves the service's
-    /// run, which may be continued.
+    /// Receives on a socket until it is removed. If a handler throws, the run of the I/O service,
+    /// or Finish, throws the exception; both may then be called again.
     ///
-    /// @param descriptor  of a socket with the option IP_PKTINFO (ip(7)); open until it is removed
+    /// @param descriptor  a socket with the option IP_PKTINFO (ip(7)); must stay open until Remove
     void Add(int descriptor, OnDatagram onDatagram, OnError onError);
 
-    /// Stops receiving on a socket and drops its queued datagrams.
+    /// Stops receiving on a socket and discards its queued datagrams.
     void Remove(int descriptor);
 
-    /// Returns whether received datagrams are not yet handed over.
+    /// Returns whether the queue holds datagrams that are not yet handed over.
     bool HasBacklog();
 
-    /// Hands over everything that has arrived, then stops receiving.
+    /// Stops the thread, then hands over all datagrams that have already arrived: those in the
+    /// queue and those in the sockets' buffers.
     void Finish();
 
 private:
@@ -67,13 +72,14 @@ private:
     };
     struct Received {
         int descriptor;
-        std::shared_ptr<const Handlers> handlers; ///< shared: a handler may remove its own socket
+        /// Shared, because a handler may remove its own socket while it runs.
+        std::shared_ptr<const Handlers> handlers;
         boost::system::error_code error;
         Datagram datagram;
     };
 
-    void Run();                      ///< Threads: receiving
-    bool Receive(int descriptor);    ///< Threads: receiving, and that of the service in Finish
+    void Run();                      ///< Threads: the receiving thread
+    bool Receive(int descriptor);    ///< Threads: the receiving thread; in Finish, the service's
     void Enqueue(Received received); ///< Threads: as Receive
     void Deliver();
     bool HandOverNext();
@@ -82,16 +88,18 @@ private:
     boost::asio::io_context& ioService;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
 
-    std::mutex mutex; ///< guards the fields below and each system call on the sockets
-    std::condition_variable roomMade;
+    /// Guards the fields from here to `stopping`. Receive holds it too: no reception is in progress
+    /// when Remove returns, so the caller may then close the socket.
+    std::mutex mutex;
+    std::condition_variable roomMade; ///< the queue has space again, or `stopping` is set
     std::map<int, std::shared_ptr<const Handlers>> sockets; ///< by descriptor
     std::deque<Received> queue;
     std::size_t queuedBytes = 0;
     bool deliveryPosted = false;
     bool stopping = false;
 
-    const int wakeUp; ///< eventfd(2): ends a wait of the thread
-    const std::unique_ptr<CBatch> batch;
+    const int wakeUp;                    ///< an eventfd(2), which ends a poll(2) of the thread
+    const std::unique_ptr<CBatch> batch; ///< used only under the mutex
     std::thread thread;
 };
 

@@ -8,7 +8,7 @@ namespace kx::tools {
 namespace {
 
 constexpr seconds kAnswerTime{1};
-constexpr int kMaxProbes = 3; // datagrams get lost
+constexpr int kMaxProbes = 3; // in a round, because a Probe or its answer may get lost
 constexpr seconds kRestTime{30};
 
 } // namespace
@@ -46,7 +46,7 @@ void CRounds::Begin()
 
 void CRounds::CheckSilent()
 {
-    // An answer of a silent device may still be queued.
+    // The answer of a device that looks silent may have arrived and be waiting to be read.
     if (receiver.HasBacklog()) {
         Wait(kAnswerTime, &CRounds::CheckSilent);
         return;

@@ -10,23 +10,27 @@
 
 namespace kx::tools {
 
-/// Asks all devices again, at intervals and whenever AskSoon is called, and reports those that no
-/// longer answer. Within a round a Probe is repeated only while a device is silent, because every
-/// recorder logs every Probe.
+/// Asks all devices again in rounds, 30 s after the end of the previous round or when AskSoon is
+/// called, and reports the paths (see CDeviceList) that no longer answer.
 ///
-/// Must outlive the service's run. Threads: the one that runs the service.
+/// A round sends a Probe and waits a second for the answers. While a path is still silent, it sends
+/// another Probe, up to three in all, because datagrams get lost. It sends no more than needed,
+/// because every recorder logs every Probe.
+///
+/// Must outlive the run of the I/O service, because the timer's handler refers to it. Threads: the
+/// one that runs the I/O service.
 class CRounds {
 public:
-    /// @param ask   sends a Probe on every adapter
-    /// @param lost  called for each path that stopped responding
+    /// @param ask   called to send a new Probe on every adapter
+    /// @param lost  called with a kLost event for each path that stopped responding
     CRounds(boost::asio::io_context& ioService, CReceiver& receiver, CDeviceList& devices,
             std::function<void()> ask, std::function<void(const Event&)> lost);
 
-    /// Starts a round with the Probe that was just sent.
+    /// Starts a round. The caller has just sent the round's first Probe.
     void Start();
 
-    /// Asks now, or at the end of the current round. Call it when a device appears that may be
-    /// another one's successor, or when an adapter changes.
+    /// Begins a round now or, during a round, as soon as that one ends. Call it when a device
+    /// appears that may be a listed one under a new address, or when an adapter changes.
     void AskSoon();
 
 private:
@@ -40,8 +44,8 @@ private:
     const std::function<void()> ask;
     const std::function<void(const Event&)> lost;
     boost::asio::steady_timer timer;
-    int asked = 0; ///< Probes in this round; 0 between rounds
-    bool again = false;
+    int asked = 0;      ///< Probes sent in this round; 0 between rounds
+    bool again = false; ///< AskSoon was called after this round began
 };
 
 } // namespace kx::tools

@@ -36,7 +36,7 @@ bool IsRecorder(const std::optional<DeviceType>& type)
     return type && type->uri == recorder.uri && type->name == recorder.name;
 }
 
-/// Returns the sought type for a message.
+/// Returns what the user looks for, as a noun for an error message.
 std::string Sought(const std::optional<DeviceType>& type)
 {
     if (!type)
@@ -44,7 +44,8 @@ std::string Sought(const std::optional<DeviceType>& type)
     return IsRecorder(type) ? "recorder" : type->prefix + ":" + type->name;
 }
 
-/// Returns "; ignored: 2 not well-formed, ..."; empty when nothing was ignored.
+/// Returns the counts as the end of a sentence, such as "; ignored: 2 not well-formed"; empty when
+/// no datagram was ignored.
 std::string IgnoredText(const IgnoredCounts& counts)
 {
     const auto unread = [&](Unread reason) {
@@ -67,8 +68,8 @@ std::string IgnoredText(const IgnoredCounts& counts)
 
 /// One run of the tool: probers on the adapters, the list of devices, the output.
 ///
-/// The order of the members matters: the service outlives everything that waits in it, the receiver
-/// everything that receives through it.
+/// The order of the members matters, because the last one is destroyed first: `ioService` and
+/// `receiver` stand before the members that use them.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
@@ -98,7 +99,7 @@ private:
     void StartProbers(double timeoutSeconds);
     void Listen();
     int Close(double timeoutSeconds);
-    void ShowProgress(); ///< now, and again at intervals
+    void ShowProgress(); ///< shows the progress now and again every kProgressInterval
     bool OnHeard(Message::Kind kind, const Heard& heard);
     void Show(const Event& event);
     std::string FoundText() const;
@@ -106,7 +107,8 @@ private:
     std::string OthersText() const;
     std::string DroppedText() const;
 
-    /// Prints a message on a separate line.
+    /// Writes a message for the user to standard error, after erasing the progress, which would
+    /// otherwise stand on the same line.
     void Tell(const std::string& text)
     {
         progress.Clear();
@@ -120,13 +122,13 @@ private:
     CEventTable table;
     CProgress progress;
     CProbers probers;
-    CRounds rounds; ///< when watching
+    CRounds rounds; ///< started only when watching
     boost::asio::signal_set signals;
     boost::asio::steady_timer progressTimer;
     std::optional<steady_clock::time_point> deadline;
     bool interrupted = false;
     bool anyShown = false;
-    bool anyMarked = false; ///< see AdvertisesOtherHost
+    bool anyMarked = false; ///< a shown device advertises another host, see AdvertisesOtherHost
     bool flushPosted = false;
 };
 
@@ -154,7 +156,8 @@ int CLookup::Run()
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // Sends all repetitions within the first half of the time; the rest is for the last answers.
+    // All repetitions are sent within the first half of the timeout. The second half leaves the
+    // devices time to answer the last one.
     const ProbeSchedule schedule{
         options.times, std::min<steady_clock::duration>(
                            kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
@@ -166,7 +169,8 @@ void CLookup::StartProbers(double timeoutSeconds)
     }
 }
 
-/// Runs the service until the time is up or a signal arrives, then hands over the queued datagrams.
+/// Runs the service until the deadline or a signal. At the deadline, the datagrams that have
+/// arrived but were not yet read are still evaluated; after a signal they are not.
 void CLookup::Listen()
 {
     for (;;) {
@@ -176,7 +180,8 @@ void CLookup::Listen()
                 receiver.Finish();
             return;
         } catch (const AdapterError& error) {
-            Tell(error.what()); // the other adapters continue
+            // The loop runs the service again: the other adapters continue.
+            Tell(error.what());
         }
     }
 }
@@ -220,7 +225,8 @@ bool CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
     for (const Event& each : devices.Record(kind, heard)) {
         Show(each);
-        // It may be the successor of a listed device, and it is unknown whether it answers.
+        // A device that says Hello may be a listed one that restarted with a new wsa:Address. A
+        // Probe to all devices shows which of the two still answers.
         if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
             rounds.AskSoon();
     }
@@ -236,7 +242,8 @@ void CLookup::Show(const Event& event)
         std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
-    // Flushes later, once for several lines: many devices answer at the same time.
+    // The posted handler flushes once for all lines that are printed before it runs. A flush for
+    // each line would be slow when many devices answer at the same time.
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;
@@ -245,7 +252,8 @@ void CLookup::Show(const Event& event)
     }
 }
 
-/// Returns "2 found, by 3 paths"; when watching, those still present.
+/// Returns how many devices are listed, such as "2 found, by 3 paths", or "2 present" when
+/// watching.
 std::string CLookup::FoundText() const
 {
     const auto count = devices.DeviceCount();
@@ -268,7 +276,7 @@ std::string CLookup::NotFoundText(double timeoutSeconds) const
     std::string hint;
     if (others.empty() && askedLoopback)
         hint = "; without --adapter all adapters but loopback are asked";
-    else if (others.empty() && IsRecorder(options.sought)) // the doctor looks for recorders
+    else if (others.empty() && IsRecorder(options.sought)) // pelorin-doctor knows only recorders
         hint = Compose(
             "; pelorin-doctor client",
             options.hosts.empty() ? "" : " --to " + options.hosts.front().address().to_string(),

@@ -14,25 +14,31 @@ inline constexpr char kProbeName[] = "pelorin-probe";
 
 inline constexpr double kDefaultTimeoutSeconds = 2;
 
-/// The options of the command line.
+/// The options of pelorin-probe's command line; --help explains them.
 struct ProbeOptions {
-    /// None: all but loopback; with hosts, those that the kernel's routes choose.
+    /// Adapters to ask on. If empty, all adapters with an IPv4 address except loopback; with
+    /// `hosts`, those that the kernel's routes choose.
     std::vector<std::string> adapterNames;
-    std::vector<boost::asio::ip::udp::endpoint> hosts; ///< asked instead of the group, if any
-    std::optional<DeviceType> sought = RecorderType(); ///< none: every device
-    std::optional<double> timeoutSeconds; ///< none: the default, or no end when watching
-    int times = 1;
+    /// Hosts to ask. If empty, the discovery group 239.255.255.250 is asked.
+    std::vector<boost::asio::ip::udp::endpoint> hosts;
+    std::optional<DeviceType> sought = RecorderType(); ///< type to list; none: devices of any type
+    /// Time to listen. If none, kDefaultTimeoutSeconds; with `watch`, there is no limit.
+    std::optional<double> timeoutSeconds;
+    int times = 1; ///< how many times the first Probe is sent
     bool watch = false;
     bool wide = false;
     bool json = false;
 };
 
-/// Looks for devices and prints them on standard output as they answer.
+/// Looks for devices and prints them on standard output as they answer. Blocks until the timeout
+/// has passed or, when watching, until SIGINT or SIGTERM arrives. Not thread-safe.
 ///
-/// @return exit status: 0 when a device was found, or a signal ended the watching; 1 when none was;
-///         kExitError when no adapter can be used
+/// @return exit status: 0 when a device was found, or when a signal ended the watching; 1 when no
+///         device was found; kExitError (run_tool.h) when asking failed on every adapter, after one
+///         message for each on standard error
 ///
-/// Errors: std::runtime_error.
+/// Errors: std::runtime_error, with a text for the user, for example when a named adapter does not
+/// exist or standard output cannot be written.
 int RunProbe(const ProbeOptions& options);
 
 } // namespace kx::tools
