@@ -27,8 +27,8 @@ using log::Report;
 
 namespace {
 
-/// Runs handlers until there is no more work; returns how many it ran. Boost 1.87 and later report
-/// errors only by exception.
+/// Runs the handlers of the I/O service until it has no more work; returns how many it ran. With
+/// Boost 1.87 or later `error` is never set: its io_context::run reports errors by exception only.
 std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 {
 #if BOOST_VERSION < 108700
@@ -43,8 +43,9 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 
 CDiscoveryManager::CDiscoveryManager()
 {
-    // Deliberate: each run has a new address. If it kept the old one, clients would not notice a
-    // restart whose Bye was lost. No "urn:uuid:" precedes it: installed clients expect none.
+    // Deliberate: each run has a new endpoint address. If all runs used the same one, clients would
+    // not notice a restart of the recorder when the Bye is lost.
+    // Deliberate: it is a bare UUID without "urn:uuid:", as installed clients expect.
     NewUuidString(endpointAddress);
     try {
         ioService = boost::make_shared<IoService>();
@@ -71,7 +72,7 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
             endpoint->Restart();
         }
     } catch (const boost::system::system_error& exception) {
-        // scripts/memcheck relies on the text.
+        // scripts/memcheck searches the log for this text.
         Report(log, kLogError, "Discovery encountered error (", exception.code(),
                "): ", exception.what());
     } catch (const std::runtime_error& exception) {
@@ -81,8 +82,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // Logged before all other records of the stop: tools/host/host_log.cpp, tools/soak/report.awk
-    // and benchmarks/plugin_host.cpp recognise the beginning of a stop by this text.
+    // Has to be the first record of a stop: tools/host/host_log.cpp, tools/soak/report.awk and
+    // benchmarks/plugin_host.cpp recognise the beginning of a stop by this text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });
@@ -93,9 +94,11 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // A handler decrements the count before it does its work, so one may still be running here. The
-    // posted copy keeps the endpoints alive until it has returned. Not a move: if post threw
-    // std::bad_alloc, the moved endpoints would be destroyed at once.
+    // An endpoint's last handler may still be running here, because a handler decrements the count
+    // that Busy() reads before it does its work. The handler posted here runs after it on the I/O
+    // thread, and its copy of the pointers keeps the endpoints alive until then.
+    // A copy, not a move: if post threw std::bad_alloc, moved endpoints would be destroyed
+    // immediately, while that last handler may still use them.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }
@@ -103,8 +106,9 @@ void CDiscoveryManager::StopAll()
 void CDiscoveryManager::Shutdown()
 {
     StopAll();
-    // On the I/O thread: a reset on this thread could come before RunIoService creates the guard,
-    // which would then never be reset.
+    // The I/O thread resets the guard `work`. If the manager's thread did, it could do so before
+    // RunIoService creates the guard. Nothing would then reset the guard, and RunIoService would
+    // never return.
     boost::asio::post(*ioService, [this] { work.reset(); });
 }
 

@@ -15,41 +15,49 @@
 
 namespace kx {
 
-/// Owns the endpoints of one run and the I/O service that drives them.
+/// Owns the endpoints of one run and the I/O service that runs their handlers. One endpoint serves
+/// one adapter.
 ///
-/// Order of calls: constructor; `log` and `soap.types` set; RunIoService on a separate thread;
-/// Start and StopAll any number of times; Shutdown; that thread joined; destructor.
+/// Order of calls: construct the manager; set `log` and `soap.types`; start the I/O thread, which
+/// runs RunIoService; call Start and StopAll any number of times; call Shutdown; join the I/O
+/// thread; destroy the manager.
 ///
-/// Threads: RunIoService is the I/O thread; everything else runs on the manager's thread.
+/// Threads: I/O for RunIoService, manager for everything else.
 class CDiscoveryManager {
 public:
-    /// Errors: boost::thread_resource_error when the I/O service cannot be created; a broken random
-    /// device ends the process.
+    /// Errors: boost::thread_resource_error when the I/O service cannot be created. If /dev/urandom
+    /// cannot be read, the process ends, see CoCreateGuid.
     CDiscoveryManager();
     CDiscoveryManager(const CDiscoveryManager&) = delete;
     CDiscoveryManager& operator=(const CDiscoveryManager&) = delete;
 
-    /// Creates and starts one endpoint per adapter, in order; skips those at kUnservedAddress.
+    /// Creates and starts one endpoint per adapter, in order. Skips adapters at kUnservedAddress.
     ///
-    /// @param multicastEnabled  see CDiscoveryUdp
+    /// @param multicastEnabled  as for the constructor of CDiscoveryUdp
     ///
-    /// Errors: logged. Deliberate: an address that is not IPv4 ends the call, and the adapters
-    /// after it are not started. If it were skipped, recorders would announce themselves on
-    /// networks where they have always been silent.
+    /// Errors: logs an exception derived from std::runtime_error and returns. Other exceptions,
+    /// such as std::bad_alloc, leave the function. In both cases the adapters after the failed one
+    /// get no endpoint.
+    ///
+    /// Deliberate: an address that is not an IPv4 address ends the call in this way too. If only
+    /// its adapter were skipped, recorders would announce themselves on networks where they have
+    /// always been silent.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
-    /// Sends a Bye from every endpoint, stops and releases it. Takes at least 10 ms and returns
-    /// when no operation is outstanding. That wait has no bound: the host's callback may hold the
-    /// I/O thread. An endpoint is destroyed shortly after, when its last handler has returned.
+    /// Sends a Bye from every endpoint, stops all endpoints and releases them. Returns when no
+    /// asynchronous operation of an endpoint is outstanding, after 10 ms at least. This wait has no
+    /// upper limit, because the host's callback may block the I/O thread. An endpoint is destroyed
+    /// when its last handler has returned, which can be shortly after the return of this function.
     void StopAll();
 
-    /// Stops everything and lets RunIoService return.
+    /// Calls StopAll, then lets RunIoService return as soon as all handlers have run.
     void Shutdown();
 
-    /// Runs all handlers of the endpoints; returns some time after Shutdown.
+    /// Runs all handlers of the endpoints. Returns after Shutdown, when the last handler has run.
     ///
-    /// Errors: boost::system::system_error of a handler is logged; other exceptions leave this
-    /// function, which ends the process.
+    /// Errors: logs a boost::system::system_error that a handler throws, and continues. Any other
+    /// exception leaves this function and so ends the process.
+    /// Threads: I/O.
     void RunIoService();
 
 private:
@@ -57,14 +65,15 @@ private:
     using Work = boost::asio::executor_work_guard<IoService::executor_type>;
 
     boost::shared_ptr<IoService> ioService;
-    /// Keeps RunIoService from returning for lack of work. Created and reset on the I/O thread.
+    /// While this guard exists, RunIoService does not return, even if no operation is outstanding.
+    /// Threads: I/O.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;
-    /// The advertised address, one UUID for all adapters of a run.
+    /// The endpoint address in all messages of the run (wsa:Address): one UUID for all adapters.
     std::string endpointAddress;
 
 public:
-    CDiscoverySoap soap;              ///< complete before Start; the endpoints share it
+    CDiscoverySoap soap;              ///< all endpoints use it; `types` is set before Start
     kx::log::ICoreLog* log = nullptr; ///< not owned; null: messages go to standard output
 };
 

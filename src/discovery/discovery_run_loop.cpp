@@ -20,11 +20,11 @@ namespace {
 
 constexpr char kAddressScheme[] = "ktzkx://";
 
-/// The I/O thread of a run. The destructor shuts the manager down and joins the thread, so that the
-/// thread never outlives the manager, not even after an exception.
+/// The I/O thread of a run. The destructor stops the manager and joins the thread, so that the
+/// thread ends before the manager is destroyed, also if an exception ends the run.
 ///
-/// Not a boost::thread: it needs compiled code of Boost, which would come from the host's Boost if
-/// the host has one.
+/// Not a boost::thread, because that class needs the compiled library Boost.Thread. A host that has
+/// loaded another version of the library could supply its symbols to the plug-in.
 class CIoThread {
 public:
     /// Errors: boost::thread_resource_error when the thread cannot be started.
@@ -39,7 +39,9 @@ public:
     }
     CIoThread(const CIoThread&) = delete;
     CIoThread& operator=(const CIoThread&) = delete;
-    ~CIoThread() // NOLINT(bugprone-exception-escape): a stop that throws has to end the process
+    // An exception here has to end the process: without the join, the I/O thread would go on using
+    // a destroyed manager.
+    ~CIoThread() // NOLINT(bugprone-exception-escape): see above
     {
         manager.Shutdown();
         thread.join();
@@ -50,8 +52,11 @@ private:
     std::thread thread;
 };
 
+/// Returns whether two lists hold the same adapters in the same order. Ignores `xAddr`, which only
+/// the run loop's copy has.
+///
 /// Deliberate: the same adapters in another order are a change. If they were not, a server that
-/// reorders them to restart all endpoints would restart none.
+/// changes their order to restart all endpoints would restart none.
 bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<AdapterRecord>& right)
 {
     const auto key = [](const AdapterRecord& adapter) {
@@ -61,7 +66,9 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits until woken once. If the port or the adapters have changed, copies them and returns true.
+/// Waits once for the context's condition. Then, if the port or the adapters in the context differ
+/// from the arguments, copies them to the arguments and returns true. Returns false if nothing has
+/// changed or a stop was requested.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

@@ -4,19 +4,20 @@
 
 namespace kx {
 
-/// Runs one endpoint on every connected adapter, restarts all of them on every change of the port
-/// or of the adapters, and returns when a stop is requested.
+/// The run loop: runs one endpoint on every adapter in the context, replaces all endpoints when the
+/// port or the adapters change, and returns when a stop is requested.
 ///
-/// Deliberate: looks for changes only when an entry point wakes it from its wait. It notices a
-/// document that comes before the first wait or during a restart, or a stop that comes between its
-/// check of the flag and its wait, only when it is woken again. If it looked before it waits, it
-/// would start and stop endpoints at times when its server has sent nothing.
+/// Deliberate: first waits for the condition of the context, then compares the port and the
+/// adapters. A document that was applied before the first wait or during a change of endpoints, and
+/// a stop between the check of `stopRequested` and the wait, therefore take effect only at the next
+/// wake-up. If the loop compared before it waits, endpoints would also start and stop at times when
+/// the server makes no call, which servers have never had to expect.
 ///
-/// Errors: boost::thread_resource_error when the I/O service or its thread cannot be created;
-/// exceptions of the host's callback; std::bad_alloc. `running` then stays set. During the final
-/// stop such an exception ends the process.
-/// Threads: a host thread, called the manager's thread here. The context may be freed as soon as
-/// `running` is clear.
+/// Errors: boost::thread_resource_error when the I/O service or the I/O thread cannot be created;
+/// std::bad_alloc; what the host's callback throws. After an error, `running` stays set. An
+/// exception during the final stop ends the process.
+/// Threads: manager, which is the host thread that makes this call. The context may be freed as
+/// soon as `running` is clear.
 void RunDiscoveryLoop(PluginContext& context);
 
 } // namespace kx

@@ -29,11 +29,12 @@ using log::Report;
 
 namespace {
 
-// Seconds before a restart: 3, 6, 12, ... 384, and 384 from then on.
+// Seconds of back-off before a restart: 3, 6, 12, ... 192, 384, and 384 from then on. The delay
+// doubles only while it is not greater than kRetryDoublingBound.
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// ERROR_CONNECTION_ABORTED of Windows. Linux has no such error.
+/// The Windows error code ERROR_CONNECTION_ABORTED. No error number of Linux has this value.
 constexpr int kAbortedValue = 1236;
 
 } // namespace
@@ -77,9 +78,10 @@ void CDiscoveryUdp::Restart()
         ScheduleRetry();
         return;
     }
-    // On the I/O thread: started on another thread, the operations could complete while that thread
-    // still works on the same fields. Not counted: a stop waits for its teardown, which the I/O
-    // thread runs after this.
+    // The I/O thread starts the operations. If the manager's thread started them in the first
+    // Restart, their handlers could run on the I/O thread while the manager's thread still uses the
+    // same fields. `pendingOps` need not count this dispatched handler: a stop waits for the
+    // teardown, which is posted later and so runs after this handler.
     boost::asio::dispatch(ioService, [this, hello = MakeHello()] {
         if (stopping)
             return;
@@ -91,8 +93,8 @@ void CDiscoveryUdp::Restart()
     });
 }
 
-/// Opens the socket and sets its options. Logs failures; returns false when an essential step
-/// failed.
+/// Opens the socket, sets its options, binds it and joins the group. Logs each failure. Tolerates a
+/// failure to set the TTL or the receive buffer; returns false after any other failure.
 bool CDiscoveryUdp::SetUpSocket()
 {
     error_code error;
@@ -121,8 +123,8 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());
     }
-    // The wildcard address: bound to the adapter's, the socket would receive nothing sent to the
-    // group.
+    // Binds to the wildcard address. A socket that is bound to the adapter's address receives no
+    // datagrams that are sent to the group.
     socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
     if (error) {
         Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
@@ -137,12 +139,13 @@ bool CDiscoveryUdp::SetUpSocket()
                "): ", error.message());
         return false;
     }
-    // tools/soak/report.awk relies on the text, with the address at its end.
+    // tools/soak/report.awk finds this text in the log and reads the address at its end.
     Report(log, kLogInfo, "Joined multicast group ", groupAddress, " on ", adapter.ipAddress);
     return true;
 }
 
-/// Binds the socket to the adapter's device, SO_BINDTODEVICE of socket(7).
+/// Binds the socket to the adapter's device (SO_BINDTODEVICE of socket(7)). Logs a failure and
+/// returns false.
 bool CDiscoveryUdp::BindToDevice()
 {
     ifreq request{};
@@ -150,9 +153,9 @@ bool CDiscoveryUdp::BindToDevice()
     static_assert(sizeof(request.ifr_name) == 16);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-    // Deliberate: the device name is used as a format. Copied, a name with a "%" would select
-    // another device than installed servers rely on. It comes from the server, never from the
-    // network.
+    // Deliberate: the device name is used as a format, so a "%" in it is interpreted. If the name
+    // were copied instead, a name with a "%" would select another device than the one that
+    // installed servers rely on. The name comes from the server, never from the network.
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <
@@ -174,7 +177,7 @@ void CDiscoveryUdp::JoinGroup(error_code& error)
 void CDiscoveryUdp::ScheduleRetry()
 {
     restartPending = true;
-    // scripts/memcheck relies on the text.
+    // scripts/memcheck searches the log for this text.
     Report(log, kLogInfo, "Retrying on interface ", adapter.ipAddress);
     StopOperations(false);
     retryTimer.expires_after(std::chrono::seconds(retryDelaySeconds));
@@ -185,20 +188,20 @@ void CDiscoveryUdp::ScheduleRetry()
 }
 
 // waiting --cancelled or stopping--> idle
-//         --wait failed-----------> waiting, longer
+//         --wait failed-----------> waiting, with the doubled delay
 //         --expired---------------> Restart
 void CDiscoveryUdp::OnRetryTimer(const error_code& error)
 {
     --pendingOps;
     restartPending = false;
 
-    // Deliberate: kAbortedValue counts as cancelled in every category. Taken for a failed wait, it
-    // would double the delay and schedule another restart.
+    // Deliberate: an error with kAbortedValue counts as cancelled, whatever its category. If it
+    // counted as a failed wait, it would double the delay and schedule another restart.
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 
-    // Deliberate: never reset. If a good restart reset it, an adapter that keeps failing would
-    // restart, and send a Hello, every three seconds.
+    // Deliberate: the delay is never reset. If a successful restart reset it, an endpoint whose
+    // sends or receives fail again and again would restart, and send a Hello, every three seconds.
     if (retryDelaySeconds <= kRetryDoublingBound)
         retryDelaySeconds *= 2;
 
@@ -220,8 +223,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     stopping = true;
     closing = true;
 
-    // Runs on the I/O thread, after the Bye and after any handler that saw `stopping` unset: see
-    // the class.
+    // The I/O thread runs this teardown after the Bye and after any handler that has seen the flags
+    // unset: see the class comment.
     const auto tornDown = boost::make_shared<std::promise<void>>();
     boost::asio::post(ioService, [this, tornDown] {
         CloseSocketAndTimers();
@@ -231,8 +234,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     ++pendingOps;
     tornDown->get_future().wait_for(kMaxStopWait);
 
-    // After a timeout the I/O thread is still blocked, in the host's callback or in a Bye. This
-    // makes this endpoint's SendBye give up; the teardown then closes the socket.
+    // If the wait has timed out, the I/O thread is blocked in the host's callback or in a Bye. With
+    // this flag set, SendBye of this endpoint tries no more, so that the teardown can run.
     byeDone = true;
 }
 

@@ -19,90 +19,108 @@
 
 namespace kx {
 
-/// How often a thread checks whether another has finished.
+/// Time between two checks in a loop that waits: StopAll for the end of all operations, SendBye for
+/// space in the socket's send buffer.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
-/// Longest time for a Bye, and longest wait of a stop for an endpoint's teardown.
+/// Maximum time that SendBye tries to send, and that StopOperations waits for the teardown: 0.49 s.
+/// Each endpoint whose Bye cannot be sent delays a stop by up to this time.
 inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
-/// restores its socket after failures. Held by shared pointer, never copied.
+/// opens its socket again after failures. Its watchdog joins the multicast group again if neither a
+/// Hello nor a Probe arrives. Held by shared pointer, never copied.
 ///
 ///     constructed --Restart--> listening: receive pending, watchdog armed, Hello sent
-///     listening, Restart --essential step, receive or sends fail--> back-off: socket closed
+///     listening --receive failed, or fourth failed send in a row--> back-off: socket closed
+///     Restart --socket cannot be set up--> back-off: socket closed
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the manager's thread runs the constructor and the first Restart. That ends by
-/// dispatching the start of all operations to the I/O thread or, when an essential step has failed,
-/// by arming the retry timer. After that the manager's thread only stops the endpoint, and the two
-/// threads share only atomic fields; everything else runs on the I/O thread.
+/// Threads: the manager's thread runs the constructor and the first Restart. The first Restart
+/// either hands the start of all operations to the I/O thread or, if the socket cannot be set up,
+/// starts the retry timer. After that, the manager's thread only stops the endpoint, and the two
+/// threads share only the atomic fields. Everything else runs on the I/O thread.
 ///
-/// A stop sets its flags, then posts the teardown to the I/O thread. A handler that is past its
-/// check of the flags returns before the teardown runs, so the teardown closes and cancels whatever
-/// that handler opened or armed, and closes no descriptor while a system call uses it.
+/// Teardown: StopOperations(true) sets `stopping` and `closing`, then posts the teardown to the I/O
+/// thread. A handler that checked the flags before they were set can still open a socket or start a
+/// timer. The I/O thread runs one handler at a time, so the teardown runs after that handler,
+/// closes the socket and cancels the timer. For the same reason no system call is using the
+/// descriptor that the teardown closes.
 ///
-/// Counting: the manager releases an endpoint only when no asynchronous operation is outstanding. A
-/// completion handler decrements the count first, the teardown last: the endpoint stays busy until
-/// it is torn down. An operation is counted after it is started: if the start throws
-/// std::bad_alloc, no handler follows, and a stop would wait for it forever. The handler cannot run
-/// before that, because the I/O thread is still in the handler that starts the operation, or
-/// because the retry timer takes seconds. The teardown can, but the manager's thread checks the
-/// count only later.
+/// Counting: `pendingOps` counts the outstanding asynchronous operations and the posted teardown.
+/// The manager releases an endpoint only when the count is 0.
+///  - A completion handler decrements the count first. The teardown decrements it last, so the
+///    endpoint stays busy until the teardown is complete.
+///  - The count is incremented after the operation is started. If the start throws std::bad_alloc,
+///    no handler will run, and with a count incremented before, a stop would wait forever.
+///  - No completion handler runs before that increment: the I/O thread is still running the code
+///    that started the operation, or the manager's thread has started the retry timer, which takes
+///    seconds. The teardown can run before its increment. That is harmless, because only the
+///    manager's thread reads the count, and it does so after the increment.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
-    /// @param adapter           its ipAddress names the endpoint in every message
-    /// @param description       what is advertised
-    /// @param multicastEnabled  0: announces from an ephemeral port and answers nothing; otherwise
-    ///                          a full endpoint, as in every run
-    /// @param groupAddress      IPv4 dotted text
-    /// @param port              discovery port
+    /// @param adapter           the adapter to serve; log messages name the endpoint by its
+    ///                          ipAddress
+    /// @param description       what a Hello and an answer say about the recorder
+    /// @param multicastEnabled  0: sends a Hello and a Bye from an ephemeral port, does not join
+    ///                          the group and answers nothing; other values, as in every run: does
+    ///                          everything
+    /// @param groupAddress      the multicast group, as IPv4 dotted text
+    /// @param port              the discovery port, local and of the group
     ///
-    /// Errors: boost::system::system_error (EINVAL) when an address is not IPv4 dotted text.
+    /// Errors: boost::system::system_error: EINVAL when an address is not IPv4 dotted text, another
+    /// code when the first endpoint of the I/O service cannot create its descriptors (epoll(7)).
     CDiscoveryUdp(boost::asio::io_context& ioService, const AdapterRecord& adapter,
                   const EndpointDescription& description, std::int32_t multicastEnabled,
                   const std::string& groupAddress, std::uint16_t port);
     CDiscoveryUdp(const CDiscoveryUdp&) = delete;
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
-    /// Closes what is open; sends nothing and logs nothing. Threads: any, after the last handler.
+    /// Closes the socket if it is open, and cancels the timers. Sends nothing and logs nothing.
+    ///
+    /// Threads: any, after the last handler of the endpoint has returned.
     ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
 
     /// Opens the socket on the adapter's device, joins the group (socket(7), ip(7)), starts
-    /// receiving and sends a Hello. An essential step that fails is logged and leads to back-off.
+    /// receiving and sends a Hello. If the socket cannot be set up, logs the failure and begins
+    /// back-off: the retry timer calls Restart again.
     ///
-    /// Threads: manager for the first; I/O for the others.
+    /// Threads: manager for the first call of an endpoint, I/O for the others.
     void Restart();
 
-    /// Sends one Bye synchronously, ignoring failures. The endpoint sends nothing after it.
+    /// Sends one Bye synchronously and ignores failures. The endpoint sends nothing after it.
+    /// Returns when the kernel has accepted the datagram or the send has failed, after kMaxStopWait
+    /// at most, and earlier if StopOperations abandons the Bye.
     ///
-    /// Threads: I/O. Waits until the kernel accepts the datagram, until the stop gives up, or for
-    /// kMaxStopWait.
+    /// Threads: I/O.
     void SendBye();
 
-    /// Cancels all waits and closes the socket.
+    /// Cancels the timers and closes the socket.
     ///
-    /// @param final  false: for a restart. Threads: I/O, or manager in the first Restart.
-    ///               true: for good. Waits for the I/O thread to do it, for kMaxStopWait at most,
-    ///               then abandons a blocked Bye. Threads: manager.
+    /// @param final  false: before back-off, immediately. Threads: I/O, or manager in the first
+    ///               Restart.
+    ///               true: for good. Posts this work to the I/O thread and waits for it, but no
+    ///               longer than kMaxStopWait; then abandons a blocked Bye. Threads: manager.
     void StopOperations(bool final);
 
-    /// Returns whether the I/O thread still has work on this endpoint. Thread-safe.
+    /// Returns whether an asynchronous operation or the teardown is outstanding. When it returns
+    /// false, the last handler of the endpoint may still be running. Thread-safe.
     bool Busy() const { return pendingReceives > 0 || pendingOps > 0; }
 
     CDiscoverySoap* soap = nullptr;   ///< not owned; null: nothing is announced or answered
     kx::log::ICoreLog* log = nullptr; ///< not owned; null: messages go to standard output
 
 private:
-    friend struct DiscoveryUdpPeer; ///< lets tests call a handler with any error
+    friend struct DiscoveryUdpPeer; ///< tests use it to call a private handler with any error
 
-    /// Shared by a send and all its retries.
+    /// The text of a message. Each pending send or retry of the message holds a pointer.
     using Message = boost::shared_ptr<std::string>;
 
-    // Threads of the private functions: I/O, except where noted.
+    // Threads of all private functions: I/O, unless a comment says otherwise.
 
-    // Set-up, back-off and teardown (discovery_udp.cpp). The first Restart runs SetUpSocket,
-    // BindToDevice, JoinGroup, ScheduleRetry and CloseSocketAndTimers on the manager's thread.
+    // Set-up, back-off and teardown, in discovery_udp.cpp. In the first Restart, SetUpSocket,
+    // BindToDevice, JoinGroup, ScheduleRetry and CloseSocketAndTimers run on the manager's thread.
     bool SetUpSocket();
     bool BindToDevice();
     void JoinGroup(boost::system::error_code& error);
@@ -110,32 +128,35 @@ private:
     void OnRetryTimer(const boost::system::error_code& error);
     void CloseSocketAndTimers();
 
-    // The watchdog of the group membership (discovery_udp_watchdog.cpp): joins the group again when
-    // no Hello or Probe has arrived within kWatchdogPeriod.
+    // The watchdog of the group membership, in discovery_udp_watchdog.cpp. It joins the group again
+    // if no Hello or Probe arrives within kWatchdogPeriod.
     void ArmActivityTimer();
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);
 
-    // Receiving and answering (discovery_udp_receive.cpp).
+    // Receiving and answering, in discovery_udp_receive.cpp.
     void StartReceive();
     void OnReceive(const boost::system::error_code& error, std::size_t length);
     void OnDatagram(std::size_t length);
     void AnswerProbe(const std::string& messageId, const std::string& typesText);
 
-    // Announcing and sending (discovery_udp_send.cpp).
+    // Announcing and sending, in discovery_udp_send.cpp.
     void SendHello();
     Message MakeHello(); ///< Threads: I/O, or manager in the first Restart
     void SendMessage(const Message& message);
     void OnSendComplete(const Message& message, const boost::system::error_code& error);
 
-    /// The socket and the timers are being torn down; cleared by Restart.
+    /// Set when the socket is closed or about to be closed, cleared by Restart. While it is set,
+    /// the handlers of receives, of sends and of the watchdog only decrement the counts.
     std::atomic<bool> closing{false};
-    /// Stopped for good: no handler arms a timer or restarts any more.
+    /// Set when the endpoint is stopped for good, never cleared. Handlers then start no operation
+    /// and no restart.
     std::atomic<bool> stopping{false};
-    /// The Bye was sent, failed or was skipped, or is to be abandoned; no further attempt begins.
+    /// Makes SendBye try no more. Set when the Bye was sent, failed or was skipped, and by
+    /// StopOperations to abandon it.
     std::atomic<bool> byeDone{false};
     std::atomic<std::int32_t> pendingReceives{0};
-    /// Operations of every kind: receives, sends, timer waits, the final teardown.
+    /// Outstanding receives, sends and timer waits, and the final teardown; see the class comment.
     std::atomic<std::int32_t> pendingOps{0};
 
     boost::asio::io_context& ioService;
@@ -145,29 +166,31 @@ private:
     const boost::asio::ip::address_v4 groupAddress;
     const std::uint16_t port;
     const boost::asio::ip::udp::endpoint groupEndpoint;
-    /// The adapter's address: the interface of the group membership.
+    /// The adapter's address, which selects the interface of the group membership, and the local
+    /// port. The socket is bound to this port on the wildcard address.
     const boost::asio::ip::udp::endpoint localEndpoint;
 
     boost::asio::ip::udp::socket socket;
     boost::asio::ip::udp::endpoint senderEndpoint;
-    /// Where the latest send went; retries of any message go there too.
+    /// Where SendMessage sends to. A retry uses the current value, so it goes where the latest
+    /// message went, even if it repeats an earlier message.
     boost::asio::ip::udp::endpoint sendDestination;
-    /// One byte longer than the longest received datagram, for a NUL after it.
+    /// kRecorderReadSize bytes, and one for the NUL that OnDatagram writes after a datagram.
     std::vector<char> receiveBuffer;
 
     bool restartPending = false;
     std::int32_t retryDelaySeconds;
     boost::asio::steady_timer retryTimer;
-    /// Failed sends in a row, across messages and restarts.
+    /// Number of failed sends since the last successful send. A restart does not reset it.
     std::int32_t sendRetryCount = 0;
-    /// Re-joins since the endpoint was constructed.
+    /// Number of times that the watchdog has joined the group again. A restart does not reset it.
     std::int32_t rejoinCount = 0;
     /// A Hello or a Probe was received since the last Restart.
     bool activitySeen = false;
     boost::asio::steady_timer activityTimer;
 };
 
-/// Returns whether an error reports that the operation was cancelled. Thread-safe.
+/// Returns whether an error means that the operation was cancelled (ECANCELED). Thread-safe.
 bool WasCancelled(const boost::system::error_code& error);
 
 } // namespace kx

@@ -17,8 +17,8 @@ using log::Report;
 
 namespace {
 
-/// ERROR_MORE_DATA of Windows: the datagram did not fit. Linux truncates it instead. Compared
-/// without its category.
+/// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Linux truncates
+/// such a datagram and reports no error. OnReceive compares only the number, not the category.
 constexpr int kReceiveTooSmall = 234;
 
 } // namespace
@@ -33,7 +33,8 @@ void CDiscoveryUdp::StartReceive()
 }
 
 // receiving --stopping or closing--> idle
-//           --datagram-------------> receiving, or sending; then OnSendComplete resumes receiving
+//           --Probe to be answered-> sending; OnSendComplete starts the next receive
+//           --other datagram-------> receiving
 //           --too large------------> receiving
 //           --failed---------------> back-off
 void CDiscoveryUdp::OnReceive(const error_code& error, std::size_t length)
@@ -62,7 +63,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
-    // Until the group membership is known to work, every datagram is parsed, for its action.
+    // MayMatch saves the parsing of most datagrams, but finds no action. Until a Hello or a Probe
+    // was received, every datagram is parsed: the watchdog needs to know its action.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
@@ -71,9 +73,10 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         AnswerProbe(messageId, typesText);
         return;
     }
-    // Any Hello or Probe, the endpoint's own Hello included, shows that the membership works.
-    // Deliberate: no other action does. Answers arrive by unicast: if they counted, a broken
-    // membership would not be joined again.
+    // Any Hello or Probe, including the endpoint's own Hello, shows that the socket receives
+    // datagrams to the group.
+    // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast, also without
+    // a working membership. If it counted, the watchdog would not join the group again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();
     StartReceive();
@@ -81,19 +84,22 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 
 /// Sends the answer to the source of the Probe.
 ///
-/// Deliberate: without the random delay of WS-Discovery (April 2005) 2.4, and also to a Probe that
-/// is repeated. Clients with a short timeout would miss a delayed answer, and clients that repeat a
-/// Probe because an answer was lost would get none.
+/// Deliberate: does not wait for the random delay of WS-Discovery (April 2005) 2.4. Clients with a
+/// short timeout would miss a delayed answer.
 ///
-/// Deliberate: starts no receive, which is left to OnSendComplete. With a receive started here, the
-/// next answer would change `sendDestination` before this one is sent or fails.
+/// Deliberate: answers a repeated Probe again. A client repeats a Probe if the answer was lost, and
+/// would otherwise never get one.
+///
+/// Deliberate: leaves it to OnSendComplete to start the next receive. If it were started here, the
+/// next answer could change `sendDestination` while this one is being sent. If the send then
+/// failed, its retry would go to the wrong client.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
-    // Faster than the endpoint's operator<<, which needs a stream and prints the same for IPv4.
+    // Faster than operator<< of udp::endpoint, which needs a stream. For IPv4 both give the same.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
-    // scripts/soak relies on the first words of this record; it and scripts/memcheck rely on "Send
-    // ProbeMatch" below.
+    // scripts/soak recognises this record by its first word, and the record below by "Send
+    // ProbeMatch". scripts/memcheck recognises the record below in the same way.
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);

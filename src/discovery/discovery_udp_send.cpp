@@ -17,7 +17,7 @@ using log::Report;
 
 namespace {
 
-/// Failed sends in a row after which each further failure restarts the endpoint.
+/// After this many failed sends in a row, each further failed send restarts the endpoint.
 constexpr std::int32_t kFailuresBeforeRestart = 3;
 
 } // namespace
@@ -28,14 +28,16 @@ void CDiscoveryUdp::SendHello()
         SendMessage(hello);
 }
 
-/// Builds the Hello and sets its destination for the next SendMessage; null without a codec.
+/// Builds a Hello, logs it and sets `sendDestination`; the caller passes the Hello to SendMessage.
+/// Returns null if there is no codec (`soap` is null).
 CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 {
     if (!soap)
         return nullptr;
     auto hello = boost::make_shared<std::string>();
     soap->Hello(description, *hello);
-    // benchmarks/plugin_host.cpp, scripts/demo, memcheck and try-installed rely on the text.
+    // benchmarks/plugin_host.cpp, scripts/demo, scripts/memcheck and scripts/try-installed search
+    // the log for this text.
     Report(log, kLogInfo, "Sending Hello to ", groupEndpoint);
     sendDestination = groupEndpoint;
     return hello;
@@ -43,8 +45,9 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 
 void CDiscoveryUdp::SendBye()
 {
-    // Nothing may follow the Bye: no later handler may announce, answer or treat the cancellation
-    // as a failure, and a message that still waits to be sent is cancelled.
+    // The endpoint must send nothing after the Bye. So cancel() ends a send that is still waiting.
+    // With `stopping` set, the handlers that run later send nothing and do not take the cancelled
+    // operations for failures.
     stopping = true;
     error_code ignored;
     socket.cancel(ignored);
@@ -58,8 +61,10 @@ void CDiscoveryUdp::SendBye()
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
 
-    // Polls instead of blocking, so that a timeout or StopOperations can end the send without
-    // closing the descriptor under the call. On a closed socket non_blocking fails.
+    // A blocking send could be ended only by closing the descriptor while the system call uses it.
+    // So this loop sends without blocking and polls, and ends after kMaxStopWait or when
+    // StopOperations sets `byeDone`. If the socket is closed, non_blocking fails and nothing is
+    // sent.
     error_code error;
     socket.non_blocking(true, error);
     const auto end = std::chrono::steady_clock::now() + kMaxStopWait;
@@ -87,7 +92,7 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 //         --failed---------------> sending the same message again; from the fourth failure in a row
 //                                  on, or when the socket is closed, after scheduling a restart
 //         --sent-----------------> idle
-// In the last two cases receiving resumes if it waited for this send.
+// In the last two cases a receive is started if none is pending, as after an answer to a Probe.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)
 {
     --pendingOps;
@@ -101,13 +106,14 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         if (!socket.is_open() || sendRetryCount >= kFailuresBeforeRestart)
             ScheduleRetry();
         ++sendRetryCount;
-        // Deliberate: retried also after ScheduleRetry closed the socket; otherwise the log would
-        // lack this record. That send fails, and its handler ends it because `closing` is set.
+        // Deliberate: also retries after ScheduleRetry has closed the socket. Otherwise the record
+        // below would be missing from the log. That last retry fails, and its handler then does
+        // nothing, because `closing` is set.
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {
-        // Deliberate: only a success resets this count. If a restart did, an endpoint that cannot
-        // send would make and log four attempts after each back-off instead of one.
+        // Deliberate: only a successful send resets this count. If a restart did too, an endpoint
+        // that cannot send would log four failed attempts after each back-off instead of one.
         sendRetryCount = 0;
     }
     if (pendingReceives <= 0)

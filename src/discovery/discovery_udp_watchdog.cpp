@@ -13,9 +13,10 @@ using log::Report;
 
 namespace {
 
-/// Time after a Restart or a re-join in which a Hello or a Probe has to arrive. With a working
-/// membership at least the endpoint's own Hello does.
+/// Time in which a Hello or a Probe has to arrive after a Restart or after the watchdog has joined
+/// the group again. If the group membership works, at least the endpoint's own Hello arrives.
 constexpr std::chrono::seconds kWatchdogPeriod{3};
+/// Maximum number of times that the watchdog of an endpoint joins the group again.
 constexpr std::int32_t kMaxRejoins = 2;
 
 } // namespace
@@ -38,8 +39,8 @@ void CDiscoveryUdp::NoteActivity()
 void CDiscoveryUdp::OnActivityTimer(const error_code& error)
 {
     --pendingOps;
-    // Deliberate: rejoinCount is never reset. If a restart reset it, an endpoint that never hears
-    // itself would send two more Hellos after each back-off.
+    // Deliberate: rejoinCount is never reset. If a restart reset it, an endpoint that never
+    // receives its own Hello would send two more Hellos after each back-off.
     if (stopping || closing || activitySeen || rejoinCount >= kMaxRejoins || WasCancelled(error))
         return;
 

@@ -40,14 +40,13 @@ public:
     bool MayMatch(const char* data, std::size_t length) const;
 
     /// Parses a datagram and decides whether it is a Probe for one of `types` (WS-Discovery (April
-    /// 2005) 5.2).
+    /// 2005) 5.2). An output that is not set stays unchanged.
     ///
     /// @param data       received bytes; a terminating NUL is not needed
     /// @param length     bytes in `data`; nothing after them is read
     /// @param messageId  out: text of MessageID, set if found and Action ends with "Probe"
     /// @param typesText  out: text of Types, set if found and messageId was set
     /// @param action     out: text of Action, set if found, whatever the kind of message
-    ///                   (an output that is not set stays unchanged)
     /// @return 1 for a Probe for one of `types`; 0 for everything else, malformed XML included
     std::int32_t ParseProbe(const char* data, std::size_t length, std::string& messageId,
                             std::string& typesText, std::string& action) const;
