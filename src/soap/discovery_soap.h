@@ -78,7 +78,7 @@ void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragmen
 ///
 /// Deliberate: searches for a substring instead of comparing whole names. Some clients do not
 /// declare the vendor's namespace, so the prefix is empty, and ask for "dn:NetworkVideoRecorder".
-/// The substring matches; a comparison would not, and they would get no answer.
+/// The substring matches. With a comparison these clients would get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

@@ -41,7 +41,7 @@ tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
 /// @return the body, for the caller to fill; already attached
 ///
 /// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7), which numbers the messages. A
-/// run does not know the numbers of the previous run. If its own were lower, clients would discard
+/// run does not know the numbers of the previous run. If it used lower ones, clients would discard
 /// its messages as old.
 ///
 /// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid.

@@ -7,7 +7,8 @@
 namespace kx {
 
 /// A 128-bit random identifier. CoCreateGuid fills its bytes in memory order; FormatGuidText prints
-/// the first three fields as integers in the machine's byte order.
+/// the first three fields as integers in the machine's byte order. The number behind each field is
+/// its offset in bytes; the groups are those of the text.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
