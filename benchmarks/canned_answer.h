@@ -10,7 +10,8 @@
 
 namespace kx::benchmarks {
 
-/// Returns the description of a recorder, with texts of the usual lengths.
+/// Returns the description of an imaginary recorder. Its texts are as long as those of a real
+/// recorder, and so are the messages that are built from it.
 inline EndpointDescription MakeDescription()
 {
     EndpointDescription description;
@@ -21,8 +22,8 @@ inline EndpointDescription MakeDescription()
     return description;
 }
 
-/// An answer like the plug-in's, built once. Only the Probe's identifier is copied into it, so that
-/// the client can tell which Probe it answers.
+/// An answer like the plug-in's, built once. For each Probe only the Probe's identifier is copied
+/// into it: from this identifier the client knows which Probe was answered.
 class CCannedAnswer {
 public:
     CCannedAnswer()
@@ -32,7 +33,10 @@ public:
         identifierAt = text.find(identifier);
     }
 
-    /// Returns the answer to a Probe whose identifier is a UUID, as pelorin-load sends it.
+    /// Returns the answer to a Probe. The next call changes the text.
+    ///
+    /// @param probe  its identifier is "urn:uuid:" and a UUID, as pelorin-load sends it; otherwise
+    ///               the answer keeps the identifier of the Probe before
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

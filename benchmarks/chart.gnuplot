@@ -1,5 +1,7 @@
-# Draws the data files of summary.awk: gnuplot -e "results='FOLDER'" benchmarks/chart.gnuplot
-# The error bars end at the quartiles.
+# Draws FOLDER/chart.svg from the data files that summary.awk writes there. The error bars end at
+# the quartiles.
+#
+#   gnuplot -e "results='FOLDER'" benchmarks/chart.gnuplot
 set terminal svg size 1000,760 font "sans-serif,13" background "white"
 set output results."/chart.svg"
 set multiplot layout 2,2 margins 0.08,0.97,0.06,0.9 spacing 0.11,0.2

@@ -1,4 +1,4 @@
-// Measures the parts of the plug-in that need no network, each alone.
+// Measures single functions of the plug-in that need no network.
 
 #include "announcement.h"
 #include "canned_answer.h"
@@ -29,7 +29,7 @@ CDiscoverySoap MakeSoap()
     return soap;
 }
 
-/// Returns a typical Probe for a type.
+/// Returns a typical Probe for a device type.
 std::string Probe(const std::string& type)
 {
     return Compose(R"(<?xml version="1.1" encoding="UTF-8"?>
@@ -78,7 +78,7 @@ void ParseProbe(benchmark::State& state, const std::string& datagram)
     }
 }
 
-/// Measures the check that rejects a datagram for other devices before it is parsed.
+/// Measures the check by which the plug-in rejects a Probe for other devices without parsing it.
 void MayMatch(benchmark::State& state, const std::string& datagram)
 {
     const CDiscoverySoap soap = MakeSoap();

@@ -1,21 +1,26 @@
-# Functions of the benchmarks; to be sourced. The sourcing script sets `build`, the folder of the
-# programs, and `results`, the folder of the samples.
+# Functions for benchmarks/answering and benchmarks/scaling, which source this file. Those scripts
+# set $build, the folder of the built programs, and $results, the folder of samples.csv.
 # shellcheck shell=bash disable=SC2154
 
 # shellcheck source=../scripts/network.sh
 . "$(dirname "${BASH_SOURCE[0]}")/../scripts/network.sh"
 
+# The processor cores of the servers and of the load generator. On the same core they would take
+# time from each other.
 readonly server_core=0 load_core=1
 
-# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: records a measured value.
+# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, from
+# which summary.awk makes the tables. SUBJECT is a server or a number of adapters, CASE the load,
+# FIGURE says what VALUE is and in which unit ("cpu_us").
 Sample()
 {
     local IFS=,
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: waits until COUNT adapters in $namespace have a carrier, which the kernel
-# notices with a delay.
+# AwaitAdapters COUNT: waits until COUNT veth adapters in the namespace $namespace are in the state
+# UP. The kernel sets this state a moment after both ends of the veth pair are set up. Before that,
+# the plug-in would not use the adapter, because bench-host would report it as not connected.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
@@ -23,16 +28,18 @@ AwaitAdapters()
     done
 }
 
-# StartServer NAMESPACE OUTPUT COMMAND...: starts a server on the servers' core and sets $server to
-# the number of its process.
+# StartServer NAMESPACE OUTPUT COMMAND...: starts the server COMMAND in the namespace, on the core
+# for servers. What it prints goes to the file OUTPUT. Sets $server to its process ID.
 StartServer()
 {
-    : >"$2" # exists before AwaitLine reads it
+    # Creates the file for AwaitLine; the command in the background may create it too late.
+    : >"$2"
     nsenter --net="/proc/$1/ns/net" taskset --cpu-list "$server_core" "${@:3}" >"$2" &
     server=$!
 }
 
-# AwaitLine FILE START: waits up to a minute for a line that begins with START; prints its rest.
+# AwaitLine FILE START: waits until the file has a line that begins with START, then prints the rest
+# of this line. Fails after a minute.
 AwaitLine()
 {
     for ((tenth = 0; tenth < 600; ++tenth)); do
@@ -46,18 +53,21 @@ AwaitLine()
     return 1
 }
 
-# CpuTime PROCESS: prints the processor time of all its threads so far, in ns, from the scheduler's
-# accounting, because utime and stime have the resolution of a clock tick.
+# CpuTime PROCESS: prints the processor time that the threads of the process have used so far, in
+# ns. Reads schedstat, because utime and stime of /proc/PROCESS/stat (proc(5)) only count clock
+# ticks, usually of 10 ms.
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
-# Load ADDRESS ARGUMENT...: runs the load generator on its core, prints its JSON.
+# Load ADDRESS ARGUMENT...: runs pelorin-load on the load generator's core, with ADDRESS as the
+# destination and ARGUMENTs as further options. Prints its result, a line of JSON.
 Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 
-# ResidentMemory PROCESS: prints the resident memory in KiB.
+# ResidentMemory PROCESS: prints the resident memory of the process in KiB.
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
-# CountCalls PROCESS FILE COMMAND...: counts the system calls of all threads of a process while the
-# command runs; writes a line with the number and the name of each call to the file.
+# CountCalls PROCESS FILE COMMAND...: runs the command and counts the system calls that the threads
+# of the process make meanwhile. Writes a line to FILE for each kind of system call: how often it
+# was made, and its name.
 CountCalls()
 {
     local process=$1 file=$2 tracer

@@ -1,6 +1,9 @@
-// Runs the plug-in on all adapters except loopback, without a log. Prints how long the start took,
-// waits for SIGTERM, prints how long the stop took. Unlike pelorin-host it hands over each document
-// once, so that the plug-in's threads stay idle between Probes.
+// Runs the plug-in on all adapters with an IPv4 address except loopback. Prints how long the start
+// took, waits for SIGTERM, stops the plug-in and prints how long the stop took. Does not print the
+// plug-in's log records.
+//
+// pelorin-host repeats its current document, and each document wakes a thread of the plug-in. This
+// program hands over each document once, so that the plug-in's threads stay idle between Probes.
 
 #include "adapter.h"
 #include "document_source.h"
@@ -24,12 +27,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Counts of the plug-in's records. After the last Hello the callback does nothing, so that its
-/// time is not measured as the plug-in's.
+/// How many documents the plug-in has acted on. For each it sends a record "Stopping discovery
+/// operations".
 std::atomic<unsigned> stops{0};
+/// How many adapters still have to send their Hello. 0 until Measure sets the number of adapters.
 std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
 
+/// Receives the plug-in's records, on several threads. Does nothing after the last Hello: from then
+/// on the processor time of this process is measured as the plug-in's, and this callback would add
+/// to it.
 void OnRecord(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
 {
     if (missingHellos == 0)
@@ -52,9 +59,11 @@ void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // The plug-in misses a document that arrives while it is not waiting for one. So documents
-    // without adapters, each with another port, are sent until it acts on one. A moment later it
-    // waits again, and acts immediately on the measured document.
+    // The plug-in acts on a document immediately only if it is waiting for one when the document
+    // arrives. Otherwise it acts only when another document arrives. The measured document is the
+    // last one, so the plug-in must be waiting for it. To make sure of that, documents without
+    // adapters are handed over until the plug-in acts on one. Each has another port, because the
+    // plug-in ignores a document that changes nothing. 100 ms later the plug-in is waiting again.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(kx::tools::MakeServerDocument(port, {}));
@@ -86,7 +95,9 @@ int main()
     sigset_t end;
     sigemptyset(&end);
     sigaddset(&end, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &end, nullptr); // before the plug-in's threads, which inherit it
+    // Blocked before any other thread starts: all threads inherit the mask, so SIGTERM ends only
+    // the sigwait in Measure.
+    pthread_sigmask(SIG_BLOCK, &end, nullptr);
     try {
         Measure(kx::tools::CPluginLibrary(kx::tools::OwnPluginFile()),
                 kx::tools::ReadUsableAdapters(), end);

@@ -3,8 +3,9 @@
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
 # A value is the median over the repeats; targets and ratios also have the quartiles in parentheses.
-# A ratio is taken between two values of the same repeat, before the median, because other work on
-# the machine then affects both alike.
+# A ratio is calculated for each repeat, from two values of this repeat, and then the median is
+# taken. Other work of the machine affects both values of a repeat alike, so their ratio hardly
+# changes.
 
 BEGIN { FS = "," }
 
@@ -22,7 +23,8 @@ BEGIN { FS = "," }
         max_repeat = $2
 }
 
-# The functions below collect values in list[1] ... list[count], sorted.
+# Values, Ratios and MemoryPerEndpoint fill list[1] ... list[count] with values in ascending order.
+# Add inserts one value. Other functions read this list.
 function Add(value,    place) {
     for (place = ++count; place > 1 && list[place - 1] > value; --place)
         list[place] = list[place - 1]
@@ -65,7 +67,7 @@ function Digits(value) {
     return sprintf(value >= 100 || value == 0 ? "%.0f" : value >= 10 ? "%.1f" : "%.2f", value)
 }
 
-# Returns the median and the quartiles of the list as the cell of a table.
+# Returns the median and the quartiles of the list as text for a table.
 function Spread() {
     if (count == 0)
         return "–"
@@ -74,18 +76,20 @@ function Spread() {
     return Digits(Quantile(0.5)) " (" Digits(Quantile(0.25)) ".." Digits(Quantile(0.75)) ")"
 }
 
-# Begins a table, below a heading unless the title is empty.
+# Prints the head of a table; `columns` is "NAME | NAME ...". If the title is not empty, prints it
+# as a heading before the table.
 function Head(title, columns,    rule) {
     rule = columns
     gsub(/[^|]+/, "---", rule)
     print "\n" (title == "" ? "" : "## " title "\n\n") "| " columns " |\n|" rule "|"
 }
 
-# Prints the row of a target for the median of the list.
+# Prints the row of a target: the list's median and quartiles, the limit and the goal, and which of
+# these two the median meets. Prints nothing if the list is empty.
 function Target(figure, limit, goal,    median) {
     if (count == 0)
         return
-    median = Digits(Quantile(0.5)) + 0 # as printed
+    median = Digits(Quantile(0.5)) + 0 # as printed in the row: "1.00" must meet a goal of 1
     print "| " figure " | " Spread() " | " limit " | " goal " | " \
         (median <= goal ? "goal met" : median <= limit ? "within the limit" : "missed") " |"
 }
@@ -125,8 +129,8 @@ function PrintTargets() {
 
 function Median() { return count ? Digits(Quantile(0.5)) : "–" }
 
-# Prints the row of a figure under a load: the median of each server, and after the plug-in's its
-# ratio to the first server.
+# Prints the row of one figure under one load: the median of each server. After the median of the
+# plug-in comes its ratio to the first server. Prints nothing if no server has a value.
 function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, server, any) {
     row = "| " title " | " (load == "memory" ? "–" : load)
     for (server = 1; server <= servers_count; ++server) {
@@ -141,7 +145,8 @@ function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, 
         print row " |"
 }
 
-# Prints the row with the Probes that each server lost under a load, if one lost any.
+# Prints the row "lost": how many Probes each server did not answer in time under a load, in all
+# repeats together. Prints nothing if there was none.
 function PrintLost(load, servers, servers_count,    row, server, lost, sum) {
     row = "| lost | " load
     for (server = 1; server <= servers_count; ++server) {
@@ -155,7 +160,8 @@ function PrintLost(load, servers, servers_count,    row, server, lost, sum) {
         print row " |"
 }
 
-# Prints the head of a table with a column for each server; the plug-in has another for its ratio.
+# Prints the head of a table with a column for each server. After the column of the plug-in comes
+# one for its ratio to the first server.
 function AnsweringHead(title, servers, servers_count,    columns, server) {
     columns = "figure | load"
     for (server = 1; server <= servers_count; ++server)
@@ -214,7 +220,7 @@ function PrintParts(    part) {
     }
 }
 
-# Returns the median and the quartiles of the list for gnuplot.
+# Returns the median and the quartiles of the list as three columns for gnuplot.
 function Points() {
     return count ? " " Quantile(0.5) " " Quantile(0.25) " " Quantile(0.75) : " NaN NaN NaN"
 }
