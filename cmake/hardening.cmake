@@ -1,18 +1,20 @@
-# Makes a fault in this code harder to exploit: the plug-in reads what any machine on the network
-# sends, inside the server. The flags apply to everything, tests included, so that the tests run
-# what is delivered; scripts/check-hardening checks the built files. A build with a sanitizer, which
-# detects more, leaves out the compiler's flags.
+# Flags of the compiler and the linker that make a fault in this code harder to exploit. The plug-in
+# needs them because it runs inside the server and reads what any machine on the network sends. All
+# targets get the flags, the tests too, so that the tests run the code that is delivered.
+# scripts/check-hardening checks the built files. A build with a sanitizer does not get the
+# compiler's flags, because the sanitizer detects more than they do.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
 
-# Executables are loaded at a random address, as libraries are.
+# Lets CMake link executables with -pie, so that they are loaded at a random address, as libraries
+# are.
 check_pie_supported(LANGUAGES CXX)
 
 if(NOT PELORIN_SANITIZE)
-  # A compiler may only warn of a flag that it does not support on this processor. The warning would
-  # break the build later, so it is an error in this check.
+  # For a flag that it does not support on this processor, a compiler may print only a warning. In
+  # the build this would be an error, so it is an error in these checks too.
   set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection
       -mbranch-protection=standard)
@@ -23,7 +25,8 @@ if(NOT PELORIN_SANITIZE)
     endif()
   endforeach()
 
-  # The C library's checks of buffer sizes need an optimising build. Older versions lack level 3.
+  # _FORTIFY_SOURCE turns on the C library's checks of buffer sizes. They work only in an optimised
+  # build. Older compilers and C libraries do not support level 3.
   set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
   check_cxx_source_compiles("#include <cstdio>\nint main() {}" HAS_FORTIFY_3)
   unset(CMAKE_REQUIRED_FLAGS)
@@ -32,7 +35,9 @@ if(NOT PELORIN_SANITIZE)
     "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${level}>")
 endif()
 
-# Tables of addresses are read-only before the first call; no page is both writable and executable.
+# relro and now: tables of addresses are read-only before any of our code runs. noexecstack and
+# text: no page is both writable and executable. separate-code: code has pages of its own, without
+# data.
 foreach(word IN ITEMS relro now noexecstack text separate-code)
   string(MAKE_C_IDENTIFIER "HAS-z-${word}" has)
   check_linker_flag(CXX -Wl,-z,${word} ${has})

@@ -1,6 +1,6 @@
-# What `cmake --install` installs where, and the two Debian packages made from it: pelorin
-# (component "runtime") for the machine of a recorder or a client, pelorin-dev for developers of
-# servers.
+# Defines what `cmake --install` installs and where, and makes two Debian packages of it: pelorin
+# (component "runtime") is for the machine of a recorder or a client, pelorin-dev (component "dev")
+# for the developers of servers.
 include(GNUInstallDirs)
 
 set(tools pelorin-doctor pelorin-host pelorin-probe)
@@ -13,7 +13,8 @@ function(pelorin_compress name input)
 endfunction()
 
 # pelorin_install_documents(COMPONENT PACKAGE PAGE): installs the changelog, the copyright and a
-# page of docs/. Links to other files, which are not installed, become plain text in it.
+# page of docs/. In the page, links to other files become plain text, because those files are not
+# installed.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
@@ -57,14 +58,15 @@ install(FILES examples/host.c examples/host.py
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pelorin-dev/examples COMPONENT dev)
 pelorin_install_documents(dev pelorin-dev host-interface.md)
 
-# The version is the one that the plug-in registers with; scripts/test-package compares them.
+# The version of the packages is that of the first entry in package/changelog. It must be the
+# version with which the plug-in registers at the host; scripts/test-package checks that.
 file(STRINGS package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" CPACK_PACKAGE_VERSION "${headline}")
 configure_file(package/pelorin.pc.in pelorin.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pelorin.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-# Everything that the packages contain; the other targets are for tests and measurements.
+# Builds everything that the packages contain. The other targets are for tests and measurements.
 add_custom_target(pelorin_packaged DEPENDS pelorin ${tools} pelorin_documents)
 
 set(CPACK_GENERATOR DEB)
@@ -77,7 +79,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# CPack would put this before each description, which begins with the package's own summary.
+# Empty: by default CPack puts the project's description before the description of each package. But
+# the descriptions below already begin with a summary.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME pelorin)

@@ -1,10 +1,11 @@
-# Writes the version of the package, and the commit if git knows it, into a source file. A script
-# that each build runs, since the commit changes without CMake noticing.
+# Writes a source file with the version of the package and, if git knows it, the commit. Each build
+# runs this script, because CMake does not notice that the commit has changed.
 #
 #   cmake -D SOURCE=<folder> -D INPUT=<template> -D OUTPUT=<file> -P version.cmake
 file(STRINGS ${SOURCE}/package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" version_text "${headline}")
-# A copy of the sources inside another project's repository must not get that project's commit.
+# Without this check, a copy of the sources inside another project's repository would get the commit
+# of that project.
 if(EXISTS ${SOURCE}/.git)
   execute_process(COMMAND git -C ${SOURCE} describe --always --exclude=* --abbrev=12 --dirty
     OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
@@ -12,4 +13,4 @@ endif()
 if(commit)
   string(APPEND version_text " (commit ${commit})")
 endif()
-configure_file(${INPUT} ${OUTPUT} @ONLY) # writes the file only if it changes
+configure_file(${INPUT} ${OUTPUT} @ONLY) # leaves an unchanged file alone: nothing is compiled then

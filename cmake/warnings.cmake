@@ -1,4 +1,4 @@
-# The warnings for every target, all of them errors: a tolerated warning hides the next one.
+# The warnings for every target. All are errors: among tolerated warnings a new one goes unnoticed.
 add_library(pelorin_warnings INTERFACE)
 target_compile_options(pelorin_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
