@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-/// One case of a table in tests/data. The first lines of the table explain the texts.
+/// One case of a table in tests/data. The lines above the first case of each table explain what the
+/// expected result and the text are.
 struct DataCase {
     std::string name;
     std::string expected;
@@ -21,8 +22,8 @@ inline std::string ReadData(const std::string& name)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Reads a table of cases: "== name", a line with the expected result, the text up to the next
-/// case.
+/// Reads a table of cases. A case is a line "== name", one line with the expected result, and the
+/// text up to the next case, which may be empty. The lines above the first case are skipped.
 inline std::vector<DataCase> ReadCases(const std::string& name)
 {
     const std::string table = "\n" + ReadData(name) + "== ";

@@ -61,13 +61,15 @@ void FakeHost::Lend()
 void FakeHost::Run()
 {
     Lend();
-    // The plug-in does not report that it waits. But it acts on a change only while it waits, and
-    // then reports a stop, even without endpoints.
+    // Nothing reports that the plug-in waits for documents. But it notices a changed document only
+    // while it waits, and then logs a stop, even if it has no endpoints. So hand over one port
+    // after another until it logs something.
     for (int port = 1; Log().empty(); ++port) {
         Apply(MakeTestDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    // Twice, because the loop may not be waiting for the first.
+    // The same document twice, because the plug-in may not be waiting when the first one arrives. A
+    // stop without endpoints takes 10 ms, so its records have arrived before Forget.
     for (int time = 0; time < 2; ++time) {
         Apply(MakeTestDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));

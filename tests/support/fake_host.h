@@ -14,8 +14,9 @@
 #include <thread>
 #include <vector>
 
-/// A request or reply record as bytes, initially 0xAA, which shows the bytes that the plug-in
-/// wrote. Fields are accessed by offset, independently of the header.
+/// A request or reply record as bytes. All bytes are 0xAA at first, so that a test sees which of
+/// them the plug-in wrote. Tests name fields by offset, without pelorin/plugin.h, so that they
+/// detect a wrong offset there.
 struct RecordBytes {
     RecordBytes() { bytes.fill(0xAA); }
 
@@ -36,51 +37,54 @@ struct RecordBytes {
     alignas(8) std::array<std::uint8_t, 256> bytes;
 };
 
-/// One call of the host's callback.
+/// One call of the host's callback. The records are copied when the call begins; `time` is taken
+/// after onRecord has returned.
 struct HostCall {
-    RecordBytes request; ///< its first 224 bytes
-    RecordBytes reply;   ///< its first 12 bytes, as they came
-    std::string data;    ///< as long as the request says
+    RecordBytes request; ///< the record in the first 224 bytes, 0xAA after it
+    RecordBytes reply;   ///< the record in the first 12 bytes, 0xAA after it
+    std::string data;    ///< the document that the request points to, with its NUL
     std::chrono::steady_clock::time_point time;
 };
 
-/// A host that keeps what the plug-in sends. Only one may exist at a time: the callback has no
-/// pointer to its owner.
+/// A host that loads the plug-in and keeps all records that the plug-in sends. Only one may exist
+/// at a time: the callback receives no pointer that would tell several hosts apart.
 class FakeHost {
 public:
     FakeHost();
-    ~FakeHost(); // NOLINT(bugprone-exception-escape) ///< stops what runs, unloads and closes the
-                 // library
+    /// Stops the run, calls Unload and closes the library.
+    ~FakeHost(); // NOLINT(bugprone-exception-escape)
     FakeHost(const FakeHost&) = delete;
     FakeHost& operator=(const FakeHost&) = delete;
 
-    /// Calls an entry point by name, from the calling thread.
+    /// Calls an entry point by name, from the calling thread. Returns what it returns.
     std::uint64_t Call(const char* name, RecordBytes& request, RecordBytes& reply) const;
     void Call(const char* name) const;
     void Load() const;
 
-    /// Starts a run on a separate thread.
+    /// Calls IOCTL code 1 (run) on a separate thread.
     void Lend();
-    /// Starts a run on a separate thread and returns when it waits for documents.
+    /// Calls IOCTL code 1 on a separate thread. Returns when the run waits for documents, with port
+    /// 22609 and no adapters, and deletes the records up to then.
     void Run();
     void Apply(const std::string& document) const;
-    /// Closes until the run has returned.
+    /// Repeats Close until the run has returned; does nothing without a run.
     void Stop();
 
     std::vector<HostCall> Calls() const;
     /// Deletes the calls kept so far.
     void Forget();
-    /// The log records, as "level text".
+    /// Returns the records kept so far: log records as "level text", others as they are.
     std::vector<std::string> Log() const;
-    /// The times of the records that contain the text.
+    /// Returns the times of the records that contain the text.
     std::vector<std::chrono::steady_clock::time_point> Times(const std::string& text) const;
-    /// Waits until `count` records contain the text; returns false if the time is up first.
+    /// Waits until `count` records contain the text. Returns false if fewer do after `bound`.
     bool WaitFor(const std::string& text, std::size_t count = 1,
                  std::chrono::milliseconds bound = std::chrono::seconds(5)) const;
 
-    /// Called with each record's text, on the plug-in's thread, before it is kept.
+    /// Called with each record before it is kept, on the thread that sends it. Set it only while
+    /// the plug-in sends nothing.
     std::function<void(const std::string&)> onRecord;
-    /// The status that the host returns.
+    /// The status that the callback writes into each reply. The plug-in has to ignore it.
     std::uint32_t status = 0;
 
 private:
@@ -93,6 +97,8 @@ private:
     std::vector<HostCall> calls;
 };
 
-/// Returns a server and adapter document. Adapters are given as "ip handle mac"; an empty port is
-/// left out.
+/// Returns a server and adapter document.
+///
+/// @param adapters  each as "ip handle mac"; all are connected
+/// @param port      empty: the document has no port
 std::string MakeTestDocument(const std::vector<std::string>& adapters, const std::string& port);

@@ -53,7 +53,8 @@ Network::Network()
         ThrowUnless(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    // Removes what the previous test left, when one process runs several tests.
+    // Removes the adapters and firewall rules of the previous test. CTest runs each test in a
+    // process of its own, but a program that is started by hand runs all its tests in one.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {
@@ -105,7 +106,8 @@ Socket::Socket(const std::string& device, const std::string& address, std::uint1
 
 void Socket::Send(const std::string& text, const std::string& address)
 {
-    boost::system::error_code ignored; // a Probe may fail while an adapter goes down
+    // To a test, a datagram that was not sent is like one that was lost.
+    boost::system::error_code ignored;
     socket.send_to(boost::asio::buffer(text), {make_address_v4(address), kx::kDiscoveryPort}, 0,
                    ignored);
 }
@@ -113,7 +115,8 @@ void Socket::Send(const std::string& text, const std::string& address)
 std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
     pollfd readable{socket.native_handle(), POLLIN, 0};
-    // A negative time, when the bound has just passed, would wait forever.
+    // Not below 0: ReceiveAll passes a negative time if its bound has just passed, and poll(2)
+    // would then wait forever.
     if (poll(&readable, 1, std::max(0, static_cast<int>(bound.count()))) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');

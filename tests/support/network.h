@@ -9,26 +9,34 @@
 #include <string>
 #include <vector>
 
-/// Gives the process a network namespace of its own: runs it again, with its arguments, under
-/// scripts/own-network. Returns in the second run only; the process ends with an error where the
-/// system allows no namespaces.
+/// Moves the program to a new network namespace: replaces it by scripts/own-network, which starts
+/// it again there. Returns only in the program that was started there. Where the system does not
+/// allow namespaces, the process ends with an error.
+///
+/// @param arguments  all arguments of main; the first one, the program's name, is not used
 void EnterOwnNetwork(const std::vector<std::string>& arguments);
 
-/// The recorder's namespace, which is the process's own, and a prober's, joined by two cables:
+/// Two network namespaces joined by two virtual cables (veth(4)): that of the process, where the
+/// recorder runs, and a new one for a prober.
 ///
 ///     recorder: cam0 10.7.0.1/24, MAC 02:00:00:00:07:01 ---- eye0 10.7.0.2/24 :prober
 ///               cam1 10.8.0.1/24, MAC 02:00:00:00:08:01 ---- eye1 10.8.0.2/24
 ///
-/// Only one may exist at a time.
+/// Only one may exist at a time, because the names of the adapters are fixed.
 class Network {
 public:
     Network();
 
-    /// Runs a shell command in the recorder's namespace; throws when it fails.
+    /// Runs a shell command in the calling thread's namespace: the prober's inside AsProber, else
+    /// the recorder's. Throws std::runtime_error when the command fails.
     static void Run(const std::string& command);
-    /// Drops packets that match, by nft(8), at the hook "input" or "output".
+    /// Makes the firewall of the calling thread's namespace drop packets.
+    ///
+    /// @param hook   "input" for received packets, "output" for sent ones
+    /// @param match  nft(8) expression for the packets to drop
     static void Drop(const std::string& hook, const std::string& match);
-    /// Runs work on a thread in the prober's namespace, in which its sockets remain.
+    /// Runs `work` on a thread in the prober's namespace and waits for its end. Sockets that it
+    /// opens stay in that namespace, on whatever thread they are used later.
     void AsProber(const std::function<void()>& work) const;
 
 private:
@@ -40,17 +48,20 @@ struct Datagram {
     std::string source; ///< "address:port"
 };
 
-/// An IPv4 UDP socket on one device. At the discovery port it is bound to the wildcard address and
-/// a member of the group; at other ports it is bound to the address.
+/// An IPv4 UDP socket that is bound to a device.
 class Socket {
 public:
+    /// Binds to the address and the port; port 0 stands for any free one. With the discovery port,
+    /// binds to the wildcard address instead and joins the group on the address's adapter.
     Socket(const std::string& device, const std::string& address, std::uint16_t port);
 
+    /// Sends to the discovery port of the address. Ignores a failure.
     void Send(const std::string& text, const std::string& address = "239.255.255.250");
+    /// Returns the next datagram, or nothing if none arrives within `bound`.
     std::optional<Datagram> Receive(std::chrono::milliseconds bound);
-    /// Receives for that time; returns the datagrams that contain the text.
+    /// Receives until `bound` has passed. Returns the datagrams that contain the text.
     std::vector<Datagram> ReceiveAll(const std::string& text, std::chrono::milliseconds bound);
-    /// Returns "address:port".
+    /// Returns the address and port that the socket is bound to, as "address:port".
     std::string Name() const;
 
 private:
@@ -58,6 +69,7 @@ private:
     boost::asio::ip::udp::socket socket;
 };
 
-/// A Probe for types in the vendor's namespace (prefix ktz).
+/// Returns a Probe for `types`, a list separated by spaces. In the Probe, the prefix ktz stands for
+/// the namespace of the recorder's type.
 std::string Probe(const std::string& messageId,
                   const std::string& types = "ktz:NetworkVideoRecorder");

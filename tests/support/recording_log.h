@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Keeps records as "level text". Not thread-safe.
+/// A log that keeps each record as "level text". Not thread-safe.
 struct RecordingLog : kx::log::ICoreLog {
     void Log(std::int32_t level, const std::string& text) override
     {
