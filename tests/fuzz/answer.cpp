@@ -1,4 +1,5 @@
-// Reads the answer to any datagram that is accepted as a Probe as its sender would, and checks it.
+// If ParseProbe accepts the input as a Probe: composes the answer, checks its text, and checks that
+// pelorin-probe can read it.
 
 #include "discovery_soap.h"
 #include "message_reader.h"
@@ -19,7 +20,8 @@ std::string Answer(const std::string& messageId)
     return answer;
 }
 
-/// Returns a text as it must be written between tags (XML 1.0 2.4).
+/// Returns a text as the plug-in writes it between tags, with references for &, < and > (XML 1.0
+/// 2.4).
 std::string Escaped(const std::string& text)
 {
     std::string escaped;

@@ -1,4 +1,4 @@
-// Checks what ParseProbe decides about any datagram, and which of its outputs it sets.
+// Passes the input to ParseProbe as a datagram. Checks the result, and which outputs it sets.
 
 #include "discovery_soap.h"
 #include "require.h"
@@ -11,7 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const kx::CDiscoverySoap soap{
         {std::begin(kx::kDeviceTypes), std::end(kx::kDeviceTypes)}};
-    // Tells outputs that are not set from those that are: text of a message contains no NUL.
+    // An output that still has this value was not set: ParseProbe copies C strings, which contain
+    // no NUL.
     const std::string untouched("\0", 1);
     std::string messageId = untouched;
     std::string types = untouched;

@@ -1,5 +1,5 @@
-// Reads any datagram as the probe does, checks the result and prints it as JSON and as a table with
-// all columns.
+// Reads the input as pelorin-probe reads a datagram, and checks the result. Prints each device as
+// JSON and as a table with all columns, and checks that no control characters of the input remain.
 
 #include "event_json.h"
 #include "event_table.h"

@@ -3,10 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the run with a finding when a property does not hold.
-///
-/// The targets do not copy the input: the fuzzer passes it in a block of exactly its size, so that
-/// AddressSanitizer detects a read past its end.
+/// Aborts the process if a property does not hold; libFuzzer then reports and keeps the input.
 inline void Require(bool holds, const char* property)
 {
     if (holds)

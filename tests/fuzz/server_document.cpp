@@ -1,4 +1,5 @@
-// Checks that any document of the host takes effect completely or not at all.
+// Applies the input as a document of the host. Checks that it takes effect completely or not at
+// all, and that pelorin-host --check reports the same.
 
 #include "server_document.h"
 
@@ -21,7 +22,7 @@ bool IsComplete(const kx::AdapterRecord& adapter)
 void Apply(kx::PluginContext& context, const char* text, std::int32_t length)
 {
     context.serverPort = kPortBefore;
-    context.adapters.resize(1); // has empty fields; remains if the document is dropped
+    context.adapters.resize(1); // its fields are empty; it remains if the document is dropped
     kx::ApplyServerDocument(context, text, length);
 }
 
@@ -44,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || std::all_of(context.adapters.begin(), context.adapters.end(), IsComplete),
             "adapters are complete");
 
-    // The check of pelorin-host must agree with what happened.
+    // CheckDocument, which pelorin-host --check runs, must agree with ApplyServerDocument.
     const kx::tools::DocumentCheck check =
         kx::tools::CheckDocument({reinterpret_cast<const char*>(data), size}, std::nullopt);
     using Verdict = kx::tools::DocumentCheck::Verdict;
@@ -55,7 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
             "the check agrees on the adapters");
 
-    // The same with length -1, up to the NUL: a NUL ends a document with a length too.
+    // Length -1 means up to the first NUL. The result must be the same, because the XML library
+    // stops at the first NUL even if the given length is greater.
     kx::PluginContext upToNul;
     const std::string text(reinterpret_cast<const char*>(data), size);
     Apply(upToNul, text.c_str(), -1);
