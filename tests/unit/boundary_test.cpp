@@ -77,7 +77,7 @@ TEST(Boundary, OpenSendsTheRegistrationWhateverTheHostAnswers)
     RecordBytes request;
     RecordBytes descriptor;
     host.Call("Load", request.Put(16, std::uint64_t{0}), descriptor);
-    host.Load(); // the last callback is used
+    host.Load(); // replaces the null callback of the first Load
     host.Call("Open");
     host.Call("Open");
     const std::vector<HostCall> calls = host.Calls();
@@ -101,7 +101,7 @@ TEST(Boundary, SecondLoadKeepsTheContextAndUnloadDropsIt)
     FakeHost host;
     host.Load();
     host.Call("Close");
-    host.Load(); // the stop request remains: the run ends immediately
+    host.Load(); // keeps the stop request of Close: the run below ends immediately
     RecordBytes request;
     RecordBytes reply;
     host.Call("IOCTL", request.Put(8, std::uint32_t{1}), reply);
@@ -125,10 +125,10 @@ TEST(Boundary, EarlyDocumentWaitsForTheNextBroadcast)
     FakeHost host;
     host.Load();
     host.Apply(MakeTestDocument({"10.0.0.300 lo m"}, "80"));
-    host.Load(); // keeps the document
+    host.Load(); // keeps the plug-in's state, and so the document
     host.Lend();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    host.Apply(MakeTestDocument({}, "80")); // what the run started with
+    host.Apply(MakeTestDocument({}, "80")); // no change: the run began with port 80, no adapters
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(host.Log(), std::vector<std::string>{});
     host.Apply(MakeTestDocument({"10.0.0.300 lo m"}, "80"));

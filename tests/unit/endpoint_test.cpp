@@ -20,8 +20,8 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Gives the tests access to the endpoint's handlers and state. A handler decrements the
-/// counts, so each function here first increments them.
+/// Gives the tests access to the endpoint's handlers and state. A handler decrements the counts of
+/// pending operations, so each function here that calls one increments them first.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 
@@ -30,7 +30,8 @@ struct DiscoveryUdpPeer {
         ++endpoint.pendingOps;
         endpoint.OnRetryTimer(error);
     }
-    /// Receives a datagram; returns whether it counted as activity and was not answered.
+    /// Passes a datagram to OnReceive. Returns whether the endpoint counted it as activity and did
+    /// not answer it. An endpoint that does not answer starts the next receive immediately.
     bool OnIgnored(const std::string& text, const boost::asio::ip::udp::endpoint& source)
     {
         endpoint.activitySeen = false;
@@ -63,7 +64,8 @@ int mutexError = 0;
 
 } // namespace
 
-// The linker redirects calls here (--wrap).
+// The linker redirects calls of pthread_mutex_init here (ld(1), --wrap). They fail with mutexError
+// if that is not 0.
 extern "C" int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how);
 extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how)
 {
@@ -169,7 +171,8 @@ TEST_F(Endpoint, SendFailingOnAClosedSocketRestartsBeforeItsRetry)
               (Lines{"75 Send Error: Input/output error(5), sending to 0.0.0.0:0", retrying,
                      stopping, "25 Retrying send to destination: 0.0.0.0"}));
     EXPECT_EQ(peer.SendRetryCount(), 1);
-    service.poll(); // completes the resend and the receive on the closed socket
+    // The handlers of the resend and of the receive find `closing` set and do nothing.
+    service.poll();
     EXPECT_EQ(LinesSinceLastCall(), Lines{});
     peer.OnSendComplete({});
     EXPECT_EQ(peer.SendRetryCount(), 0);
@@ -188,7 +191,7 @@ TEST(Manager, IoServiceThatCannotBeMadeIsAThreadResourceError)
     mutexError = 0;
 }
 
-/// Throws from the records of a Bye, as a host's callback may.
+/// Throws a system_error when a Bye is logged: in SendBye, which is a handler on the I/O thread.
 struct ThrowingLog : RecordingLog {
     void Log(std::int32_t level, const std::string& text) override
     {

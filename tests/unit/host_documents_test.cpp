@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ServerDocuments,
                          testing::ValuesIn(ReadCases("server_documents.txt")),
                          [](const auto& each) { return each.param.name; });
 
-/// Returns verdict and findings in the form of document_checks.txt.
+/// Returns the verdict and the findings in the form of document_checks.txt.
 std::string Show(const kx::tools::DocumentCheck& check)
 {
     std::string text = kx::tools::ToText(check.verdict);

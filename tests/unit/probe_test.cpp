@@ -15,7 +15,7 @@ using kx::tools::Unread;
 
 namespace {
 
-/// Returns a message, or why it is ignored, in the form of answers.txt.
+/// Returns a message, or the reason why it is ignored, in the form of answers.txt.
 std::string Show(const std::variant<Message, Unread>& read)
 {
     const char* const reasons[] = {"not well-formed", "other version", "no address",

@@ -12,7 +12,7 @@ using namespace std::string_literals;
 
 namespace {
 
-/// Replaces the message's own identifier, which differs in each, by "*".
+/// Replaces the UUID in MessageID, which differs in each message, by "*".
 std::string WithoutIdentifier(const std::string& message)
 {
     return std::regex_replace(
@@ -21,7 +21,7 @@ std::string WithoutIdentifier(const std::string& message)
 
 kx::EndpointDescription Recorder()
 {
-    // Ends with a NUL, as the string of NewUuidString does.
+    // The address ends with a NUL, as each string from NewUuidString does.
     return {"addr&1\0"s,
             "00:11:22:33:44:55",
             {"NetworkVideoRecorder"},
@@ -41,7 +41,7 @@ TEST(Messages, AreExact)
     soap.Bye(Recorder(), message);
     EXPECT_NE(message, first) << "no new identifier";
     kx::EndpointDescription description = Recorder();
-    description.mac.clear(); // the scope remains, and the scope list is not used
+    description.mac.clear(); // without a MAC too, ProbeMatches has the MAC scope
     soap.ProbeMatches("urn:uuid:0a1b<2", description, message);
     EXPECT_EQ(WithoutIdentifier(message), ReadData("probe_matches.xml"));
     kx::BuildAnnouncement(description, 2, message);
@@ -67,7 +67,7 @@ TEST(Lists, TextsAreExact)
     struct Case {
         std::vector<std::string> list;
         std::string types;
-        std::string scopes; ///< "none": no element
+        std::string scopes; ///< "none": MakeScopes returns null
     };
     const Case cases[] = {{{}, "", "none"},
                           {{""}, "ktz:", ""},

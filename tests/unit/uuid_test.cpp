@@ -11,8 +11,9 @@
 #include <unistd.h>
 #include <vector>
 
-// The linker redirects system calls here (--wrap). Calls on the random device take their results
-// from `script`, unless it is empty. All others go to the system.
+// The linker redirects calls of open, read and close to the functions __wrap_... below (ld(1),
+// --wrap). While `script` has steps, each call for the random device takes its result from the next
+// step. All other calls go to the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
@@ -24,7 +25,7 @@ namespace {
 constexpr int kDevice = 7777;
 struct Step {
     char call;      ///< 'o'pen, 'r'ead, 'c'lose
-    ssize_t result; ///< of a read: the number of bytes, whose values count up from 0
+    ssize_t result; ///< of a read: the number of bytes; the bytes of all reads are 0, 1, 2 ...
     int error = 0;
 };
 std::deque<Step> script;
@@ -50,8 +51,9 @@ extern "C" int __wrap_open(const char* path, int flags, ...)
     return static_cast<int>(Play('o'));
 }
 
-// Other names of open: with _FILE_OFFSET_BITS 64, which newer versions of tinyxml2 set, and with
-// the C library's checks of arguments.
+// The C library's headers can turn a call of open into one of these functions: open64 with
+// _FILE_OFFSET_BITS 64, which newer versions of tinyxml2 set, and __open_2 or __open64_2 with
+// _FORTIFY_SOURCE.
 extern "C" int __wrap_open64(const char* path, int flags, ...)
 {
     return __wrap_open(path, flags);
@@ -121,7 +123,7 @@ TEST(Uuid, TextIsLowercaseHexWithTheNulInside)
 TEST(Uuid, BufferBelow37BytesIsLeftAlone)
 {
     char buffer[37] = "untouched";
-    script = {{'o', kDevice}}; // runs if the device is opened
+    script = {{'o', kDevice}}; // the step would be gone if the device was opened
     kx::CreateUuidText(buffer, 36);
     EXPECT_EQ(script.size(), 1U);
     script.clear();
