@@ -20,14 +20,16 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// The threads that allocate; allocations of kTest never fail. A thread that the plug-in creates is
-/// kIo: it creates no other.
+/// The threads of a process. Each begins as kIo, and those of the test then change their `current`.
+/// So the I/O thread, the only one that the plug-in creates, remains kIo. Allocations of kTest
+/// never fail.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
 
 Thread failing = Thread::kTest;
-std::atomic<int> countdown{0}; ///< allocations left; the last one fails
+/// Each allocation of the thread `failing` decrements it. The allocation that makes it 0 fails.
+std::atomic<int> countdown{0};
 std::atomic<bool> failed{false};
 
 } // namespace
@@ -50,7 +52,8 @@ __attribute__((noinline)) void operator delete(void* memory) noexcept
     std::free(memory);
 }
 
-// The sanitizers' versions of these operators would not call those above.
+// Replaced too, because a sanitizer has its own versions of these operators, which do not call the
+// two above.
 void* operator new[](std::size_t size)
 {
     return operator new(size);
@@ -71,10 +74,11 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept
 namespace {
 
 /// The exit statuses of a process that runs the plug-in once, from Load to Unload (a life).
-constexpr int kNothingFailed = 0;
-constexpr int kReturned = 10;
-constexpr int kThrew = 11;
-/// The signal that ends the process in std::terminate: under ThreadSanitizer an exit is slow.
+constexpr int kNothingFailed = 0; ///< the thread made fewer allocations
+constexpr int kReturned = 10;     ///< an allocation failed, and no call of the plug-in threw
+constexpr int kThrew = 11;        ///< an allocation failed, and a call threw std::bad_alloc
+/// The signal that ends a process whose failed allocation leads to std::terminate. An exit would be
+/// slow under ThreadSanitizer.
 constexpr int kEnded = SIGUSR1;
 
 std::atomic<int> hellos{0};
@@ -84,14 +88,15 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 {
     inCallback = true;
     const auto* const record = static_cast<const char*>(request->data);
-    // Short texts: a failed allocation may truncate the record.
+    // Only the beginnings of the texts, because a failed allocation may truncate the record.
     hellos += std::strstr(record, "Sending He") ? 1 : 0;
     answers += std::strstr(record, "Send Probe") ? 1 : 0;
     inCallback = false;
 }
 
-/// Runs the plug-in from Load to Unload with two endpoints, a Probe and a change of adapters, in a
-/// separate network. Allocation `number` of the thread fails. Returns the process's exit status.
+/// Runs the plug-in from Load to Unload in a new network namespace, with two endpoints, Probes and
+/// a change of adapters. Allocation `number` of the thread fails. Returns the process's exit
+/// status.
 int Live(Thread thread, int number)
 {
     alarm(20);
@@ -101,8 +106,8 @@ int Live(Thread thread, int number)
         return EXIT_FAILURE;
     Network::Run("ip link set lo up");
     Socket prober("lo", "127.0.0.1", 0);
-    // Never closed: after a run that threw, only the library points to the plug-in's context, which
-    // would then be reported as a leak.
+    // Never closed. After a run that threw, the plug-in's context is not freed, and only a variable
+    // in the library points to it. If the library were closed, LeakSanitizer would report a leak.
     static const CPluginLibrary& plugin = *new CPluginLibrary(PELORIN_LIBRARY);
     plugin.Load(&CountMessages);
 
@@ -120,7 +125,8 @@ int Live(Thread thread, int number)
         }
         over = true;
     });
-    // Repeats until the plug-in has acted, or gives up if a failure prevents that.
+    // Repeats `act` until `count` reaches `wanted`. Gives up when the run has ended or after 200
+    // turns, because the failed allocation may prevent what is counted.
     const auto repeat = [&](const std::atomic<int>& count, int wanted, const auto& act) {
         for (int turn = 0; count < wanted && !over && turn < 200; ++turn) {
             act();
@@ -151,7 +157,7 @@ int Live(Thread thread, int number)
     lent.join();
     failing = Thread::kTest;
     if (!runThrew)
-        plugin.Unload(); // would wait for a run that threw
+        plugin.Unload(); // after a run that threw, it would wait forever
     if (!failed)
         return kNothingFailed;
     return runThrew || documentThrew ? kThrew : kReturned;
@@ -159,7 +165,8 @@ int Live(Thread thread, int number)
 
 class Allocation : public testing::TestWithParam<Thread> {};
 
-// AddressSanitizer searches for leaks in each process that ends by itself.
+// In a build with AddressSanitizer, each process that exits also checks for leaks: a leak changes
+// its exit status.
 TEST_P(Allocation, ThatFailsNeitherHangsNorLeaks)
 {
     constexpr std::size_t kLivesAtATime = 8;

@@ -15,14 +15,17 @@ using Lines = std::vector<std::string>;
 inline const std::string kCam0 = "10.7.0.1 cam0 02:00:00:00:07:01";
 inline const std::string kCam1 = "10.8.0.1 cam1 02:00:00:00:08:01";
 
-/// Counts entries: "/proc/self/fd" has the open descriptors, "/proc/self/task" the threads.
+/// Counts the entries of a directory: in /proc/self/fd the open descriptors, in /proc/self/task the
+/// threads.
 inline std::ptrdiff_t Entries(const char* directory)
 {
     using std::filesystem::directory_iterator;
     return std::distance(directory_iterator(directory), directory_iterator());
 }
 
-/// A recorder under a fake host, and a prober, each in its namespace.
+/// A fake host whose plug-in waits for documents, in the recorder's namespace, and sockets in the
+/// prober's. `group` and `group1` receive what the recorder sends to the multicast group on cam0
+/// and cam1; `prober` and `prober1` send Probes to these adapters and receive the answers.
 class Discovery : public testing::Test {
 protected:
     Discovery()
@@ -42,7 +45,7 @@ protected:
         host.Apply(MakeTestDocument(adapters, port));
     }
 
-    /// The log records that contain the address.
+    /// Returns the log records that contain the address.
     Lines LogOf(const std::string& address) const
     {
         Lines lines;

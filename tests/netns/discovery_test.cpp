@@ -38,7 +38,8 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
         EXPECT_EQ(Text(answer->text, "wsa:Address"), address);
         EXPECT_EQ(Text(answer->text, "wsd:XAddrs"), "ktzkx://10.7.0.1:80");
     }
-    // A datagram of 4096 bytes fits the receive buffer; a longer one is truncated.
+    // The plug-in reads at most 4096 bytes of a datagram. A longer one loses the end of its Probe
+    // and is not answered.
     const std::string probe = Probe("urn:uuid:2");
     prober1->Send(std::string(4096 - probe.size(), '\n') + probe, "10.8.0.1");
     const auto answer1 = prober1->Receive(2s);
@@ -103,9 +104,11 @@ TEST_F(Discovery, WatchdogRejoinsTwiceAfterARestartThatHearsNothing)
 
 TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 {
-    // Drops the endpoints' own Hellos, not what the prober sends.
+    // With this rule the endpoints receive what the prober sends, but not their own Hellos.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
-    Send({kCam1, kCam0}); // cam1 first: its watchdog would expire before the other
+    // cam1 first: if its watchdog expired too, that would be before the one of cam0, which the test
+    // waits for.
+    Send({kCam1, kCam0});
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");
     prober1->Send(other);
@@ -120,7 +123,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
         const char* what;
         Lines adapters;
         const char* port;
-        std::size_t hellos; ///< on both adapters; 0 when nothing restarts
+        std::size_t hellos; ///< sent because of the document, on both adapters together
     };
     const std::string stopping = "Stopping discovery operations on all interfaces";
     const Case cases[] = {
@@ -156,7 +159,7 @@ TEST_F(Discovery, EveryChangeRestartsAllAndNothingElseDoes)
     EXPECT_EQ(Text(heard.back().text, "wsd:XAddrs"), "ktzkx://10.8.0.1:70000");
 }
 
-// The host's callback blocks the I/O thread for longer than the Bye may take.
+// The host's callback blocks the I/O thread for 1.5 s. A stop abandons a Bye after 0.49 s.
 TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
 {
     std::atomic<bool> holding{false};
@@ -178,8 +181,8 @@ TEST_F(Discovery, StopWhileTheHostHoldsTheIoThreadGivesUpTheBye)
     EXPECT_TRUE(group->ReceiveAll("<wsd:Bye>", 200ms).empty());
 }
 
-// While the second endpoint starts, the host's callback blocks the manager's thread until the first
-// endpoint has answered.
+// In each record about the start of the second endpoint, the host's callback blocks the manager's
+// thread until the first endpoint has answered a Probe.
 TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
 {
     std::atomic<int> hellos{0};
@@ -198,7 +201,8 @@ TEST_F(Discovery, EndpointAnswersWhileTheStartOfAnotherIsHeld)
     host.Stop();
 }
 
-// The host's callback blocks the manager's thread between an endpoint's Bye and its teardown.
+// The host's callback blocks the manager's thread before it tears down the endpoints. Meanwhile the
+// I/O thread sends both Byes, and the second endpoint's socket stays open.
 TEST_F(Discovery, NothingIsSentAfterTheBye)
 {
     host.onRecord = [](const std::string& record) {
@@ -216,7 +220,8 @@ TEST_F(Discovery, NothingIsSentAfterTheBye)
     EXPECT_EQ(Count("level=\"75\""), 0U) << "the cancelled receive was taken for a failure";
 }
 
-// A device that accepts no more data blocks the Bye.
+// cam0 sends only 64 bits a second, so the answers fill the socket's send buffer, and the Bye
+// blocks.
 TEST_F(Discovery, StopWhileTheByeIsBlockedIsBounded)
 {
     Send({kCam1, kCam0});

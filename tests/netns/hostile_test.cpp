@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Resident memory of the process in bytes.
+/// Returns the resident memory of the process in bytes.
 std::ptrdiff_t Resident()
 {
     std::ptrdiff_t pages = 0;
@@ -24,8 +24,9 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends a datagram to the group through the recorder's own cam0, where the recorder receives it
-/// too. The source may be any except 0.0.0.0, which the kernel would replace (raw(7)).
+/// Sends a datagram with a forged source to the group. It leaves by the recorder's own adapter
+/// cam0; the recorder receives a copy, as a member of the group. The source may be any address
+/// except 0.0.0.0, which the kernel would replace (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {
@@ -54,8 +55,8 @@ void SendAs(const std::string& source, std::uint16_t port, const std::string& te
     close(raw);
 }
 
-/// Returns the number of datagrams that programs in the recorder's network have read (InDatagrams
-/// of Udp).
+/// Returns the number of UDP datagrams that programs in the recorder's namespace have read so far:
+/// InDatagrams, which the kernel counts when a program reads a datagram.
 int DatagramsRead()
 {
     std::ifstream file("/proc/self/net/snmp");
@@ -65,7 +66,8 @@ int DatagramsRead()
     return std::stoi(match[1]);
 }
 
-/// Repeats the Probe until it is answered: the plug-in may still be reading earlier datagrams.
+/// Sends the Probe, up to 20 times, until it is answered within a second: the plug-in may still be
+/// reading earlier datagrams.
 std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
 {
     std::optional<Datagram> answer;
@@ -76,7 +78,9 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
     return answer;
 }
 
-// docs/operations.md states the lengths of answers in floods.txt and the length of a record.
+// docs/operations.md (A hostile network) states these numbers too: the lengths of Probes and
+// answers in floods.txt, the length of a record, and how many times longer an answer is than its
+// Probe.
 TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
 {
     std::atomic<int> records{0}, answers{0};
@@ -111,7 +115,7 @@ TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
                 sources[count % sources.size()]->Send(datagram);
                 if (count % 64 == 0)
                     host.Forget();
-                if (count > 500) // the first 500 arrive faster than they are read
+                if (count > 500) // the first 500 arrive faster than the plug-in reads them
                     std::this_thread::sleep_for(100us);
             }
         };
@@ -151,20 +155,21 @@ TEST_F(Discovery, ForgedSourcesDoNotSilenceIt)
     EXPECT_EQ(host.Calls().size(), records + 2) << "more than one Probe and its answer";
 }
 
-/// The Probes that a rule accepts: a burst, and then a number per second.
+/// How many Probes a firewall rule accepts: `burst` immediately, and then `rate` a second.
 struct Limit {
     double rate;
     double burst;
 };
 
-// Tests the rules in docs/operations.md.
+// Tests the firewall rules that docs/operations.md recommends.
 TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
 {
     const std::string text = ReadData("../../docs/operations.md");
     const std::string subnets = "10.0.0.0/24, 10.0.1.0/24";
     std::string rules = text.substr(text.find("table inet discovery {"));
     rules.resize(rules.find("```"));
-    // Instead of the subnets in the example: all addresses of the prober.
+    // The page names example subnets of clients. Here clients have the addresses beside the
+    // recorder's.
     rules.replace(rules.find(subnets), subnets.size(), "10.7.0.2-10.7.0.255");
     Network::Run("nft '" + rules + "'");
     std::vector<Limit> limits;
@@ -178,7 +183,8 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
     EXPECT_FALSE(host.WaitFor("timer expired", 1, 4s)) << "its own Hello is kept out";
 
     const struct {
-        const char* header; ///< nft(8) statement for the prober's output
+        /// nft(8) statement that sets the source address of the Probes; "counter" does not.
+        const char* header;
         double probes;
         Limit limit;
     } cases[] = {
@@ -187,6 +193,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         {"ip saddr set 192.0.2.1", 1, {}},
         {"counter", 300, limits[0]},
         {"ip saddr set 10.7.0.9", 1, limits[0]},
+        // 200 sources in turn, from 168230922 on, which is 10.7.0.10.
         {"ip saddr set numgen inc mod 200 offset 168230922", 300, limits[1]},
     };
     for (const auto& each : cases) {
@@ -202,19 +209,20 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
             prober->Send(Probe("urn:uuid:1"));
         const std::chrono::duration<double> taken = steady_clock::now() - start;
         const double least = std::min(each.probes, each.limit.burst);
-        // The last Probes may not have arrived yet.
+        // The last Probes may arrive up to a second later. Until then the rule accepts more.
         const double most = std::min(each.probes, least + each.limit.rate * (taken.count() + 1));
         const char* const answer = "Send ProbeMatch";
         EXPECT_TRUE(host.WaitFor(answer, static_cast<std::size_t>(least), 10s));
         std::size_t answers = 0;
         do {
             answers = Count(answer);
-            group->ReceiveAll("", 1s); // a second, in which the limits recover
+            group->ReceiveAll("", 1s); // a second for late answers, and for the limits to recover
         } while (Count(answer) > answers);
         EXPECT_LE(answers, most);
         EXPECT_EQ(Count("level=\"75\""), 0U);
     }
-    // Most of the sources above do not exist: the plug-in may still be sending to one of them.
+    // Most of the sources above do not exist. Answers to them stay in the plug-in's send buffer
+    // until the kernel gives up resolving the addresses, and may delay the next answer.
     network.AsProber([] { Network::Run("nft flush ruleset"); });
     while (prober->Receive(0ms)) {
     }

@@ -16,9 +16,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Stack size: enough for the host and for the deepest nesting that any version of the XML library
-/// accepts.
-#ifdef __SANITIZE_THREAD__ // uses much of each stack itself
+/// Size of each thread's stack. pelorin/plugin.h promises that 128 KiB are enough for the plug-in.
+/// It needs most for a message with the deepest nesting of elements that tinyxml2 accepts.
+#ifdef __SANITIZE_THREAD__ // ThreadSanitizer uses much of each stack itself
 constexpr std::size_t kSmallStack = 4U << 20;
 #else
 constexpr std::size_t kSmallStack = 128U << 10;
@@ -54,21 +54,21 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
         std::locale::global(std::locale(std::locale::classic(), new Grouping));
     };
     group("");
-    host.onRecord = group; // again while the plug-in runs
+    host.onRecord = group; // sets the locale again while the plug-in runs
     pthread_attr_t small;
     pthread_attr_init(&small);
     pthread_attr_setstacksize(&small, kSmallStack);
     pthread_setattr_default_np(&small);
     struct sigaction action {};
     action.sa_handler = [](int) { ++interruptions; };
-    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART
+    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART: system calls fail with EINTR
     host.Load();
     host.Run();
     sigset_t alarm;
     sigemptyset(&alarm);
     sigaddset(&alarm, SIGALRM);
     pthread_sigmask(SIG_BLOCK, &alarm,
-                    nullptr); // so that the signal interrupts the plug-in's threads
+                    nullptr); // blocked here only, so that it interrupts the plug-in's threads
     const itimerval often{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &often, nullptr);
 
@@ -83,7 +83,7 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     };
     hear("<wsd:Hello>");
     prober->Send(NestedProbe(400),
-                 "10.7.0.1"); // deeper than some versions of the XML library accept
+                 "10.7.0.1"); // nested deeper than some versions of tinyxml2 accept
     for (int probe = 0; probe < 300; ++probe) {
         prober->Send(NestedProbe(90), "10.7.0.1");
         hear("<wsd:ProbeMatches>");
@@ -99,14 +99,14 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     EXPECT_GT(interruptions, 20);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // with UndefinedBehaviorSanitizer, which needs pipes
+#ifndef __SANITIZE_ADDRESS__ // that build has UndefinedBehaviorSanitizer too, which opens pipes
 TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
 {
     host.Load();
     host.Run();
     host.Apply(MakeTestDocument({"10.7.0.1 cam9 m"}, "22609"));
     ASSERT_TRUE(host.WaitFor("Stopping all socket and timer operations on 10.7.0.1"));
-    std::this_thread::sleep_for(100ms); // for the record to be written and the socket closed
+    std::this_thread::sleep_for(100ms); // until the record is written and the socket closed
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = static_cast<rlim_t>(dup(STDIN_FILENO));
@@ -115,7 +115,7 @@ TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
     EXPECT_TRUE(host.WaitFor("Error: Too many open files (system:24)"));
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
-    for (int taken = 0; taken >= 0 && taken < 2000;) // more than fit into an fd_set
+    for (int taken = 0; taken >= 0 && taken < 2000;) // more than select(2) can watch
         taken = dup(STDIN_FILENO);
     Network::Run("ip link set cam0 down; ip link set cam0 name cam9; ip link set cam9 up");
     EXPECT_TRUE(host.WaitFor("Sending Hello", 1, 20s));

@@ -1,4 +1,5 @@
-// Runs pelorin-probe against targets of all kinds and checks its messages and its output.
+// Runs pelorin-probe against simulated devices, the targets, and compares its output. A target
+// answers only messages that contain a given text, so that the output depends on the messages too.
 
 #include "data.h"
 #include "discovery_group.h"
@@ -21,15 +22,17 @@ using asio::ip::udp;
 
 namespace {
 
-/// A target's answer to each message that arrives by this way and contains the text. The ways are
-/// "group" and "direct"; "group6" is that of the sixth message through the group alone.
+/// A target's answer to each message that arrives by this way and contains the text. The way is
+/// "group" for messages to the group and "direct" for messages to 127.0.0.1. A number behind it, as
+/// in "group6", stands for one message: the sixth to the group.
 struct Reaction {
     std::string way;
     std::string text;
     std::string answer;
 };
 
-/// Targets on loopback, on a separate thread, that answer messages to the group or to 127.0.0.1.
+/// Targets on loopback that answer messages to the group or to 127.0.0.1. They run on a thread of
+/// their own from the constructor to the destructor.
 class Targets {
 public:
     explicit Targets(std::vector<Reaction> given) : reactions(std::move(given))
@@ -106,8 +109,8 @@ std::string RunProbe(const std::string& arguments)
     return output + "status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// Returns the output on one line, with the parts that differ from run to run replaced; round trips
-/// only if they are shorter than a second.
+/// Returns the output on one line, with the parts that differ from run to run replaced. In the
+/// table, a round trip of a second or more is not replaced, so that the test fails.
 std::string Plain(std::string output)
 {
     for (const auto& [pattern, replacement] :
@@ -147,7 +150,8 @@ TEST_P(ProbeOf, ListsDevicesOfTheSoughtType)
 INSTANTIATE_TEST_SUITE_P(Cases, ProbeOf, testing::ValuesIn(ReadCases("targets.txt")),
                          [](const auto& each) { return each.param.name; });
 
-/// Returns the answers of many recorders to a Probe to the group.
+/// Returns the answers of `count` recorders to a Probe to the group. `withXAddrs` replaces the
+/// XAddrs element of each: "$&" keeps the element, "" removes it.
 std::vector<Reaction> Crowd(int count, const char* withXAddrs)
 {
     const std::string first = ReadCases("targets.txt").front().text;

@@ -12,27 +12,30 @@ namespace {
 
 const std::string kMissing = "10.9.0.1 cam9 m";
 
-/// Seconds that a stop waits for a blocked Bye. None is blocked here: a stop can take less.
+/// Longest time, in seconds, that a stop waits for the Bye of an endpoint. Here no Bye is blocked,
+/// so at least the quickest of several stops has to take less.
 constexpr double kByeBound = 0.49;
-/// Seconds that a busy machine may add; fewer than one wait per endpoint would take.
+/// Longest time, in seconds, that a stop may take on a busy machine. It is less than eight times
+/// kByeBound: with eight endpoints, a stop that waits kByeBound for each of them is too slow.
 constexpr double kNoise = 2;
 
 /// The moment at which a stop begins.
 struct Moment {
     const char* name;
     Lines adapters;
-    const char* record; ///< after a log record with this text; null: after the call of IOCTL code 1
-    int last;           ///< which such record: a random one of the first `last`
-    milliseconds by;    ///< a random delay up to this comes on top
+    const char* record; ///< a log record with this text; null: the call of IOCTL code 1
+    int last;           ///< which of these records: a random one of the first `last`
+    milliseconds by;    ///< the stop comes at a random time up to this later
     int rounds;
-    int writers = 0;              ///< threads that send other documents
+    int writers = 0;              ///< threads that hand over other documents all the time
     const char* network = "true"; ///< a shell command that prepares the network
 };
 
 constexpr char kEachBriefly[] = "";
 constexpr char kAtTheMoment[] = "+";
-/// Where the host's callback blocks in a round: in every record, at the moment, or in the first
-/// record with this text; "-" is in none.
+/// Where the host's callback blocks in a round: in the first record with this text. "-" is in every
+/// record, and so stands for the first of all. Exceptions: with kEachBriefly the callback blocks
+/// briefly in every record, with kAtTheMoment in the record that the Moment names.
 const char* const kHolds[] = {"-",           kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
@@ -47,11 +50,14 @@ protected:
 
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
-    /// Returns the seconds from the first Close to the return of IOCTL code 1, without those that
-    /// the callback took.
+    /// Runs the plug-in from Load to Unload, with a stop at the moment.
+    ///
+    /// @param hold  one of kHolds
+    /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback. In
+    ///         half of the rounds the callback has called Close before.
     double Round(const std::string& hold);
 
-    /// From PELORIN_SEED, to repeat a failed test; otherwise random.
+    /// Random, or the value of the environment variable PELORIN_SEED, to repeat a failed test.
     const unsigned seed = [given = std::getenv("PELORIN_SEED")] {
         return given ? static_cast<unsigned>(std::stoul(given)) : std::random_device{}();
     }();
@@ -105,7 +111,7 @@ double Teardown::Round(const std::string& hold)
         });
         const auto done = reached.get_future();
         int turns = 0;
-        do // repeated, because a document that arrives before the run waits has no effect
+        do // repeated, because the plug-in misses a document while it is not waiting for one
             Send(moment.adapters);
         while (done.wait_for(200ms) != std::future_status::ready && ++turns < 100);
         EXPECT_LT(turns, 100) << "the record never came";
@@ -131,8 +137,8 @@ double Teardown::Round(const std::string& hold)
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// At any moment, IOCTL code 1 returns as soon as the callback has returned and the Byes are sent or
-// abandoned. No descriptor and no thread is left.
+// Whenever the stop comes, IOCTL code 1 returns soon after the last call of the callback has
+// returned, with one Bye per endpoint. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();
@@ -145,7 +151,7 @@ TEST_P(Teardown, IsBoundedAndComplete)
         const auto taken = Round(hold);
         EXPECT_LT(taken, kNoise);
         EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
-        // A joined thread may stay listed for a moment.
+        // The kernel may list a thread for a moment after it was joined.
         for (int tenth = 0; tenth < 10 && Entries("/proc/self/task") > threads; ++tenth)
             std::this_thread::sleep_for(100ms);
         EXPECT_LE(Entries("/proc/self/task"), threads);
