@@ -67,6 +67,10 @@ CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
 
 CProbers::~CProbers()
 {
+    // The I/O service may hold a prober in the handler of its timer, and is destroyed after the
+    // receiver. A prober that is closed no longer uses the receiver.
+    for (const AdapterProber& each : probers)
+        each.prober->Close();
     if (monitored.is_open())
         monitored.release();
 }
