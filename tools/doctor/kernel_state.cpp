@@ -17,9 +17,9 @@ namespace kx::tools {
 
 std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 {
-    // The file has a line for each device, such as "2 eth0 : 1 V3". A line for each group of the
-    // device follows. It begins with tabs; then come the group's address, printed as a native
-    // integer in hexadecimal, and the number of sockets.
+    // The file has a line for each device, such as "2 eth0 : 1 V3"; the colon follows a long name
+    // without a space. A line for each group of the device follows. It begins with tabs; then come
+    // the group's address, printed as a native integer in hexadecimal, and the number of sockets.
     std::ifstream file("/proc/net/igmp");
     std::map<std::string, int> members;
     std::string device;
@@ -29,6 +29,7 @@ std::map<std::string, int> ReadGroupMembers(const address_v4& group)
         words >> first;
         if (line.front() != '\t') {
             words >> device;
+            device = device.substr(0, device.find(':')); // no name contains a colon
             continue;
         }
         const auto number = static_cast<std::uint32_t>(std::strtoul(first.c_str(), nullptr, 16));
