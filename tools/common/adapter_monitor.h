@@ -25,6 +25,10 @@ public:
     /// Errors: std::runtime_error.
     CAdapterMonitor();
 
+    /// Neither copied nor moved: the socket holds the address of `deleted`.
+    CAdapterMonitor(const CAdapterMonitor&) = delete;
+    CAdapterMonitor& operator=(const CAdapterMonitor&) = delete;
+
     /// Returns a descriptor that becomes readable, as for poll(2), when something changes.
     int Descriptor() const;
 
