@@ -33,10 +33,11 @@ struct Moment {
 
 constexpr char kEachBriefly[] = "";
 constexpr char kAtTheMoment[] = "+";
-/// Where the host's callback blocks in a round: in the first record with this text. "-" is in every
-/// record, and so stands for the first of all. Exceptions: with kEachBriefly the callback blocks
-/// briefly in every record, with kAtTheMoment in the record that the Moment names.
-const char* const kHolds[] = {"-",           kEachBriefly,  kAtTheMoment, "Restarting",
+constexpr char kNowhere[] = "nowhere"; // in no record
+/// Where the host's callback blocks in a round: in the first record with this text. Exceptions:
+/// with kEachBriefly the callback blocks briefly in every record, with kAtTheMoment in the record
+/// that the Moment names.
+const char* const kHolds[] = {kNowhere,      kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
 
