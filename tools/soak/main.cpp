@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <dlfcn.h>
 #include <stdexcept>
+#include <thread>
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
@@ -51,6 +52,14 @@ bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock:
     return steady_clock::now() >= end;
 }
 
+/// Waits until this thread is the only one, for a tenth of a second at most. The kernel lists a
+/// thread for a moment after it was joined, and such a thread is not a leak.
+void AwaitThreadEnds()
+{
+    for (int poll = 0; poll < 10 && ThreadCount() > 1; ++poll)
+        std::this_thread::sleep_for(milliseconds(10));
+}
+
 /// Throws std::runtime_error if the library is still in memory although dlclose(3) was called.
 void CheckUnloaded()
 {
@@ -73,6 +82,7 @@ int Soak(const SoakOptions& options)
                  : std::min<steady_clock::duration>(RandomTime(random, kMeanLife), lastStart - now);
         interrupted = !RunOneLife(signals, random, limit);
         CheckUnloaded();
+        AwaitThreadEnds();
         Say("Gone: " + ProcessState());
     }
     return 0;

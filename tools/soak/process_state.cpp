@@ -11,7 +11,7 @@
 namespace kx::tools {
 namespace {
 
-auto CountEntries(const char* folder)
+std::ptrdiff_t CountEntries(const char* folder)
 {
     using std::filesystem::directory_iterator;
     return std::distance(directory_iterator(folder), directory_iterator());
@@ -28,8 +28,12 @@ std::string ProcessState()
     // Minus one: the iterator that counts the descriptors has one itself.
     return Compose("heap ", heap.uordblks + heap.hblkhd, ", resident ",
                    residentPages * sysconf(_SC_PAGESIZE), ", descriptors ",
-                   CountEntries("/proc/self/fd") - 1, ", threads ",
-                   CountEntries("/proc/self/task"));
+                   CountEntries("/proc/self/fd") - 1, ", threads ", ThreadCount());
+}
+
+std::ptrdiff_t ThreadCount()
+{
+    return CountEntries("/proc/self/task");
 }
 
 } // namespace kx::tools

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace kx::tools {
@@ -12,5 +13,8 @@ namespace kx::tools {
 /// Errors: std::filesystem::filesystem_error when /proc is not mounted.
 /// Thread-safe.
 std::string ProcessState();
+
+/// Returns how many threads this process has. Errors and threads: as ProcessState.
+std::ptrdiff_t ThreadCount();
 
 } // namespace kx::tools
