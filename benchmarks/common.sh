@@ -28,8 +28,9 @@ AwaitAdapters()
     done
 }
 
-# StartServer NAMESPACE OUTPUT COMMAND...: starts the server COMMAND in the namespace, on the core
-# for servers. What it prints goes to the file OUTPUT. Sets $server to its process ID.
+# StartServer NAMESPACE OUTPUT COMMAND...: starts the server COMMAND in the namespace (see In of
+# scripts/network.sh), on the core for servers. Its standard output goes to the file OUTPUT. Sets
+# $server to its process ID.
 StartServer()
 {
     # Creates the file for AwaitLine; the command in the background may create it too late.

@@ -91,13 +91,14 @@ extern "C" {
 //         </Modules>
 //     </Qorm>
 //
-// Server and adapter document, handed to IOCTL with PELORIN_APPLY. It replaces the port and the
-// whole list of adapters. Handle is the name of the network device.
+// Server and adapter document, passed to IOCTL with PELORIN_APPLY. It replaces the whole list of
+// adapters and, if it has a Port, the port. Handle is the name of the network device.
 //
-// Discovery does not run on an adapter whose IPAddress is 0.0.0.0. But if such an adapter changes,
-// discovery restarts on all adapters. The second adapter below uses this: its Handle is the
-// interface index of eth0. If eth0 is deleted and created again, the index changes, and discovery
-// restarts with new sockets. The old sockets stay bound to the deleted device and receive nothing.
+// Discovery does not run on an adapter whose IPAddress is 0.0.0.0, but a change of such an adapter
+// restarts discovery on all adapters. A host can use this: the second adapter below has the
+// interface index of eth0 as its Handle. If eth0 is deleted and created again, its index changes,
+// so the host's next document restarts discovery with new sockets. The old sockets stay bound to
+// the deleted device and receive nothing.
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -167,8 +168,8 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 /// While the callback runs on the I/O thread, the plug-in answers no Probe on any adapter. While it
 /// runs on the lent thread, the plug-in acts on no document.
 ///
-/// Log records of one thread come in order. No log record tells the host that the plug-in has acted
-/// on a document.
+/// Log records of one thread come in order. A host must not conclude from their texts that the
+/// plug-in has acted on a document, because the texts may change.
 ///
 /// Three threads call the callback, the last two of them concurrently:
 ///
@@ -286,11 +287,11 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 /// Errors: throws boost::thread_resource_error or std::bad_alloc if it cannot create the state; the
 /// callback stays stored.
 ///
-/// [alone], but the run may be in progress.
+/// [alone], except that the run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);
 #define PELORIN_LOAD_NAME "Load"
 
-/// Sends the registration document through the callback, each time that it is called.
+/// Sends the registration document through the callback, at every call of Open.
 ///
 /// Waits until the callback returns. Call Load first.
 /// Errors: throws std::bad_alloc; the callback is not called then.
@@ -314,14 +315,16 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 ///
 /// [lent-thread]
 ///
-/// PELORIN_APPLY replaces the port and the adapters by those of a document; of concurrent calls the
-/// last one wins. It waits neither for the callback nor for the network. The plug-in does not use
-/// the document after the call. A document that cannot be read, or whose length is below -1, is
-/// dropped without a log record. May be called before, during and after a run.
+/// PELORIN_APPLY replaces the adapters by those of a document, and the port if the document has
+/// one. Of concurrent calls the last one wins. It waits neither for the callback nor for the
+/// network. The plug-in does not use the document after the call. A document that cannot be read,
+/// or whose length is below -1, is dropped without a log record. May be called before, during and
+/// after a run.
 ///
-/// The run acts on a document only if it is waiting for one. It misses a document that comes before
-/// its first wait, or while it still acts on an earlier one. So pass the current document
-/// repeatedly; the run ignores a document that changes nothing.
+/// The run acts on a document only if it is waiting for one. A document that comes before its first
+/// wait, or while it still acts on an earlier one, is stored but not acted on. So pass the current
+/// document repeatedly. The run compares it with the one that it last acted on, and does nothing if
+/// the port and the adapters are the same.
 ///
 /// Errors: throws std::bad_alloc; nothing is replaced then.
 ///
@@ -339,10 +342,10 @@ typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply)
 
 /// Frees the state that Load created; the callback stays stored.
 ///
-/// Does not ask the run to stop, but waits until it has stopped, however long that takes. Call
-/// Close first, and join the lent thread before Unload: that thread may still execute the plug-in's
-/// last instructions when Unload returns, and a dlclose(3) would unmap them. Load may be called
-/// again after Unload. If there is no state, Unload only sets the status.
+/// Does not ask the run to stop. If a run is still in progress, waits until it has stopped, however
+/// long that takes. Call Close first, and join the lent thread before Unload: that thread may still
+/// execute the plug-in's last instructions when Unload returns, and a dlclose(3) would unmap them.
+/// Load may be called again after Unload. If there is no state, Unload only sets the status.
 ///
 /// [alone]
 typedef uint64_t (*PelorinUnload)(const void* request, PelorinStatusReply* reply);

@@ -58,16 +58,16 @@ public:
     /// Sends the current document. Until the plug-in has acted on it or kActBound has passed, every
     /// call sends; afterwards, one call in each kRepeatInterval.
     ///
-    /// Until a plug-in has acted on any document since this process started, every call sends even
-    /// after kActBound: the run of the plug-in may not have begun to wait for documents.
+    /// Until StopRecordCount is greater than 0, every call sends even after kActBound: the run of
+    /// the plug-in may not have begun to wait for documents.
     void Resend()
     {
         const auto now = steady_clock::now();
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // The count is read before Apply sends the document. A new stop may belong to the previous
-        // document; this document is then sent at least once after that stop.
+        // Read before the Apply below. A new stop may belong to the previous document. `settled` is
+        // then set too early, but Apply still sends this document once after that stop.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
@@ -87,8 +87,8 @@ private:
     bool settled = false;
 };
 
-/// Calls `read`, which lets the source read. If it throws, prints the reason; the current document
-/// stays in use.
+/// Calls `read`, which calls Read or ReadChanges of the document source. If that throws, prints the
+/// reason; the current document stays in use.
 template <class Read>
 void Attempt(const Read& read)
 {

@@ -113,8 +113,9 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
-/// Returns when to stop waiting for answers: when the next message is due, when the oldest question
-/// is lost or when the sending ends, whichever is first. Call it only with a rate.
+/// Returns until when to wait for answers at most: until the next message is due, the oldest
+/// question has waited for kAnswerBound or the sending ends, whichever is first. Call it only with
+/// a rate.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;

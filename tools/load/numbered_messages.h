@@ -14,7 +14,7 @@ inline constexpr char kIdentifierMark[] = "{id}";
 /// The messages of one run: copies of the templates in turn, each with an identifier of its own.
 ///
 /// An identifier is a UUID. Its last group is the message's number; the other groups are the same
-/// in all messages of the run. A text search for them therefore finds the number in an answer.
+/// in all messages of the run. A text search for those groups finds the number in an answer.
 /// Parsing the XML would make the load generator slower than the servers that it measures.
 class CNumberedMessages {
 public:

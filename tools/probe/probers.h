@@ -50,8 +50,8 @@ public:
     /// adapter on which no socket can be opened is only reported to `complain`.
     void Open();
 
-    /// When watching, follows the adapters from now on. Does nothing if the kernel's routes choose
-    /// the adapters.
+    /// When watching, follows the adapters. Changes since this object was created are noticed too.
+    /// Does nothing if the kernel's routes choose the adapters.
     ///
     /// @param changed  called after a change that may have brought other devices within reach
     ///
