@@ -63,14 +63,15 @@ public:
     /// @param adapter           the adapter to serve; log messages name the endpoint by its
     ///                          ipAddress
     /// @param description       what a Hello and an answer say about the recorder
-    /// @param multicastEnabled  0: sends a Hello and a Bye from an ephemeral port, does not join
-    ///                          the group and answers nothing; other values, as in every run: does
-    ///                          everything
+    /// @param multicastEnabled  not 0: does everything; the plug-in always passes 1. 0, only in
+    ///                          tests: sends a Hello and a Bye from an ephemeral port, does not
+    ///                          join the group and answers nothing
     /// @param groupAddress      the multicast group, as IPv4 dotted text
     /// @param port              the discovery port, local and of the group
     ///
     /// Errors: boost::system::system_error: EINVAL when an address is not IPv4 dotted text, another
-    /// code when the first endpoint of the I/O service cannot create its descriptors (epoll(7)).
+    /// code when the I/O service cannot create its own descriptors (epoll(7)). It creates them when
+    /// its first endpoint is constructed.
     CDiscoveryUdp(boost::asio::io_context& ioService, const AdapterRecord& adapter,
                   const EndpointDescription& description, std::int32_t multicastEnabled,
                   const std::string& groupAddress, std::uint16_t port);
@@ -98,8 +99,8 @@ public:
 
     /// Cancels the timers and closes the socket.
     ///
-    /// @param final  false: before back-off, immediately. Threads: I/O, or manager in the first
-    ///               Restart.
+    /// @param final  false: does this before it returns; back-off follows. Threads: I/O, or manager
+    ///               in the first Restart.
     ///               true: for good. Posts this work to the I/O thread and waits for it, but no
     ///               longer than kMaxStopWait; then abandons a blocked Bye. Threads: manager.
     void StopOperations(bool final);

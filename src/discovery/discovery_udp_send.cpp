@@ -89,8 +89,9 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 }
 
 // sending --stopping or closing--> idle
-//         --failed---------------> sending the same message again; from the fourth failure in a row
-//                                  on, or when the socket is closed, after scheduling a restart
+//         --failed---------------> sending the same message again. From the fourth failure in a
+//                                  row on, or when the socket is closed, this handler schedules a
+//                                  restart first.
 //         --sent-----------------> idle
 // In the last two cases a receive is started if none is pending, as after an answer to a Probe.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)

@@ -92,8 +92,9 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: there is no else branch. A request that fails this condition is for another
-    // module, and a result written here would overwrite the result of that module.
+    // Deliberate: there is no else branch. A request that is not for this module is for another
+    // one. The host may pass the same reply to that module too, and a result written here would
+    // overwrite the result of that module.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

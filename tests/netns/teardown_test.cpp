@@ -24,8 +24,8 @@ struct Moment {
     const char* name;
     Lines adapters;
     const char* record; ///< a log record with this text; null: the call of IOCTL code 1
-    int last;           ///< which of these records: a random one of the first `last`
-    milliseconds by;    ///< the stop comes at a random time up to this later
+    int last;           ///< the stop follows a random one of the first `last` such records
+    milliseconds by;    ///< after a random delay of at most this
     int rounds;
     int writers = 0;              ///< threads that hand over other documents all the time
     const char* network = "true"; ///< a shell command that prepares the network
@@ -36,7 +36,7 @@ constexpr char kAtTheMoment[] = "+";
 constexpr char kNowhere[] = "nowhere"; // in no record
 /// Where the host's callback blocks in a round: in the first record with this text. Exceptions:
 /// with kEachBriefly the callback blocks briefly in every record, with kAtTheMoment in the record
-/// that the Moment names.
+/// that the Moment names, and with kNowhere never.
 const char* const kHolds[] = {kNowhere,      kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
@@ -51,11 +51,12 @@ protected:
 
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
-    /// Runs the plug-in from Load to Unload, with a stop at the moment.
+    /// Runs the plug-in from Load to Unload. Stops it at the moment that GetParam() describes. In
+    /// about half of the rounds Close is called once before that: by the callback, in the record
+    /// that the Moment names, or, if it names none, by this function, before the run begins.
     ///
     /// @param hold  one of kHolds
-    /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback. In
-    ///         half of the rounds the callback has called Close before.
+    /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback
     double Round(const std::string& hold);
 
     /// Random, or the value of the environment variable PELORIN_SEED, to repeat a failed test.

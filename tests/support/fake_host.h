@@ -63,8 +63,8 @@ public:
 
     /// Calls IOCTL code 1 (run) on a separate thread.
     void Lend();
-    /// Calls IOCTL code 1 on a separate thread. Returns when the run waits for documents, with port
-    /// 22609 and no adapters, and deletes the records up to then.
+    /// Calls IOCTL code 1 on a separate thread and hands over documents until the run has port
+    /// 22609 and no adapters and waits for another document. Then deletes the records kept so far.
     void Run();
     void Apply(const std::string& document) const;
     /// Repeats Close until the run has returned; does nothing without a run.

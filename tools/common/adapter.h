@@ -17,9 +17,9 @@ struct Adapter {
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up, and has a carrier or cannot detect one
     bool loopback;
-    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When a new bridge gets its
-    /// first port, only this state changes: the bridge is `connected` before, but in the state
-    /// "unknown".
+    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When it changes,
+    /// pelorin-probe --watch asks again. Comparing `connected` is not enough: a bridge without a
+    /// port is already connected, in the state "unknown". With its first port the state is "up".
     int operationalState;
     unsigned flags = 0;                      ///< the IFF_* flags of netdevice(7)
     std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, ipAddress first

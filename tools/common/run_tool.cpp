@@ -17,7 +17,9 @@ namespace {
 /// bits, which would overflow after 292 years.
 constexpr double kMaxSeconds = 1e9;
 
-/// Formats the help as CLI11 does, but wraps the descriptions at the terminal's width.
+/// Formats the help as CLI11 does, with three differences: wraps the descriptions at the terminal's
+/// width, shows only the type of the value after an option's name, and shows the default value at
+/// the end of the option's description.
 class CHelpFormatter : public CLI::Formatter {
 public:
     explicit CHelpFormatter(std::size_t terminalWidth) : width(terminalWidth) {}

@@ -27,7 +27,8 @@ int RouteTo(const boost::asio::ip::address_v4& address);
 /// Reads a setting of the kernel.
 ///
 /// @param name  its path under /proc/sys, such as "net/core/rmem_max"
-/// @return the value; empty if the file does not exist, as some in a network namespace
+/// @return the value; empty if the file does not exist. In a network namespace other than the
+///         first, some settings have no file.
 std::string ReadSetting(const std::string& name);
 
 } // namespace kx::tools

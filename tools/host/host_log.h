@@ -24,8 +24,8 @@ void Say(const std::string& text);
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
 /// Returns how many times the plug-in has logged that it stops all endpoints, counted since this
-/// process started. The plug-in logs this first when it acts on a changed document, and once more
-/// when its run ends. Thread-safe.
+/// process started. This is the first record when the plug-in acts on a changed document; it also
+/// logs it when its run ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -279,7 +279,9 @@ Event CDeviceList::End(Event::Kind kind, Paths::iterator& path)
     return {kind, std::move(last), otherPath, std::nullopt};
 }
 
-/// @param own  1 when the path that asks is in the list; 0 after its removal
+/// Returns whether the list has another path of the device than the one that an event is about.
+///
+/// @param own  1 if the event's path is in the list; 0 after its removal
 bool CDeviceList::HasOtherPath(const std::string& address, std::size_t own) const
 {
     return paths.count(address) > own;

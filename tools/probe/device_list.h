@@ -33,9 +33,9 @@ struct Event {
     /// Bye. kLost: it stopped responding, or the list was full.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// The latest Hello or answer to a Probe by this path, where `device` has all that is known
-    /// about the device. For kGone, source and time are those of the Bye; for kLost, the time is
-    /// that of the removal; for both there is no roundTrip.
+    /// `device` is what is known by this path (see CDeviceList). The other fields are those of the
+    /// latest Hello or answer to a Probe by this path. For kGone, source and time are those of the
+    /// Bye; for kLost, the time is that of the removal; for both there is no roundTrip.
     Heard heard;
     bool otherPath;            ///< the list has another path of the device
     std::optional<Device> was; ///< the device before a kChanged event; otherwise none

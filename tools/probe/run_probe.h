@@ -16,8 +16,8 @@ inline constexpr double kDefaultTimeoutSeconds = 2;
 
 /// The options of pelorin-probe's command line; --help explains them.
 struct ProbeOptions {
-    /// Adapters to ask on. If empty, all adapters with an IPv4 address except loopback; with
-    /// `hosts`, those that the kernel's routes choose.
+    /// Adapters to ask on. If empty: all adapters with an IPv4 address except loopback, or, if
+    /// `hosts` are given, those that the kernel's routes choose.
     std::vector<std::string> adapterNames;
     /// Hosts to ask. If empty, the discovery group 239.255.255.250 is asked.
     std::vector<boost::asio::ip::udp::endpoint> hosts;
@@ -34,8 +34,9 @@ struct ProbeOptions {
 /// has passed or, when watching, until SIGINT or SIGTERM arrives. Not thread-safe.
 ///
 /// @return exit status: 0 when a device was found, or when a signal ended the watching; 1 when no
-///         device was found; kExitError (run_tool.h) when asking failed on every adapter, after one
-///         message for each on standard error
+///         device was found; kExitError (run_tool.h) when no adapter can be used, after messages on
+///         standard error. When watching, an adapter on which sending fails counts as usable,
+///         because the next Probe may succeed.
 ///
 /// Errors: std::runtime_error, with a text for the user, for example when a named adapter does not
 /// exist or standard output cannot be written.
