@@ -95,10 +95,10 @@ extern "C" {
 // adapters and, if it has a Port, the port. Handle is the name of the network device.
 //
 // Discovery does not run on an adapter whose IPAddress is 0.0.0.0, but a change of such an adapter
-// restarts discovery on all adapters. A host can use this: the second adapter below has the
-// interface index of eth0 as its Handle. If eth0 is deleted and created again, its index changes,
-// so the host's next document restarts discovery with new sockets. The old sockets stay bound to
-// the deleted device and receive nothing.
+// restarts discovery on all adapters. A host needs this if eth0 is deleted and created again with
+// the same addresses: the plug-in's sockets stay bound to the deleted device and receive nothing
+// until discovery is restarted. The second adapter below therefore has the interface index of eth0
+// as its Handle: the new eth0 has another index, so the host's next document is a change.
 //
 //     <Qorm Delta="0">
 //         <Servers>

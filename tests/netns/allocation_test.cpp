@@ -74,7 +74,7 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept
 namespace {
 
 /// The exit statuses of a process that runs the plug-in once, from Load to Unload (a life).
-constexpr int kNothingFailed = 0; ///< the thread made fewer allocations
+constexpr int kNothingFailed = 0; ///< the life had fewer allocations than the number to fail
 constexpr int kReturned = 10;     ///< an allocation failed, and no call of the plug-in threw
 constexpr int kThrew = 11;        ///< an allocation failed, and a call threw std::bad_alloc
 /// The signal that ends a process whose failed allocation leads to std::terminate. An exit would be

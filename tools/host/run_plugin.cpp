@@ -66,8 +66,9 @@ public:
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // Read before the Apply below. A new stop may belong to the previous document. `settled` is
-        // then set too early, but Apply still sends this document once after that stop.
+        // Read before the Apply below. A new stop record may belong to the previous document.
+        // `settled` is then set too early, but this Apply still sends the document once after that
+        // record. Read afterwards, the next send could come only after kRepeatInterval.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

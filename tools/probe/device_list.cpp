@@ -245,10 +245,11 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
 
 /// Returns the path by which a message came; the end of `paths` when it is unknown.
 ///
-/// The XAddrs must be the same, but a message without XAddrs also belongs to a path whose XAddrs
-/// came in a ResolveMatches. When watching, a message without XAddrs belongs to any path of the
-/// device on the adapter, and a path without XAddrs takes any message. When asking once, neither
-/// holds, because each answer is shown as it arrived.
+/// The adapter must be the same and, when asking once, the source's IP address. The XAddrs must be
+/// the same too, but a message without XAddrs also belongs to a path whose XAddrs came in a
+/// ResolveMatches. When watching, a message without XAddrs belongs to any path of the device on the
+/// adapter, and a path without XAddrs takes any message. When asking once, neither holds, because
+/// each answer is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

@@ -48,13 +48,13 @@ const char* NameOf(Event::Kind kind);
 ///
 /// A path is an adapter together with the XAddrs of a message. The XAddrs are needed, because a
 /// device with two IP addresses on one adapter sends a message for each of them, often from the
-/// same source. When asking once, the source's IP address is part of the path too. Its port is not,
-/// because some devices answer from a new port each time.
+/// same source. When asking once, each answer is shown with its source, so the source's IP address
+/// is part of the path too. Its port is not, because some devices answer from a new port each time.
 ///
 /// A device that restarts without a Bye may use a new wsa:Address and then looks like a second
 /// device. The MAC address does not tell whether two entries are one device, because two recorders
-/// on one machine have the same MAC address. Therefore all devices are asked again in a round, and
-/// entries that do not answer are removed.
+/// on one machine have the same MAC address. Therefore, when watching, all devices are asked again
+/// in rounds, and RemoveSilent removes the paths that should have answered but did not.
 ///
 /// Not thread-safe.
 class CDeviceList {
@@ -71,7 +71,8 @@ public:
     /// @return the resulting events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
 
-    /// Returns whether the list has the path by which a message came, but without XAddrs.
+    /// Returns whether the message came by a listed path whose XAddrs are not known. The caller
+    /// then asks the device for them with a Resolve.
     bool LacksXAddrs(const Heard& heard);
 
     /// Returns a kAnswer event for each answer that is still held, and holds it no longer.
@@ -81,10 +82,10 @@ public:
     /// by it.
     void StartRound();
 
-    /// Returns whether a silent path can be expected to answer. It can if the device has answered a
-    /// Probe before on the same adapter, or if another device with its MAC address has done so,
-    /// which may be the same device after a restart. Other silent paths are not counted, because
-    /// their devices may be behind a firewall through which no Probe passes.
+    /// Returns whether a path is silent that should have answered: its device has answered a Probe
+    /// before on the same adapter, or a device with the same MAC address has, which may be the same
+    /// device before or after a restart. Other silent paths do not count, because their devices may
+    /// be behind a firewall through which no Probe passes.
     bool AnySilent();
 
     /// Removes the silent paths that AnySilent counts. Returns a kLost event for each, with the

@@ -67,8 +67,9 @@ CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
 
 CProbers::~CProbers()
 {
-    // The I/O service may hold a prober in the handler of its timer, and is destroyed after the
-    // receiver. A prober that is closed no longer uses the receiver.
+    // The handler of a prober's timer, which the I/O service owns, may hold the last pointer to the
+    // prober. The service is destroyed after the receiver, and the destructor of a prober that is
+    // still open would use the destroyed receiver.
     for (const AdapterProber& each : probers)
         each.prober->Close();
     if (monitored.is_open())

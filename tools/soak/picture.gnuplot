@@ -14,8 +14,8 @@ minutes(second) = floor(second / step) * step / 60.0
 # A life of the plug-in is the time from Load to Unload. Column 6 is the number of threads: more
 # than one within a life, one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
-# An empty line interrupts the curve between lives where there is no sample for more than 60 s: the
-# last life takes a third of the soak, and a straight line would otherwise cross it.
+# An empty line interrupts the curve "between lives" where there is no sample for more than 60 s:
+# the last life takes a third of the soak, and a straight line would otherwise cross it.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1
