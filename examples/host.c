@@ -3,7 +3,7 @@
 //
 //     cc -std=c99 -I ../include host.c -o host -pthread -ldl
 //     ./host /usr/lib/x86_64-linux-gnu/pelorin/pelorin.so 22609
-#define _GNU_SOURCE // for pthread_tryjoin_np(3)
+#define _GNU_SOURCE // for pthread_tryjoin_np(3); with -std=c99 also for POSIX and IFF_RUNNING
 #include <pelorin/plugin.h>
 
 #include <arpa/inet.h>
@@ -74,8 +74,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // The plug-in skips 0.0.0.0, but opens all sockets anew when the list changes. This entry
-        // changes when the device is deleted and created again: its handle is the device's number.
+        // If the device is deleted and created again, the old socket receives nothing. The index in
+        // this entry then differs, so the plug-in opens all sockets anew, but none for 0.0.0.0.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }
@@ -85,8 +85,8 @@ static char* MakeDocument(const char* port)
     return text;
 }
 
-// Passes the adapters every half second until a signal arrives, because the plug-in misses a
-// document while the lent thread starts or acts on the previous one. It ignores unchanged ones.
+// Passes the adapters every half second until a signal arrives: they may change, and the plug-in
+// misses a document while its run begins or acts on another one. It ignores an unchanged document.
 static void HandOver(const char* port, const sigset_t* signals)
 {
     do {
@@ -114,7 +114,7 @@ static void (*Find(void* library, const char* name))(void)
 
 int main(int argc, char** argv)
 {
-    // The path needs a slash: without one, dlopen(3) searches the system's folders only.
+    // The path needs a slash: without one, dlopen(3) searches the folders of libraries instead.
     void* library = argc == 3 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
     const PelorinLoad load = (PelorinLoad)Find(library, PELORIN_LOAD_NAME);
     const PelorinOpen open = (PelorinOpen)Find(library, PELORIN_OPEN_NAME);

@@ -57,7 +57,7 @@ try:
         time.sleep(0.5)  # sigtimedwait() of Python 3.11 would report a false signal after SIGCONT
         if signal.sigpending() & set(SIGNALS):
             break
-finally:  # also after an error, such as a missing "ip": Python exits only after the lent thread
+finally:  # also after an error, such as a missing "ip": Python's exit waits for the lent thread
     while lent.is_alive():
         call(plugin.Close)
         lent.join(0.01)

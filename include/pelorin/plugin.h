@@ -96,9 +96,9 @@ extern "C" {
 //
 // Discovery does not run on an adapter whose IPAddress is 0.0.0.0, but a change of such an adapter
 // restarts discovery on all adapters. A host needs this if eth0 is deleted and created again with
-// the same addresses: the plug-in's sockets stay bound to the deleted device and receive nothing
-// until discovery is restarted. The second adapter below therefore has the interface index of eth0
-// as its Handle: the new eth0 has another index, so the host's next document is a change.
+// the same addresses: the plug-in's socket for eth0 stays bound to the deleted device and receives
+// nothing until discovery is restarted. The second adapter below therefore has the interface index
+// of eth0 as its Handle: the new eth0 has another index, so the host's next document is a change.
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -112,9 +112,9 @@ extern "C" {
 //         </Servers>
 //     </Qorm>
 //
-// Log record. The level is one of the above. The text has at most 511 bytes before XML characters
-// are escaped. It can contain bytes that were received from the network. So it may not be valid
-// UTF-8, and it may contain control characters, which a strict XML parser refuses.
+// Log record, sent by the run. The text has at most 511 bytes before XML characters are escaped. It
+// can contain bytes that were received from the network. So it is not always valid UTF-8, and it
+// can contain control characters, which a strict XML parser refuses.
 //
 //     <?xml version="1.0" encoding="UTF-8"?>
 //     <log_msg level="25">Restarting discovery on interface 10.0.0.5</log_msg>
@@ -171,10 +171,10 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 /// Log records of one thread come in order. A host must not conclude from their texts that the
 /// plug-in has acted on a document, because the texts may change.
 ///
-/// Three threads call the callback, the last two of them concurrently:
+/// Three threads call the callback, possibly concurrently:
 ///
 /// [any-thread] the one that calls Open, with the registration document
-/// [lent-thread] with log records about stopping discovery and starting it for a new document
+/// [lent-thread] with log records about stopping discovery, and about starting it for a document
 /// [io-thread] with all other log records, such as those of a Bye or of a restart after a failure
 typedef void (*PelorinHostCallback)(const PelorinHostRequest* request, PelorinHostReply* reply);
 PELORIN_ASSERT(sizeof(PelorinHostCallback) == 8);
@@ -342,10 +342,10 @@ typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply)
 
 /// Frees the state that Load created; the callback stays stored.
 ///
-/// Does not ask the run to stop. If a run is still in progress, waits until it has stopped, however
-/// long that takes. Call Close first, and join the lent thread before Unload: that thread may still
-/// execute the plug-in's last instructions when Unload returns, and a dlclose(3) would unmap them.
-/// Load may be called again after Unload. If there is no state, Unload only sets the status.
+/// Call Close and join the lent thread before Unload. Unload does not ask a run to stop: it waits
+/// until the run has stopped, however long that takes. If the lent thread is not joined, it may
+/// still execute the plug-in's last instructions when Unload returns, and a dlclose(3) would unmap
+/// them. Load may be called again after Unload. If there is no state, Unload only sets the status.
 ///
 /// [alone]
 typedef uint64_t (*PelorinUnload)(const void* request, PelorinStatusReply* reply);
