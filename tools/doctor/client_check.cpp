@@ -60,7 +60,7 @@ private:
     Findings findings;
 };
 
-/// Returns whether a recorder answered the Probe to the group from this IP address.
+/// Returns whether an answer to the Probe to the group came from this IP address.
 bool CClientCheck::Answered(const std::string& source) const
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
@@ -145,7 +145,8 @@ void CClientCheck::CheckDirect()
     }
 }
 
-/// Adds a finding if the address given with --to did not answer the Probe to the group.
+/// Adds a finding if the address given with --to did not answer the Probe to the group. Adds none
+/// if it answered the direct Probe and the adapter cannot reach the group.
 void CClientCheck::CheckTarget()
 {
     if (Answered(seen.target))
@@ -165,8 +166,8 @@ void CClientCheck::CheckTarget()
     }
 }
 
-/// Adds a finding for each recorder that does not advertise the address from which it answers, and
-/// that did not answer at any address that it advertises.
+/// Adds a finding for each recorder whose XAddrs have only other IPv4 addresses than the one from
+/// which it answers, and that did not answer a direct Probe to any of them.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -193,8 +194,8 @@ void CClientCheck::CheckAddresses()
 }
 
 /// Called when no recorder answered. Adds a finding about other devices that answered, else about a
-/// Probe to the group that was not sent, else that nothing came. With --to it does not add the last
-/// one, because CheckTarget has already reported it.
+/// Probe to the group that was not sent, else that nothing came. Does not add the last one if this
+/// adapter has the address given with --to, because CheckTarget has already reported it.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

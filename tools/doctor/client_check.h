@@ -29,7 +29,9 @@ struct ClientObservation {
     bool watched = false;               ///< whether a packet socket watched the adapter
     std::vector<SeenAnswer> answers;    ///< each once, although Probes are repeated
     std::set<std::string> otherDevices; ///< IP addresses of answering devices that are no recorders
-    std::string target;    ///< the address given with --to; empty on all adapters but one
+    /// The address given with --to. Set only on the adapter by which the route to it leaves, or on
+    /// the first adapter if that is none of them. Empty on the other adapters.
+    std::string target;
     std::string sendError; ///< why the Probe to the group was not sent; empty if it was
     /// For each address that was asked directly: why the Probe was not sent; empty if it was sent.
     std::map<std::string, std::string> directErrors;
@@ -47,8 +49,9 @@ struct ClientObservation {
 /// Thread-safe.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
-/// Returns the IPv4 addresses that recorders advertise although they answer from another address. A
-/// direct Probe to each of them shows whether the recorder can be reached there. Thread-safe.
+/// Returns the addresses in the XAddrs of recorders for which AdvertisesOtherHost is true: none of
+/// these addresses is the one from which the recorder answers. A direct Probe to each of them shows
+/// whether the recorder can be reached there. Thread-safe.
 std::set<std::string> OtherHosts(const ClientObservation& seen);
 
 /// Returns the findings on an adapter of a client. A finding that another finding explains is only

@@ -35,10 +35,12 @@ namespace {
 
 constexpr int kSocketBufferSize = 1024 * 1024;
 
-/// How long to wait for answers: once after the Probes to the group, once after the direct Probes.
+/// Time to wait for answers after the first Probe to the group, and again after the first direct
+/// Probe. The second wait ends early when every direct Probe is answered.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// Time after which a Probe is sent again, because a datagram can get lost.
+/// Time after which the Probes for recorders are sent again, because a datagram can get lost. A
+/// direct Probe that is already answered is not sent again.
 constexpr std::chrono::milliseconds kRepeatAfter{250};
 
 /// Time after the first Probe to the group. If no recorder has answered on an adapter by then, a
@@ -260,8 +262,8 @@ void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
     progress.Clear();
 }
 
-/// Returns whether every direct Probe has an answer that a socket received. An answer that was only
-/// seen at the adapter does not count: the socket may still receive it.
+/// Returns whether the socket that asked has received an answer to every direct Probe. An answer
+/// that only the packet socket has seen does not count: the socket that asked may still receive it.
 bool CClientRun::AllAnswered() const
 {
     return std::all_of(questions.begin(), questions.end(), [](const Question& question) {
@@ -292,7 +294,8 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             seen.otherDevices.insert(address.to_string());
             continue;
         }
-        // An answer can come twice: from the packet socket and from the socket that asked.
+        // An answer can come several times: from the packet socket and from the socket that asked,
+        // and for each copy of a Probe that was sent again.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&
@@ -327,7 +330,8 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        // If the adapter was removed or went down meanwhile, that alone is reported.
+        // If the adapter was removed, went down or lost its addresses meanwhile, this is reported
+        // instead of the result of CheckClient.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());

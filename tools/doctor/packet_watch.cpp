@@ -100,7 +100,7 @@ void CPacketWatch::StartReceive()
                                       return;
                                   if (!error)
                                       OnReceive(length);
-                                  StartReceive(); // also after ENETDOWN: the adapter may return
+                                  StartReceive(); // after ENETDOWN too: the adapter may come up
                               });
 }
 

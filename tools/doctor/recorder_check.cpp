@@ -41,8 +41,9 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Checks one adapter of a recorder. Each step adds its findings and sets flags, so that
-/// CheckProbes does not report a missing answer that an earlier finding explains.
+/// Checks one adapter of a recorder. Each step adds its findings. The steps before CheckProbes also
+/// set flags, so that CheckProbes does not report a missing answer that an earlier finding
+/// explains.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -142,8 +143,8 @@ void CRecorderCheck::CheckSocket()
 }
 
 /// Returns whether the group is joined on this adapter for a socket of another adapter. This is
-/// assumed if a socket is bound to an adapter on which the group is not joined. The check of that
-/// adapter reports the fault, `wrong-device`.
+/// assumed if the group is joined here, and a socket is bound to another device on which the group
+/// is not joined. If that device is checked too, its check reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -171,8 +172,8 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Returns whether a socket that receives direct Probes belongs to another program than one of the
-/// sockets in `bound`.
+/// Returns whether a socket that receives direct Probes and any of the sockets in `bound` belong to
+/// different programs.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);
@@ -182,9 +183,9 @@ bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
             return false;
         if (owner != machine.owners.end() && other != machine.owners.end())
             return owner->second.process != other->second.process;
-        // At least one of the two processes is unknown, so the sockets have to decide. The sockets
-        // of one recorder are bound to no address, belong to one user, and are not more than the
-        // adapter's addresses.
+        // At least one of the two processes is unknown, so the sockets are compared. The sockets of
+        // one recorder are bound to no address and belong to one user, and there is at most one for
+        // each address of the adapter.
         return !socket.address.is_unspecified() || each.user != socket.user ||
                bound.size() > adapter.addresses.size();
     });

@@ -40,7 +40,10 @@ struct RecorderObservation {
     bool portTaken = false; ///< another program has the discovery port and does not share it
     bool watched = false;   ///< a packet socket watched the adapter and filled in the fields below
     std::vector<SeenProbe> probes;
-    std::size_t otherProbeCount = 0; ///< Probes that arrived and that no recorder answers
+    /// Probes that arrived and that no recorder answers because of their content, such as Probes
+    /// for other types. Not counted: Probes that are longer than kRecorderReadSize, and Probes from
+    /// a source that IsAnswerable rejects.
+    std::size_t otherProbeCount = 0;
 };
 
 /// Returns the findings on an adapter of a recorder. A finding that another finding explains is

@@ -146,8 +146,9 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // The plug-in puts a prefix before the identifier. RelatesTo ignores it only before a
-            // UUID, so EndsWith compares an identifier that is not a UUID.
+            // The plug-in puts a prefix before the identifier. RelatesTo compares the last 36
+            // characters. If the identifier is shorter than a UUID, they contain a part of the
+            // prefix, so EndsWith compares the identifier alone.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));
@@ -227,7 +228,8 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
 
     const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        // If the adapter was removed or went down meanwhile, that alone is reported.
+        // If the adapter was removed, went down or lost its addresses meanwhile, this is reported
+        // instead of the result of CheckRecorder.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found =
             recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);

@@ -14,12 +14,13 @@ struct UdpSocket {
     bool ipv6;                           ///< an IPv6 socket that receives IPv4 as well
     std::uint32_t user;                  ///< number of the user who created it
     std::uint32_t inode;                 ///< number by which /proc/PID/fd names it
-    std::uint32_t receiveBuffer;         ///< bytes: twice the SO_RCVBUF asked for, see socket(7)
+    std::uint32_t receiveBuffer;         ///< bytes: twice the SO_RCVBUF that was set, see socket(7)
     std::uint32_t dropCount;             ///< datagrams lost so far, usually by a full buffer
 };
 
-/// Reads the unconnected UDP sockets on a port over sock_diag(7). IPv4 sockets come before IPv6
-/// sockets; of each, the socket that was bound last comes first.
+/// Reads the unconnected UDP sockets that are bound to a port and can receive over IPv4; asks the
+/// kernel over sock_diag(7). IPv4 sockets come before IPv6 sockets. In each of these two groups,
+/// the socket that was bound last comes first.
 ///
 /// Errors: std::runtime_error.
 /// Thread-safe.
