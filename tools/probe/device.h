@@ -27,11 +27,13 @@ std::string MacOf(const Device& device);
 /// at its first colon. Thread-safe.
 std::string HostOf(const std::string& uri);
 
-/// Returns whether every XAddr of a device has another host than the source of its message. The
-/// device then does not have the address that it advertises, or is behind a NAT.
+/// Returns whether the host of every XAddr of a device differs from the source of its message. Then
+/// the device does not have the address that it advertises, or is behind a NAT, or has several
+/// addresses and does not send from the advertised one.
 ///
-/// False if they cannot be compared: there are no XAddrs, one has a host name or an IPv6 address,
-/// or the source is 0.0.0.0, from which a recorder on loopback sends its Hello. Thread-safe.
+/// False when nothing can be compared: there are no XAddrs, the host of one is not an IPv4 address,
+/// or the source is 0.0.0.0. If only loopback has an IPv4 address, a recorder on loopback sends its
+/// Hello from 0.0.0.0. Thread-safe.
 bool AdvertisesOtherHost(const Device& device, const boost::asio::ip::address& source);
 
 } // namespace kx::tools

@@ -10,7 +10,7 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// Maximum of paths that are known by Hello alone; no site has so many. Without a maximum, forged
-/// Hellos could fill the memory, because rounds usually keep such a path.
+/// Hellos could fill the memory, because RemoveSilent usually keeps a path that never answered.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
 /// Maximum of devices of other types that are counted. Without it, forged answers could fill the
@@ -60,13 +60,16 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 {
 }
 
-// The transitions of a path, and the event of each:
+// The transitions of a path to a device of the sought type, and the event of each:
 //
-// unknown --answer or Hello, of the sought type-----> known: kAnswer or kAppeared
-// known   --watching: other types, scopes, XAddrs---> known: kChanged
+// unknown --watching: Hello or answer---------------> known: kAppeared
+// unknown --asking once: answer with XAddrs---------> known: kAnswer
+// unknown --asking once: answer without XAddrs------> held: no event
+// held    --ResolveMatches with XAddrs, ReleaseHeld-> known: kAnswer
+// known   --watching: new types, scopes or XAddrs---> known: kChanged
 // known   --Bye-------------------------------------> unknown: kGone
-// known   --silent at the end of a round------------> unknown: kLost
-// known   --one of too many known by Hello alone----> unknown: kLost
+// known   --RemoveSilent at the end of a round------> unknown: kLost
+// known   --oldest of too many known by Hello alone-> unknown: kLost
 std::vector<Event> CDeviceList::Record(Message::Kind kind, const Heard& heard)
 {
     if (kind == Message::Kind::kBye)
@@ -129,7 +132,8 @@ std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
     return events;
 }
 
-/// Adds the XAddrs of a ResolveMatches to those paths of the device on the adapter that lack them.
+/// Records the XAddrs, types and scopes of a ResolveMatches for those paths of the device on the
+/// adapter that have no XAddrs. Does nothing if the ResolveMatches has no XAddrs.
 std::vector<Event> CDeviceList::RecordXAddrs(const Heard& heard)
 {
     const std::string& address = heard.device.address;
@@ -193,9 +197,8 @@ std::vector<Event> CDeviceList::RemoveSilent()
 
 std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
 {
-    // For each path by which an answer arrived: the adapter with the device's wsa:Address, and the
-    // adapter with the device's MAC address. A silent path with one of these pairs can be expected
-    // to answer.
+    // Two pairs for each path by which an answer arrived: adapter and wsa:Address of the device,
+    // adapter and MAC address of the device. A path that has one of these pairs should answer.
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
@@ -228,7 +231,7 @@ std::size_t CDeviceList::OtherCount() const
 }
 
 /// Makes room for one more path that is known by Hello alone. If the list has kMaxUnanswered of
-/// them, removes the one with the oldest Hello.
+/// them, removes the one whose latest Hello is oldest.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
     if (unansweredCount < kMaxUnanswered)
@@ -245,11 +248,11 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
 
 /// Returns the path by which a message came; the end of `paths` when it is unknown.
 ///
-/// The adapter must be the same and, when asking once, the source's IP address. The XAddrs must be
-/// the same too, but a message without XAddrs also belongs to a path whose XAddrs came in a
-/// ResolveMatches. When watching, a message without XAddrs belongs to any path of the device on the
-/// adapter, and a path without XAddrs takes any message. When asking once, neither holds, because
-/// each answer is shown as it arrived.
+/// The message must have the same device, adapter and XAddrs as the path and, when asking once, the
+/// same IP address of the source. The XAddrs may differ in these cases:
+/// - The message has none, and those of the path came in a ResolveMatches.
+/// - When watching and no other path fits: the message or the path has none. When asking once, such
+///   a message gets a path of its own, because each answer is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

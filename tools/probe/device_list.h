@@ -33,9 +33,10 @@ struct Event {
     /// Bye. kLost: it stopped responding, or the list was full.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// `device` is what is known by this path (see CDeviceList). The other fields are those of the
-    /// latest Hello or answer to a Probe by this path. For kGone, source and time are those of the
-    /// Bye; for kLost, the time is that of the removal; for both there is no roundTrip.
+    /// The event is about one path of a device (see CDeviceList). `device` is what the messages by
+    /// this path have said. The other fields are those of its latest Hello or answer to a Probe.
+    /// For kGone, source and time are those of the Bye; for kLost, the time is that of the removal;
+    /// for both there is no roundTrip.
     Heard heard;
     bool otherPath;            ///< the list has another path of the device
     std::optional<Device> was; ///< the device before a kChanged event; otherwise none
@@ -65,8 +66,8 @@ public:
 
     /// Records a message. A Bye removes all paths of the device on the adapter. When asking once,
     /// an answer without XAddrs is held: its event follows when a ResolveMatches supplies the
-    /// XAddrs or ReleaseHeld is called. When 20,000 paths are known by Hello alone, a further Hello
-    /// removes the path with the oldest Hello, with a kLost event.
+    /// XAddrs or ReleaseHeld is called. When 20,000 paths are known by Hello alone, a Hello by a
+    /// new path removes one of them, with a kLost event: the one whose latest Hello is oldest.
     ///
     /// @return the resulting events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
@@ -82,10 +83,10 @@ public:
     /// by it.
     void StartRound();
 
-    /// Returns whether a path is silent that should have answered: its device has answered a Probe
-    /// before on the same adapter, or a device with the same MAC address has, which may be the same
-    /// device before or after a restart. Other silent paths do not count, because their devices may
-    /// be behind a firewall through which no Probe passes.
+    /// Returns whether a path is silent that should have answered. A path should answer if its
+    /// device has answered a Probe on the same adapter before, or if a listed device with the same
+    /// MAC address has: that may be the same device before or after a restart. Other silent paths
+    /// do not count, because their devices may be behind a firewall through which no Probe passes.
     bool AnySilent();
 
     /// Removes the silent paths that AnySilent counts. Returns a kLost event for each, with the

@@ -28,11 +28,11 @@ constexpr KnownPrefix kKnownPrefixes[] = {
     {"wscn", "http://schemas.microsoft.com/windows/2006/08/wdp/scan"},
 };
 
-/// Prefix in our Probe for a namespace without a well-known prefix.
+/// Prefix in our Probe if the user gives none and the namespace has no well-known one.
 constexpr char kOtherPrefix[] = "t";
 
 /// Characters that XML does not allow in a prefix or a local name. The list is not complete; it has
-/// those that would break the message or its list of types, and those of "{URI}Name".
+/// those that would break the message or its list of types, and the braces of "{URI}Name".
 constexpr char kNotInName[] = ": \t\r\n<>&\"'{}=/";
 
 std::string UriOf(const std::string& prefix)

@@ -20,16 +20,16 @@ DeviceType RecorderType();
 
 /// Reads a device type as a user gives it: "Name", "prefix:Name" or "{URI}Name".
 ///
-/// @param uri  namespace of the name; must be empty with "{URI}Name". If it is empty otherwise, a
-///             well-known prefix selects the namespace; a name without a prefix is in the namespace
-///             of the recorders' type.
+/// @param uri  namespace of the name; must be empty with "{URI}Name". If it is empty with the other
+///             forms, "prefix:Name" needs a well-known prefix, which selects the namespace, and
+///             "Name" is in the namespace of the recorders' type.
 ///
 /// Errors: std::runtime_error, with a text for the user.
 /// Thread-safe.
 DeviceType ParseDeviceType(const std::string& text, const std::string& uri);
 
-/// Returns whether the device has a type with this namespace and local name; prefixes do not
-/// matter. Thread-safe.
+/// Returns whether the device has a type with the namespace and the local name of `type`; prefixes
+/// do not matter. Thread-safe.
 bool HasType(const Device& device, const DeviceType& type);
 
 /// Shortens an expanded name, "{uri}Name", to "prefix:Name" if its namespace has a well-known

@@ -52,7 +52,7 @@ void PrintChange(std::ostream& out, const char* name, const std::string& was, co
 
 struct CEventTable::Column {
     const char* heading;
-    std::size_t width; ///< at first: a recorder's cell with room for an indentation or a mark
+    std::size_t width; ///< initial width: room for a common cell, with its indentation or mark
     bool (*isShown)(const TableForm& form);
     std::string (*cell)(const Event& event);
 };

@@ -39,7 +39,7 @@ private:
     std::vector<const Column*> columns;
     bool headed = false;
     /// Current width of each column of the table, in columns of the terminal. A wider cell widens
-    /// it.
+    /// it, up to kMaxColumnWidth.
     std::vector<std::size_t> widths;
 };
 

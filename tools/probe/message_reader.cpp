@@ -19,7 +19,7 @@ constexpr std::size_t kUuidLength = kUuidTextSize - 1;
 /// Local names of the elements in the body of one kind of message.
 struct BodyForm {
     const char* name;  ///< the element in the body
-    const char* match; ///< child element of each device; null: the element itself describes one
+    const char* match; ///< its children, one per device; null: the element itself describes one
     Message::Kind kind;
 };
 
@@ -39,9 +39,9 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body has an element that kBodyForms names, in any namespace. ReadMessage
-/// asks when no such element is in the namespace of WS-Discovery (April 2005): the message is then
-/// of another version.
+/// Returns whether a body has an element that kBodyForms names, in any namespace. ReadMessage calls
+/// this after it found no such element in the namespace of WS-Discovery (April 2005). An element in
+/// another namespace then shows that the message is of another version.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {

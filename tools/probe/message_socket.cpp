@@ -21,8 +21,9 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// Bytes of space, enough for nearly 30,000 answers: the kernel doubles this number (socket(7)),
-/// and counts about 2,300 bytes for a recorder's answer, which is about 1,100 bytes long.
+/// Bytes that are requested for the receive buffer, enough for nearly 30,000 answers of recorders:
+/// the kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer, which is
+/// about 1,100 bytes long.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe";

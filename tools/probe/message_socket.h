@@ -13,8 +13,8 @@
 
 namespace kx::tools {
 
-/// Reports that an adapter cannot be used. The text says why, and names the adapter unless it is
-/// AnyAdapter.
+/// Reports that a socket on an adapter cannot be opened, cannot send or cannot receive. The text
+/// says why, and names the adapter unless it is AnyAdapter.
 class AdapterError : public std::runtime_error {
 public:
     /// @param what    what failed, "cannot ..."
@@ -23,8 +23,8 @@ public:
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// Returns a placeholder for a socket that uses all adapters: the kernel's routes choose an adapter
-/// for each datagram.
+/// Returns a placeholder that stands for all adapters: for each datagram of a socket that is opened
+/// with it, the kernel's routes choose the adapter.
 Adapter AnyAdapter();
 
 /// A UDP socket on one adapter or, with AnyAdapter, on all.

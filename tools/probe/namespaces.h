@@ -28,15 +28,15 @@ bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char*
 /// depends on the declarations in the message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
-/// Returns the expanded name of a name that stands in an element or its text. Returns the name
-/// unchanged when no namespace is declared for it.
+/// Returns the expanded name for the name of an element, or for a name in the element's text.
+/// Returns the name unchanged when no namespace is declared for it.
 std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
 
 /// Returns a name without its prefix.
 std::string LocalName(const std::string& name);
 
-/// Returns the words of an element's text, which white space separates. XML comments are left out.
-/// Every text that is read from a message is one word or a list of words.
+/// Splits the text of an element at white space and returns the words. Comments and child elements
+/// are left out. Every text that is read from a message is one word or a list of words.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

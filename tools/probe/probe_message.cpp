@@ -13,8 +13,8 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-/// Builds a message. Its fields `soap`, `addressing` and `discovery` are the prefixes that stand
-/// for these namespaces in the message.
+/// Builds a message. The fields `soap`, `addressing` and `discovery` are the prefixes for the
+/// namespaces of SOAP, WS-Addressing and WS-Discovery in the message.
 class CMessageBuilder {
 public:
     explicit CMessageBuilder(const std::optional<DeviceType>& type)

@@ -145,8 +145,9 @@ void CProber::OnAnnouncement(const Datagram& datagram)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// Returns the time between an answer and the latest repetition of the Probe before it. This is the
-/// best guess: the repetitions are identical, so the answer does not tell which one it belongs to.
+/// Returns the time from a Probe to its answer. Of the repetitions of the Probe, the latest before
+/// the answer counts. This is the best guess: the repetitions are identical, so the answer does not
+/// tell which one it belongs to.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

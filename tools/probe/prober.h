@@ -23,7 +23,8 @@ struct ProbeSchedule {
     std::chrono::steady_clock::duration interval;
 };
 
-/// Counts of ignored datagrams, by reason.
+/// Counts of ignored datagrams, by reason. Readable messages to the group, such as the Probes of
+/// other clients, are not counted.
 struct IgnoredCounts {
     std::uint64_t otherProbe = 0;          ///< answers, but not to our latest Probes and Resolves
     std::array<std::uint64_t, 4> unread{}; ///< all others; the index is the reason, an Unread
@@ -61,8 +62,8 @@ public:
 
     /// Sends new Probes. The previous ones are no longer repeated, and their answers are ignored.
     ///
-    /// Errors: AdapterError; the Probes are then not repeated. If a later repetition fails, the run
-    /// of the I/O service throws the AdapterError; the service may be run again.
+    /// Errors: AdapterError; the Probes are then not repeated. If a later repetition or a Resolve
+    /// fails, the run of the I/O service throws the AdapterError; the service may be run again.
     void Ask(const std::vector<ClientMessage>& probes, const ProbeSchedule& schedule);
 
     /// Stops receiving and sending.
@@ -94,7 +95,7 @@ private:
     std::map<std::string, ClientMessage> resolves; ///< sent since the last Ask, by device address
     /// What is left of the schedule: `times` counts the repetitions still to send.
     ProbeSchedule remaining{};
-    /// When the current Probes were sent: one time for each repetition.
+    /// When the current Probes were sent; each repetition adds an entry.
     std::vector<std::chrono::steady_clock::time_point> sentTimes;
     IgnoredCounts ignored;
 };

@@ -194,7 +194,8 @@ void CProbers::Drop(const AdapterProber& former)
 ///
 /// @param adapters  as they are now
 /// @param deleted   indexes of deleted network devices; a new device may have the same index
-/// @return whether the change may have brought other devices within reach
+/// @return whether other devices may now be within reach: a prober was removed or was missing, or
+///         the state of a prober's adapter changed
 bool CProbers::Adopt(const std::vector<Adapter>& adapters, const std::set<int>& deleted)
 {
     bool changed = false;

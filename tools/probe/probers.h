@@ -16,11 +16,12 @@
 
 namespace kx::tools {
 
-/// Owns a prober for each adapter; with --to, one for each host on each adapter.
+/// Owns the probers. Without --to there is one for each adapter; with --to, one for each host; with
+/// --to and --adapter, one for each host on each named adapter.
 ///
-/// When watching, it follows the adapters. If an adapter is deleted and created again under its
-/// name, or gets another address, its probers are replaced, because their sockets no longer receive
-/// anything.
+/// When watching, it follows the adapters, unless the kernel's routes choose them. If an adapter is
+/// deleted and created again under its name, or gets another address, its probers are replaced,
+/// because their sockets no longer receive anything.
 ///
 /// If an adapter cannot be used, the others continue. The user is told once, and again only if a
 /// Probe could be sent on the adapter in the meantime. When watching, each Ask tries again to send,
@@ -46,14 +47,15 @@ public:
     /// Creates the probers.
     ///
     /// Errors: std::runtime_error when a named adapter does not exist or has no IPv4 address, when
-    /// none is named and only loopback has an IPv4 address, or when the adapters cannot be read. An
-    /// adapter on which no socket can be opened is only reported to `complain`.
+    /// neither --adapter nor --to is given and no adapter except loopback has an IPv4 address, or
+    /// when the adapters cannot be read. A failure to open a socket is only reported to `complain`.
     void Open();
 
     /// When watching, follows the adapters. Changes since this object was created are noticed too.
     /// Does nothing if the kernel's routes choose the adapters.
     ///
-    /// @param changed  called after a change that may have brought other devices within reach
+    /// @param changed  called when an adapter appears, disappears or changes its address or state,
+    ///                 because other devices may then be within reach
     ///
     /// Errors: std::runtime_error.
     void Follow(std::function<void()> changed);
@@ -99,9 +101,9 @@ private:
     std::uint64_t formerDropped = 0; ///< by the sockets of those probers
 
     /// None if the adapters are not followed. Created before the adapters are first read, so that
-    /// no change after that is missed.
+    /// no change after that reading is missed.
     std::optional<CAdapterMonitor> monitor;
-    /// The descriptor of `monitor`, which closes it.
+    /// The descriptor of `monitor`. The monitor closes it; the destructor only releases it.
     boost::asio::posix::stream_descriptor monitored;
     boost::asio::steady_timer gathering; ///< see kAdapterGatherTime
     std::function<void()> onChanged;

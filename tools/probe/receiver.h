@@ -32,8 +32,9 @@ struct Datagram {
 /// terminal. If it received them too, the sockets' buffers would overflow when all devices of a
 /// large site answer at the same time.
 ///
-/// Datagrams wait in a queue between the two threads. While the queue is full (64 MB), they stay in
-/// the sockets' buffers. The kernel drops and counts those for which a buffer has no space.
+/// Datagrams wait in a queue between the two threads. While the queue is full (64 MB), further
+/// datagrams stay in the sockets' buffers. The kernel drops and counts those for which a buffer has
+/// no space.
 ///
 /// While this object exists, the run of the I/O service does not end by itself. Threads: public
 /// functions on the thread that runs the I/O service.
@@ -88,8 +89,8 @@ private:
     boost::asio::io_context& ioService;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
 
-    /// Guards the fields from here to `stopping`. Receive holds it too: no reception is in progress
-    /// when Remove returns, so the caller may then close the socket.
+    /// Guards the fields from here to `stopping`. It is locked while Receive runs: no reception is
+    /// in progress when Remove returns, so the caller of Remove may then close the socket.
     std::mutex mutex;
     std::condition_variable roomMade; ///< the queue has space again, or `stopping` is set
     std::map<int, std::shared_ptr<const Handlers>> sockets; ///< by descriptor

@@ -13,9 +13,9 @@ namespace kx::tools {
 /// Asks all devices again in rounds, 30 s after the end of the previous round or when AskSoon is
 /// called, and reports the paths (see CDeviceList) that no longer answer.
 ///
-/// A round sends a Probe and waits a second for the answers. While a path is still silent, it sends
-/// another Probe, up to three in all, because datagrams get lost. It sends no more than needed,
-/// because every recorder logs every Probe.
+/// A round sends a Probe and waits a second for the answers. If a path is silent that should have
+/// answered, the round sends another Probe, up to three in all, because datagrams get lost. It
+/// sends no more than needed, because every recorder logs each Probe that it answers.
 ///
 /// Must outlive the run of the I/O service, because the timer's handler refers to it. Threads: the
 /// one that runs the I/O service.
@@ -45,7 +45,7 @@ private:
     const std::function<void(const Event&)> lost;
     boost::asio::steady_timer timer;
     int asked = 0;      ///< Probes sent in this round; 0 between rounds
-    bool again = false; ///< AskSoon was called after this round began
+    bool again = false; ///< AskSoon was called after the latest round began
 };
 
 } // namespace kx::tools

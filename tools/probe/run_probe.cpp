@@ -99,7 +99,7 @@ private:
     void StartProbers(double timeoutSeconds);
     void Listen();
     int Close(double timeoutSeconds);
-    void ShowProgress(); ///< shows the progress now and again every kProgressInterval
+    void ShowProgress(); ///< shows the progress immediately, then every kProgressInterval
     bool OnHeard(Message::Kind kind, const Heard& heard);
     void Show(const Event& event);
     std::string FoundText() const;
@@ -226,7 +226,7 @@ bool CLookup::OnHeard(Message::Kind kind, const Heard& heard)
     for (const Event& each : devices.Record(kind, heard)) {
         Show(each);
         // A device that says Hello may be a listed one that restarted with a new wsa:Address. A
-        // Probe to all devices shows which of the two still answers.
+        // Probe to all devices shows whether the listed one still answers.
         if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
             rounds.AskSoon();
     }

@@ -22,7 +22,7 @@ struct ProbeOptions {
     /// Hosts to ask. If empty, the discovery group 239.255.255.250 is asked.
     std::vector<boost::asio::ip::udp::endpoint> hosts;
     std::optional<DeviceType> sought = RecorderType(); ///< type to list; none: devices of any type
-    /// Time to listen. If none, kDefaultTimeoutSeconds; with `watch`, there is no limit.
+    /// Time to listen. If none: without `watch` kDefaultTimeoutSeconds, with `watch` no limit.
     std::optional<double> timeoutSeconds;
     int times = 1; ///< how many times the first Probe is sent
     bool watch = false;
