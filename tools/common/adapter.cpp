@@ -53,8 +53,8 @@ std::string MacText(nl_addr* address)
                : kNoMacAddress;
 }
 
-/// Returns the IPv4 addresses of a device in the order of the kernel, which lists the primary
-/// address first.
+/// Returns the IPv4 addresses of a device in the order of the kernel, which lists primary addresses
+/// before secondary ones.
 std::vector<std::string> AddressesOf(nl_cache* addresses, int index)
 {
     std::vector<std::string> found;
@@ -100,7 +100,8 @@ std::vector<Adapter> ReadAdapters()
         const std::vector<std::string> found = AddressesOf(addresses.get(), index);
         const std::string address = found.empty() ? "" : found.front();
         const unsigned flags = rtnl_link_get_flags(link);
-        // IFF_RUNNING is set if the device has a carrier or cannot detect one.
+        // The kernel sets IFF_RUNNING in the operational states "up" and "unknown": the device has
+        // a carrier or cannot detect one.
         const bool connected = !address.empty() && (flags & IFF_UP) && (flags & IFF_RUNNING);
         adapters.push_back(
             {rtnl_link_get_name(link), index, address, MacText(rtnl_link_get_addr(link)), connected,

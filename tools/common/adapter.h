@@ -49,8 +49,8 @@ std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
 /// Returns the same adapters as FindAdapters, but requires that each name belongs to an adapter
 /// with an IPv4 address.
 ///
-/// Errors: std::runtime_error when a name has no such adapter; its text lists the adapters of the
-/// machine.
+/// Errors: std::runtime_error when a name has no such adapter. The text of the error lists
+/// `adapters`.
 std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
                                     const std::vector<std::string>& names);
 

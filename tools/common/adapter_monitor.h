@@ -13,9 +13,9 @@ namespace kx::tools {
 /// read again after the rest of it.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
-/// Reports over rtnetlink(7) that adapters of this machine or their addresses have changed. Call
-/// ReadAdapters for the new state: its result is complete even if the kernel dropped announcements
-/// of changes because there were too many.
+/// Reports over rtnetlink(7) that adapters of this machine or their IPv4 addresses have changed.
+/// Call ReadAdapters for the new state: its result is complete even if the kernel dropped
+/// announcements of changes because there were too many.
 ///
 /// Not thread-safe.
 class CAdapterMonitor {

@@ -17,12 +17,13 @@ inline constexpr char kDefaultColor[] = "\033[0m";
 /// environment is unset or empty. Thread-safe.
 bool WantsColor();
 
-/// Returns the columns of the terminal on standard output (ioctl_tty(2)); if that is not a
-/// terminal, the value of COLUMNS in the environment, otherwise 80. Thread-safe.
+/// Returns the columns of the terminal on standard output (ioctl_tty(2)). If standard output is not
+/// a terminal or the terminal reports no columns, returns the value of COLUMNS in the environment,
+/// or 80 if that is not a positive number. Thread-safe.
 std::size_t TerminalWidth();
 
-/// Breaks a text into lines at its spaces. Line feeds in the text stay. A word that is longer than
-/// a line gets a separate line.
+/// Breaks a text into lines at its spaces. Several spaces between two words become one. Line feeds
+/// between words stay. A word that is longer than a line gets a separate line.
 ///
 /// @param width   columns of a line; 0 counts as 1
 /// @param indent  spaces at the beginning of each line except the first, not counted in `width`

@@ -4,8 +4,8 @@
 
 namespace kx::tools {
 
-/// Returns the version of this tool's package. If it was built in a git repository, the commit
-/// follows, with "-dirty" if the sources differ from the commit:
+/// Returns the version of this tool's package. If the tool was built in a git repository, the
+/// commit follows, with "-dirty" if the sources differ from the commit:
 /// "8.6.2.115651 (commit 0123456789ab-dirty)". Thread-safe.
 std::string VersionText();
 
