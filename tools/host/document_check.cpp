@@ -59,7 +59,8 @@ std::string HandleFault(const std::string& handle)
     return "";
 }
 
-/// Returns the devices that have an address: "eth1, eth2" or "no device of this machine".
+/// Returns the names of the devices that have this address: "eth1, eth2", or "no device of this
+/// machine".
 std::string Holders(const Devices& devices, const std::string& address)
 {
     std::string list;
@@ -169,7 +170,7 @@ private:
             Compose(parentName, " has no element ", name, OtherSpelling(parent, name)));
     }
 
-    /// Notes the later elements of the same name: the plug-in reads only the first one.
+    /// Notes the elements that follow `first` and have its name: the plug-in does not read them.
     void NoteFurther(const XMLElement& first)
     {
         for (const XMLElement* each = first.NextSiblingElement(first.Name()); each;
@@ -227,9 +228,9 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Notes what keeps the plug-in from starting an endpoint for the adapter. Call it for the
-    /// adapters in the document's order: after an invalid address the plug-in starts no further
-    /// endpoint.
+    /// Notes what may keep the plug-in from starting an endpoint for the adapter, and counts the
+    /// adapter in `startedCount` if it can start. Call it for the adapters in the document's order:
+    /// after an invalid address the plug-in starts no further endpoint.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);

@@ -53,10 +53,11 @@ public:
     virtual int Descriptor() const { return -1; }
 
     /// Reads the changes; call it when the descriptor is readable. Next then returns a document
-    /// only if it differs from the last one. Errors: as Read.
+    /// only if it differs from the one that Next returned last. Errors: as Read.
     virtual void ReadChanges() {}
 
-    /// Returns a new document to hand over, each one once; nothing if there is none.
+    /// Returns the document to hand over if there is a new one since the last call, otherwise
+    /// nothing.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
@@ -81,14 +82,14 @@ public:
 private:
     const int port;
     const ReadListed readListed;
-    /// Only to watch for changes. Created before the first Read, so that no change after it is
-    /// missed.
+    /// Exists only if the adapters are watched. Created before the first Read, so that no change
+    /// after that Read is missed.
     std::optional<CAdapterMonitor> monitor;
     std::vector<Adapter> adapters;
-    /// How many times ReadChanges found that a connected adapter was deleted or is no longer
-    /// connected. An adapter that is back under its name may be another device, and the sockets of
-    /// the old device receive nothing. This number is part of the document, so that each change of
-    /// it makes the plug-in open new sockets.
+    /// How many times ReadChanges found that a connected adapter was deleted or renamed or is no
+    /// longer connected. An adapter that is back under its name may be another device, and the
+    /// sockets of the old device receive nothing. This number is part of the document, so that each
+    /// change of it makes the plug-in open new sockets.
     int goneCount = 0;
     std::string handedOverText;
 };

@@ -20,12 +20,13 @@ void SetLogForm(LogForm form);
 void Say(const std::string& text);
 
 /// The host's callback, a PelorinHostCallback: prints a record of the plug-in on standard output
-/// and flushes it. Does not touch the reply, whose status therefore stays 0. Thread-safe.
+/// and flushes it. Updates the count of StopRecordCount. Does not touch the reply, whose status
+/// therefore stays 0. Thread-safe.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
 /// Returns how many times the plug-in has logged that it stops all endpoints, counted since this
-/// process started. This is the first record when the plug-in acts on a changed document; it also
-/// logs it when its run ends. Thread-safe.
+/// process started. This record is the first one when the plug-in acts on a changed document. The
+/// plug-in also logs it when its run ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -129,8 +129,8 @@ int Host(const HostOptions& options)
     if (options.limitSeconds)
         limit = ToDuration(*options.limitSeconds);
 
-    // Without SIGPIPE the host continues when the reader of its output, such as head(1), ends
-    // first. It can then close the plug-in, which sends a Bye.
+    // SIGPIPE would end the host when the reader of its output, such as head(1), ends first. The
+    // host has to continue and close the plug-in later, so that the plug-in sends a Bye.
     std::signal(SIGPIPE, SIG_IGN);
     const CSignalQueue signals;
     const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)

@@ -17,10 +17,11 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// Interval at which a document is sent until the plug-in acts on it or kActBound has passed.
+/// Maximum time between two calls of CDelivery::Resend.
 constexpr milliseconds kResendInterval{100};
-/// Interval at which a document is sent after the plug-in has acted on it or kActBound has passed:
-/// a plug-in that was busy for longer than kActBound may have missed all earlier sends.
+/// Minimum time between two sends of a document when CDelivery::Resend no longer sends it at every
+/// call. The document is still sent, because a plug-in that was busy for longer than kActBound may
+/// have missed all earlier sends.
 constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
 /// blocked endpoints first, and it does not act on a document that changes nothing.
@@ -37,9 +38,9 @@ void SayFindings(const DocumentCheck& check)
     Say(Compose("The document is ", ToText(check.verdict)));
 }
 
-/// Hands documents to the plug-in, each several times, because the plug-in misses a document that
-/// comes while it is not waiting for one. Repetitions do no harm: the plug-in ignores a document
-/// that changes nothing.
+/// Hands documents to the plug-in, each repeatedly until the next one, because the plug-in misses a
+/// document that comes while it is not waiting for one. Repetitions do no harm: the plug-in ignores
+/// a document that changes nothing.
 class CDelivery {
 public:
     explicit CDelivery(const CPluginLibrary& served) : plugin(served) {}
@@ -66,9 +67,10 @@ public:
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // Read before the Apply below. A new stop record may belong to the previous document.
-        // `settled` is then set too early, but this Apply still sends the document once after that
-        // record. Read afterwards, the next send could come only after kRepeatInterval.
+        // The count is read before the Apply below. If it has grown, the new stop record may belong
+        // to the previous document. `settled` is then set too early, but the Apply still sends the
+        // document once after that record. If the count were read after the Apply, the document
+        // would be sent after that record only when kRepeatInterval has passed.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

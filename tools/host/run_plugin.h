@@ -13,11 +13,11 @@ namespace kx::tools {
 ///
 /// @param source   supplies the documents; its Read has been called
 /// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
-/// @param limit    how long the plug-in runs; none: until SIGINT or SIGTERM arrives
+/// @param limit    how long the plug-in runs at most; none: until SIGINT or SIGTERM arrives
 ///
-/// Errors: std::runtime_error when the plug-in throws, for example because it cannot create a
-/// thread, or when its run ends before it is asked to. If the run threw, Unload is not called,
-/// because it would wait for the end of the run forever.
+/// Errors: std::runtime_error when the plug-in or the host throws, for example because no thread
+/// can be created, or when the plug-in's run ends before it is asked to. After an exception, Unload
+/// is not called: if the run threw, Unload would never return.
 /// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);
