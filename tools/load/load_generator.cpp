@@ -113,9 +113,9 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
-/// Returns until when to wait for answers at most: until the next message is due, the oldest
-/// question has waited for kAnswerBound or the sending ends, whichever is first. Call it only with
-/// a rate.
+/// Returns the time when a wait for answers has to end: when the next message is due, when the
+/// oldest question has waited for kAnswerBound or when the sending ends, whichever comes first, but
+/// at most kAnswerBound from now. Call it only with a rate.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -198,9 +198,10 @@ void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Tim
     result.elapsed = now - start;
 }
 
-/// Removes the oldest questions that wait for no further answer. A question waits for kAnswerBound
-/// at most; if it is unanswered then, it is lost. Without a record it waits for its first answer
-/// only; with a record it waits on, because several devices may answer.
+/// Removes the oldest questions that wait for no further answer, and writes the record if there is
+/// one. Without a record, a question waits until its first answer comes, but at most for
+/// kAnswerBound. With a record, each question waits for the whole of kAnswerBound, because several
+/// devices may answer. A question without an answer after kAnswerBound counts as lost.
 void CLoadGenerator::ForgetSettled(Time now)
 {
     while (!questions.empty() && ((questions.front().answered && !load.record) ||

@@ -52,8 +52,9 @@ public:
     /// Errors: boost::system::system_error when the socket cannot be created.
     explicit CLoadGenerator(const Load& load);
 
-    /// Sends the messages and returns when each of them is answered or lost; if no answers are
-    /// wanted, when all are sent. May be called once.
+    /// Sends the messages. Returns when each of them is answered or lost. If there is a record,
+    /// returns when a second has passed after each of them. If no answers are wanted, returns when
+    /// all are sent. May be called once.
     ///
     /// Errors: std::system_error when sending, waiting or receiving fails.
     LoadResult Run();

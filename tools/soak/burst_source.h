@@ -14,7 +14,7 @@ namespace kx::tools {
 /// Next also prints ProcessState, at most once a second.
 class CBurstSource : public IDocumentSource {
 public:
-    /// @param served     its Load has been called before Next is; outlives this object
+    /// @param served     Load of this library is called before Next; outlives this object
     /// @param generator  for the times and documents of the bursts; outlives this object
     CBurstSource(const CPluginLibrary& served, std::mt19937& generator);
 

@@ -9,7 +9,7 @@
 # a line for each second: the samples. A life of the plug-in is the time from Load to Unload.
 
 BEGIN {
-    margin = 0.25 # s; no answer is required this close to a start or stop of the endpoint
+    margin = 0.25 # s; near a start or stop of the steady adapter's endpoint, no answer is required
     max_silence = 60 # s between two states in the log; the host prints one each second
     long_life = 3 # s; in a longer life at least one Probe must be answered
     min_share = 0.99 # of the Probes that must be answered; a few may be lost
@@ -94,8 +94,8 @@ file == 2 {
     second = int(now - start)
     ++sent[second]
     sent_answered[second] += answered
-    # The steady adapter must answer only if its endpoint was up from `margin` seconds before the
-    # Probe until `margin` seconds after it.
+    # An answer of the steady adapter is required only if its endpoint was up from `margin` seconds
+    # before the Probe until `margin` seconds after it.
     while (up < ups && up_from[up + 1] + margin <= now)
         ++up
     if (up == 0 || now < up_from[up] + margin || now > (up in up_to ? up_to[up] : end) - margin)
