@@ -15,8 +15,9 @@ namespace kx {
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Returns whether a piece is a text or an integer of more than one byte. AppendPlain can append
-/// these; bool, char and std::uint8_t need a stream.
+/// Returns whether a piece is a text or an integer of more than one byte. AppendPlain appends these
+/// as a stream would. Other pieces need a stream. Among them are char and std::uint8_t, which a
+/// stream prints as characters, not as numbers.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -43,8 +44,8 @@ void AppendPlain(std::string& text, const Piece& piece)
 /// stream with the global locale could print port 22609 as 22,609, because the host may have set a
 /// locale with digit grouping.
 ///
-/// Uses no stream if all arguments are texts and integers: constructing the stream would take
-/// longer than the rest of the work.
+/// Uses no stream if all arguments are texts or integers of more than one byte: constructing the
+/// stream would take longer than the rest of the work.
 ///
 /// Thread-safe.
 template <class... Pieces>

@@ -6,9 +6,11 @@
 
 namespace kx {
 
-/// A 128-bit random identifier. CoCreateGuid fills its bytes in memory order; FormatGuidText prints
-/// the first three fields as integers in the machine's byte order. The number behind each field is
-/// its offset in bytes; the groups are those of the text.
+/// A 128-bit random identifier. CoCreateGuid fills its 16 bytes in memory order. FormatGuidText
+/// prints the first three fields as integers, so on a little-endian machine it prints the bytes of
+/// each of them in reverse order.
+///
+/// The comment of each field says its offset in bytes, and which groups of the text show it.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
@@ -56,10 +58,10 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 ///
 /// @param out  out: a string of size 37, whose last character is a NUL. To print it, use c_str().
 ///
-/// Deliberate: the string is one character longer than the text. With a capacity of 36,
-/// CreateUuidText would write nothing.
+/// Deliberate: the string is one character longer than the text, because CreateUuidText also writes
+/// the NUL. With a capacity of 36, it would write nothing.
 ///
-/// Errors: those of CoCreateGuid. Thread-safe.
+/// Errors: std::bad_alloc, and those of CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);
 
 } // namespace kx
