@@ -20,7 +20,8 @@ inline constexpr unsigned kAnnounceBye = 1;
 /// Deliberate: a Bye contains only the endpoint reference. A client that reads types and addresses
 /// from every message would take a Bye that contains them for a Hello.
 ///
-/// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid. Thread-safe.
+/// Errors: std::bad_alloc; ends the process if /dev/urandom cannot be read, see CoCreateGuid.
+/// Thread-safe.
 void BuildAnnouncement(const EndpointDescription& description, unsigned kind, std::string& out);
 
 } // namespace kx

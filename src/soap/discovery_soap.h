@@ -48,6 +48,8 @@ public:
     /// @param typesText  out: text of Types, set if found and messageId was set
     /// @param action     out: text of Action, set if found, whatever the kind of message
     /// @return 1 for a Probe for one of `types`; 0 for everything else, malformed XML included
+    ///
+    /// Errors: std::bad_alloc.
     std::int32_t ParseProbe(const char* data, std::size_t length, std::string& messageId,
                             std::string& typesText, std::string& action) const;
 
@@ -57,13 +59,13 @@ public:
     /// @param probeMessageId  the text that ParseProbe set
     /// @param out             out: the whole message; its former content is replaced
     ///
-    /// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid.
+    /// Errors: std::bad_alloc; ends the process if /dev/urandom cannot be read, see CoCreateGuid.
     void ProbeMatches(const std::string& probeMessageId, const EndpointDescription& description,
                       std::string& out) const;
 };
 
 /// Finds the prefix of a namespace among the declarations of one element, such as "wsd:" for
-/// xmlns:wsd="http://schemas.xmlsoap.org/ws/2005/04/discovery". The first declaration matches whose
+/// xmlns:wsd="http://schemas.xmlsoap.org/ws/2005/04/discovery". Uses the first declaration whose
 /// URI begins with http:// and contains the fragment. A default namespace (xmlns="...") never
 /// matches.
 ///

@@ -121,8 +121,9 @@ void AppendTarget(XMLElement& parent, const EndpointDescription& description, XM
         parent.InsertEndChild(scopes);
     parent.InsertEndChild(MakeXAddrs(document, description.xaddrs));
     // Deliberate: always 1, although WS-Discovery (April 2005) 4.1 requires a higher number after a
-    // change of the metadata. A run does not know the number that the previous run reached. If it
-    // counted from 1 again, clients that remember a higher number would ignore its metadata as old.
+    // change of the metadata. A run does not know the number that the previous run reached, and
+    // would count from 1 again. A client that identifies the recorder by its MAC address and
+    // remembers a higher number would then ignore the new metadata as old.
     AppendText(parent, "wsd:MetadataVersion", "1");
 }
 

@@ -24,9 +24,9 @@ tinyxml2::XMLElement* MakeMacScope(tinyxml2::XMLDocument& document, const std::s
 /// Creates wsd:Types with all types, separated by spaces. Each type that does not begin with the
 /// vendor's prefix gets it: X becomes ktz:X. Without types, the element is empty.
 ///
-/// Deliberate: a type with another prefix gets the vendor's prefix too: dn:X becomes ktz:dn:X. The
-/// envelope does not declare dn, so a client that resolves prefixes would refuse a message with
-/// dn:X.
+/// Deliberate: a type with another prefix gets the vendor's prefix too, so dn:X becomes ktz:dn:X.
+/// The envelope does not declare dn, and a client that resolves prefixes would refuse a message
+/// with dn:X.
 tinyxml2::XMLElement* MakeTypes(tinyxml2::XMLDocument& document,
                                 const std::vector<std::string>& types);
 
@@ -41,10 +41,10 @@ tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
 /// @return the body, for the caller to fill; already attached
 ///
 /// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7), which numbers the messages. A
-/// run does not know the numbers of the previous run. If it used lower ones, clients would discard
-/// its messages as old.
+/// run does not know the numbers of the previous run. If it used lower ones, a client that
+/// identifies the recorder by its MAC address would discard its messages as old.
 ///
-/// Errors: ends the process if /dev/urandom cannot be read, see CoCreateGuid.
+/// Errors: std::bad_alloc; ends the process if /dev/urandom cannot be read, see CoCreateGuid.
 tinyxml2::XMLElement* OpenMessage(tinyxml2::XMLDocument& document, const char* action,
                                   const char* relatesTo, const char* to);
 

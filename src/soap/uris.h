@@ -11,7 +11,7 @@ inline constexpr char kVendorDiscoveryUri[] = "http://schemas.ktzkx.example/disc
 
 /// The device type of a recorder; its namespace is kVendorDiscoveryUri.
 inline constexpr char kDeviceType[] = "NetworkVideoRecorder";
-/// The device types, without prefix, that a recorder advertises and whose Probes it answers.
+/// The device types, without prefix. A recorder advertises them and answers Probes for them.
 inline constexpr const char* kDeviceTypes[] = {kDeviceType};
 /// Begins the scope that contains the MAC address of the recorder's adapter.
 inline constexpr char kMacScopePrefix[] = "mac:";
