@@ -95,8 +95,9 @@ void CDiscoveryManager::StopAll()
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
     // An endpoint's last handler may still be running here, because a handler first decrements the
-    // count that Busy() reads, and only then does its work. The handler posted here runs after it
-    // on the I/O thread, and its copy of the pointers keeps the endpoints alive until then.
+    // counts that Busy() reads, and only then does its work. The handler posted here runs on the
+    // I/O thread after that last handler, and its copy of the pointers keeps the endpoints alive
+    // until then.
     // A copy, not a move: if post threw std::bad_alloc, moved endpoints would be destroyed
     // immediately, while that last handler may still use them.
     boost::asio::post(*ioService, [released = endpoints] {});

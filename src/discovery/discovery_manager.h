@@ -25,8 +25,8 @@ namespace kx {
 /// Threads: I/O for RunIoService, manager for everything else.
 class CDiscoveryManager {
 public:
-    /// Errors: boost::thread_resource_error when the I/O service cannot be created. If /dev/urandom
-    /// cannot be read, the process ends, see CoCreateGuid.
+    /// Errors: std::bad_alloc; boost::thread_resource_error when the I/O service cannot be created.
+    /// If /dev/urandom cannot be read, the process ends, see CoCreateGuid.
     CDiscoveryManager();
     CDiscoveryManager(const CDiscoveryManager&) = delete;
     CDiscoveryManager& operator=(const CDiscoveryManager&) = delete;
@@ -44,10 +44,11 @@ public:
     /// always been silent.
     void Start(std::int32_t multicastEnabled, const std::vector<AdapterRecord>& adapters);
 
-    /// Sends a Bye from every endpoint, stops all endpoints and releases them. Returns when no
-    /// asynchronous operation of an endpoint is outstanding, after 10 ms at least. This wait has no
-    /// upper limit, because the host's callback may block the I/O thread. An endpoint is destroyed
-    /// when its last handler has returned, which can be shortly after the return of this function.
+    /// Lets every endpoint whose socket is open send a Bye, stops all endpoints and releases them.
+    /// Returns when no asynchronous operation of an endpoint is outstanding, after 10 ms at least.
+    /// This wait has no upper limit, because the host's callback may block the I/O thread. An
+    /// endpoint is destroyed after its last handler has returned, which can be shortly after the
+    /// return of this function.
     void StopAll();
 
     /// Calls StopAll, then lets RunIoService return as soon as all handlers have run.

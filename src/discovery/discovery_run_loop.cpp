@@ -23,11 +23,11 @@ constexpr char kAddressScheme[] = "ktzkx://";
 /// The I/O thread of a run. The destructor stops the manager and joins the thread, so that the
 /// thread ends before the manager is destroyed, also if an exception ends the run.
 ///
-/// Not a boost::thread, because that class needs the compiled library Boost.Thread. A host that has
-/// loaded another version of the library could supply its symbols to the plug-in.
+/// Not a boost::thread, because that class needs the compiled library Boost.Thread. If the host has
+/// loaded another version of this library, the plug-in could call the functions of that version.
 class CIoThread {
 public:
-    /// Errors: boost::thread_resource_error when the thread cannot be started.
+    /// Errors: std::bad_alloc; boost::thread_resource_error when the thread cannot be started.
     explicit CIoThread(CDiscoveryManager& served) : manager(served)
     {
         try {
@@ -66,9 +66,9 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits once for the context's condition. Then, if the port or the adapters in the context differ
-/// from the arguments, copies them to the arguments and returns true. Returns false if nothing has
-/// changed or a stop was requested.
+/// Waits once for the context's condition. Then returns false if a stop was requested, or if the
+/// port and the adapters in the context are the same as the arguments. Otherwise copies both to the
+/// arguments and returns true.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

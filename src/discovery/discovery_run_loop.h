@@ -4,14 +4,18 @@
 
 namespace kx {
 
-/// The run loop: runs one endpoint on every adapter in the context, replaces all endpoints when the
-/// port or the adapters change, and returns when a stop is requested.
+/// The run loop: runs endpoints for the adapters in the context (see CDiscoveryManager::Start),
+/// replaces all endpoints when the port or the adapters change, and returns when a stop is
+/// requested.
 ///
 /// Deliberate: first waits for the condition of the context, then compares the port and the
-/// adapters. A document that was applied before the first wait or during a change of endpoints, and
-/// a stop between the check of `stopRequested` and the wait, therefore take effect only at the next
-/// wake-up. If the loop compared before it waits, endpoints would also start and stop at times when
-/// the server makes no call, which servers have never had to expect.
+/// adapters. A document that was applied before the first wait or during a change of endpoints
+/// therefore takes effect only at the next wake-up. If the loop compared before it waits, endpoints
+/// would also start and stop at times when the server makes no call, which servers have never had
+/// to expect.
+///
+/// A stop that is requested between the check of `stopRequested` and the wait takes effect only at
+/// the next wake-up too, because Close takes no lock.
 ///
 /// Errors: boost::thread_resource_error when the I/O service or the I/O thread cannot be created;
 /// std::bad_alloc; what the host's callback throws. After an error, `running` stays set. An

@@ -144,8 +144,8 @@ bool CDiscoveryUdp::SetUpSocket()
     return true;
 }
 
-/// Binds the socket to the adapter's device (SO_BINDTODEVICE of socket(7)). Logs a failure and
-/// returns false.
+/// Binds the socket to the adapter's device (SO_BINDTODEVICE of socket(7)). If that fails, logs the
+/// failure and returns false.
 bool CDiscoveryUdp::BindToDevice()
 {
     ifreq request{};

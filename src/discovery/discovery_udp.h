@@ -23,7 +23,7 @@ namespace kx {
 /// space in the socket's send buffer.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
 /// Maximum time that SendBye tries to send, and that StopOperations waits for the teardown: 0.49 s.
-/// Each endpoint whose Bye cannot be sent delays a stop by up to this time.
+/// Each endpoint whose Bye waits for space in the send buffer delays a stop by up to this time.
 inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
@@ -31,15 +31,16 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 /// Hello nor a Probe arrives. Held by shared pointer, never copied.
 ///
 ///     constructed --Restart--> listening: receive pending, watchdog armed, Hello sent
-///     listening --receive failed, or fourth failed send in a row--> back-off: socket closed
+///     listening --receive failed, or 4th or later failed send in a row--> back-off: socket closed
 ///     Restart --socket cannot be set up--> back-off: socket closed
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
 /// Threads: the manager's thread runs the constructor and the first Restart. The first Restart
 /// either hands the start of all operations to the I/O thread or, if the socket cannot be set up,
-/// starts the retry timer. After that, the manager's thread only stops the endpoint, and the two
-/// threads share only the atomic fields. Everything else runs on the I/O thread.
+/// starts the retry timer. After that, the manager's thread only stops the endpoint. Of the fields
+/// that change, the two threads then share only the atomic ones. Everything else runs on the I/O
+/// thread.
 ///
 /// Teardown: StopOperations(true) sets `stopping` and `closing`, then posts the teardown to the I/O
 /// thread. A handler that checked the flags before they were set can still open a socket or start a
@@ -52,7 +53,8 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///  - A completion handler decrements the count first. The teardown decrements it last, so the
 ///    endpoint stays busy until the teardown is complete.
 ///  - The count is incremented after the operation is started. If the start throws std::bad_alloc,
-///    no handler will run, and with a count incremented before, a stop would wait forever.
+///    no handler will run. If the count were incremented earlier, nothing would decrement it again,
+///    and a stop would wait forever.
 ///  - No completion handler runs before that increment: the I/O thread is still running the code
 ///    that started the operation, or the manager's thread has started the retry timer, which takes
 ///    seconds. The teardown can run before its increment. That is harmless, because only the
@@ -69,9 +71,9 @@ public:
     /// @param groupAddress      the multicast group, as IPv4 dotted text
     /// @param port              the discovery port, local and of the group
     ///
-    /// Errors: boost::system::system_error: EINVAL when an address is not IPv4 dotted text, another
-    /// code when the I/O service cannot create its own descriptors (epoll(7)). It creates them when
-    /// its first endpoint is constructed.
+    /// Errors: std::bad_alloc; boost::system::system_error: EINVAL when an address is not IPv4
+    /// dotted text, another code when the I/O service cannot create its own descriptors (epoll(7)).
+    /// The service creates them when its first endpoint is constructed.
     CDiscoveryUdp(boost::asio::io_context& ioService, const AdapterRecord& adapter,
                   const EndpointDescription& description, std::int32_t multicastEnabled,
                   const std::string& groupAddress, std::uint16_t port);
@@ -122,6 +124,7 @@ private:
 
     // Set-up, back-off and teardown, in discovery_udp.cpp. In the first Restart, SetUpSocket,
     // BindToDevice, JoinGroup, ScheduleRetry and CloseSocketAndTimers run on the manager's thread.
+    // The destructor calls CloseSocketAndTimers on any thread.
     bool SetUpSocket();
     bool BindToDevice();
     void JoinGroup(boost::system::error_code& error);
@@ -130,7 +133,7 @@ private:
     void CloseSocketAndTimers();
 
     // The watchdog of the group membership, in discovery_udp_watchdog.cpp. It joins the group again
-    // if no Hello or Probe arrives within kWatchdogPeriod.
+    // if no Hello or Probe arrives within kWatchdogPeriod, but at most kMaxRejoins times.
     void ArmActivityTimer();
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);

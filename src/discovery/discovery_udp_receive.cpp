@@ -63,8 +63,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
-    // MayMatch saves the parsing of most datagrams, but finds no action. Until a Hello or a Probe
-    // was received, every datagram is parsed: the watchdog needs to know its action.
+    // MayMatch saves the parsing of most datagrams, but does not tell their action. Until a Hello
+    // or a Probe was received, every datagram is parsed, because the watchdog needs its action.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
@@ -73,9 +73,9 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         AnswerProbe(messageId, typesText);
         return;
     }
-    // Any Hello or Probe, including the endpoint's own Hello, shows that the socket receives
-    // datagrams to the group.
-    // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast, also without
+    // A Hello or a Probe, such as the endpoint's own Hello, normally comes to the group. So it
+    // counts as a sign that the socket receives datagrams to the group.
+    // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast, even without
     // a working membership. If it counted, the watchdog would not join the group again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();

@@ -62,7 +62,7 @@ void CDiscoveryUdp::SendBye()
     sendDestination = groupEndpoint;
 
     // A blocking send could be ended only by closing the descriptor while the system call uses it.
-    // So this loop sends without blocking and polls, and ends after kMaxStopWait or when
+    // So this loop sends without blocking and polls. It gives up after kMaxStopWait, or earlier if
     // StopOperations sets `byeDone`. If the socket is closed, non_blocking fails and nothing is
     // sent.
     error_code error;
@@ -107,9 +107,9 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         if (!socket.is_open() || sendRetryCount >= kFailuresBeforeRestart)
             ScheduleRetry();
         ++sendRetryCount;
-        // Deliberate: also retries after ScheduleRetry has closed the socket. Otherwise the record
-        // below would be missing from the log. That last retry fails, and its handler then does
-        // nothing, because `closing` is set.
+        // Deliberate: retries even after ScheduleRetry has closed the socket. Otherwise the record
+        // below would be missing from the log. That last retry fails, and its handler then only
+        // decrements `pendingOps`, because `closing` is set.
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {
