@@ -6,8 +6,8 @@
 
 namespace kx::log {
 
-/// Sends each log message to the host as one XML record, on the caller's thread. Keeps no queue and
-/// no state.
+/// Sends each log message to the host as one XML record, on the caller's thread. Messages at
+/// kLogLocal go to standard error instead. Keeps no queue.
 class CCoreLog : public ICoreLog {
 public:
     /// Sends the first 511 bytes of the text to the host. At kLogLocal, prints them to standard

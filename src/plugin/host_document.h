@@ -6,7 +6,8 @@
 /// pelorin/plugin.h shows each document.
 namespace kx {
 
-// The root element of every document except the log record, and its attribute, which is always 0.
+// The root element of every document except the log record. Its attribute Delta is always 0: the
+// plug-in ignores a document with another value or none.
 inline constexpr char kRootElement[] = "Qorm";
 inline constexpr char kDeltaAttribute[] = "Delta";
 

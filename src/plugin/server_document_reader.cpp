@@ -11,7 +11,7 @@ using tinyxml2::XMLElement;
 namespace kx {
 namespace {
 
-/// The length of a document that ends at its NUL.
+/// As the length of a document: the document ends at its first NUL.
 constexpr std::int32_t kUpToNul = -1;
 
 /// Copies the text of an attribute to `value`; returns false if the attribute is missing or empty.

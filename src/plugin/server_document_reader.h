@@ -18,10 +18,10 @@ struct ServerSettings {
 
 /// Reads a server and adapter document. Leaves out the adapters that ReadAdapter rejects.
 ///
-/// @param text    the document; needs no NUL at its end
+/// @param text    the document; needs a NUL at its end only if `length` is -1
 /// @param length  bytes at `text`; -1: up to the first NUL
 /// @return nothing if tinyxml2 cannot parse the document, if an element of ServerElements is
-///         missing, if Delta is not 0, or if `length` is less than -1
+///         missing, if Delta is missing or not 0, or if `length` is less than -1
 ///
 /// Errors: std::bad_alloc. Thread-safe.
 std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t length);
