@@ -20,15 +20,17 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// The threads of a process. Each begins as kIo, and those of the test then change their `current`.
-/// So the I/O thread, the only one that the plug-in creates, remains kIo. Allocations of kTest
-/// never fail.
+/// What a thread is used for. Each thread begins as kIo, and those of the test then change their
+/// `current`. So the I/O thread, the only one that the plug-in creates, remains kIo. The main
+/// thread is kDocument while it hands over a document, otherwise kTest. Allocations of kTest never
+/// fail.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
 
 Thread failing = Thread::kTest;
-/// Each allocation of the thread `failing` decrements it. The allocation that makes it 0 fails.
+/// Each allocation of the thread `failing`, except in the host's callback, decrements it. The
+/// allocation that makes it 0 fails.
 std::atomic<int> countdown{0};
 std::atomic<bool> failed{false};
 
@@ -74,7 +76,7 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept
 namespace {
 
 /// The exit statuses of a process that runs the plug-in once, from Load to Unload (a life).
-constexpr int kNothingFailed = 0; ///< the life had fewer allocations than the number to fail
+constexpr int kNothingFailed = 0; ///< the life ended before the allocation that was to fail
 constexpr int kReturned = 10;     ///< an allocation failed, and no call of the plug-in threw
 constexpr int kThrew = 11;        ///< an allocation failed, and a call threw std::bad_alloc
 /// The signal that ends a process whose failed allocation leads to std::terminate. An exit would be
@@ -95,8 +97,8 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 }
 
 /// Runs the plug-in from Load to Unload in a new network namespace, with two endpoints, Probes and
-/// a change of adapters. Allocation `number` of the thread fails. Returns the process's exit
-/// status.
+/// a change of adapters. Allocation `number` of the thread fails, counted after Load. Returns the
+/// process's exit status.
 int Live(Thread thread, int number)
 {
     alarm(20);

@@ -78,9 +78,9 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
     return answer;
 }
 
-// docs/operations.md (A hostile network) states these numbers too: the lengths of Probes and
-// answers in floods.txt, the length of a record, and how many times longer an answer is than its
-// Probe.
+// docs/operations.md (A hostile network) states some of these numbers too: the lengths of the first
+// two Probes in floods.txt and of their answers, the maximum length of a record, and how many times
+// longer an answer can be than its Probe.
 TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
 {
     std::atomic<int> records{0}, answers{0};

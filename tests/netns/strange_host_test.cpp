@@ -16,8 +16,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Size of each thread's stack. pelorin/plugin.h promises that 128 KiB are enough for the plug-in.
-/// It needs most for a message with the deepest nesting of elements that tinyxml2 accepts.
+/// Stack size of the threads that the test and the plug-in create. pelorin/plugin.h promises that
+/// 128 KiB are enough for the plug-in. The plug-in needs most stack for a message whose elements
+/// are nested as deeply as tinyxml2 accepts.
 #ifdef __SANITIZE_THREAD__ // ThreadSanitizer uses much of each stack itself
 constexpr std::size_t kSmallStack = 4U << 20;
 #else
@@ -68,7 +69,7 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     sigemptyset(&alarm);
     sigaddset(&alarm, SIGALRM);
     pthread_sigmask(SIG_BLOCK, &alarm,
-                    nullptr); // blocked here only, so that it interrupts the plug-in's threads
+                    nullptr); // on this thread only: the signal interrupts the plug-in's threads
     const itimerval often{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &often, nullptr);
 
@@ -99,14 +100,16 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     EXPECT_GT(interruptions, 20);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // that build has UndefinedBehaviorSanitizer too, which opens pipes
+// Not in a build with AddressSanitizer: that build has UndefinedBehaviorSanitizer too, which opens
+// pipes and so needs free descriptors.
+#ifndef __SANITIZE_ADDRESS__
 TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
 {
     host.Load();
     host.Run();
     host.Apply(MakeTestDocument({"10.7.0.1 cam9 m"}, "22609"));
     ASSERT_TRUE(host.WaitFor("Stopping all socket and timer operations on 10.7.0.1"));
-    std::this_thread::sleep_for(100ms); // until the record is written and the socket closed
+    std::this_thread::sleep_for(100ms); // the plug-in closes the socket soon after this record
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = static_cast<rlim_t>(dup(STDIN_FILENO));

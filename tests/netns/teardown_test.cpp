@@ -27,7 +27,7 @@ struct Moment {
     int last;           ///< the stop follows a random one of the first `last` such records
     milliseconds by;    ///< after a random delay of at most this
     int rounds;
-    int writers = 0;              ///< threads that hand over other documents all the time
+    int writers = 0;              ///< threads that hand over changing documents all the time
     const char* network = "true"; ///< a shell command that prepares the network
 };
 
@@ -36,7 +36,7 @@ constexpr char kAtTheMoment[] = "+";
 constexpr char kNowhere[] = "nowhere"; // in no record
 /// Where the host's callback blocks in a round: in the first record with this text. Exceptions:
 /// with kEachBriefly the callback blocks briefly in every record, with kAtTheMoment in the record
-/// that the Moment names, and with kNowhere never.
+/// that the stop follows (see Moment), and with kNowhere never.
 const char* const kHolds[] = {kNowhere,      kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
@@ -53,7 +53,7 @@ protected:
 
     /// Runs the plug-in from Load to Unload. Stops it at the moment that GetParam() describes. In
     /// about half of the rounds Close is called once before that: by the callback, in the record
-    /// that the Moment names, or, if it names none, by this function, before the run begins.
+    /// that the stop follows, or, if the Moment names no record, by this function, before the run.
     ///
     /// @param hold  one of kHolds
     /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback
