@@ -13,7 +13,8 @@ struct DataCase {
     std::string text;
 };
 
-/// Reads a whole file of tests/data.
+/// Returns the content of a file. The name is relative to tests/data. Throws std::runtime_error if
+/// the file cannot be opened.
 inline std::string ReadData(const std::string& name)
 {
     std::ifstream file(PELORIN_TEST_DATA "/" + name);
@@ -23,7 +24,7 @@ inline std::string ReadData(const std::string& name)
 }
 
 /// Reads a table of cases. A case is a line "== name", one line with the expected result, and the
-/// text up to the next case, which may be empty. The lines above the first case are skipped.
+/// text, which may be empty, up to the next case. The lines above the first case are skipped.
 inline std::vector<DataCase> ReadCases(const std::string& name)
 {
     const std::string table = "\n" + ReadData(name) + "== ";

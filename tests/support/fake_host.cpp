@@ -68,8 +68,9 @@ void FakeHost::Run()
         Apply(MakeTestDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    // The same document twice, because the plug-in may not be waiting when the first one arrives. A
-    // stop without endpoints takes 10 ms, so its records have arrived before Forget.
+    // The same document twice, because the plug-in may still be busy with an earlier document when
+    // the first one arrives, and then misses it. A document without adapters keeps the plug-in busy
+    // for about 10 ms. So after 40 ms it waits again, and all its records have arrived.
     for (int time = 0; time < 2; ++time) {
         Apply(MakeTestDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));

@@ -56,7 +56,7 @@ public:
     FakeHost(const FakeHost&) = delete;
     FakeHost& operator=(const FakeHost&) = delete;
 
-    /// Calls an entry point by name, from the calling thread. Returns what it returns.
+    /// Calls an entry point by name, on the calling thread. Returns the entry point's result.
     std::uint64_t Call(const char* name, RecordBytes& request, RecordBytes& reply) const;
     void Call(const char* name) const;
     void Load() const;

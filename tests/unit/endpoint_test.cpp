@@ -20,8 +20,9 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Gives the tests access to the endpoint's handlers and state. A handler decrements the counts of
-/// pending operations, so each function here that calls one increments them first.
+/// Gives the tests access to the endpoint's handlers and state. A handler decrements pendingOps,
+/// and OnReceive also pendingReceives. So each function here that calls a handler first sets these
+/// counts as if the operation had been started.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 
@@ -31,7 +32,7 @@ struct DiscoveryUdpPeer {
         endpoint.OnRetryTimer(error);
     }
     /// Passes a datagram to OnReceive. Returns whether the endpoint counted it as activity and did
-    /// not answer it. An endpoint that does not answer starts the next receive immediately.
+    /// not answer it. If it does not answer, OnReceive starts the next receive, so one is pending.
     bool OnIgnored(const std::string& text, const boost::asio::ip::udp::endpoint& source)
     {
         endpoint.activitySeen = false;

@@ -41,7 +41,7 @@ TEST(Messages, AreExact)
     soap.Bye(Recorder(), message);
     EXPECT_NE(message, first) << "no new identifier";
     kx::EndpointDescription description = Recorder();
-    description.mac.clear(); // without a MAC too, ProbeMatches has the MAC scope
+    description.mac.clear(); // even without a MAC address, ProbeMatches has the scope "mac:"
     soap.ProbeMatches("urn:uuid:0a1b<2", description, message);
     EXPECT_EQ(WithoutIdentifier(message), ReadData("probe_matches.xml"));
     kx::BuildAnnouncement(description, 2, message);
