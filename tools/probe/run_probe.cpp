@@ -195,8 +195,8 @@ int CLookup::Close(double timeoutSeconds)
     if (!std::cout)
         throw std::runtime_error("cannot write to standard output");
     if (anyMarked && !options.json)
-        std::cerr << "! XADDRS names another host than SOURCE: an address that the device does not "
-                     "have, or has behind a NAT\n";
+        std::cerr << "! XADDRS names another host than SOURCE: another address of the device, one "
+                     "that it does not have, or one behind a NAT\n";
     if (!anyShown && !interrupted) {
         Complain(kProbeName, NotFoundText(timeoutSeconds));
         return kExitNoDevice;
