@@ -1,11 +1,13 @@
 # Toolchain file: builds for another Debian architecture. The environment variable DEB_HOST_ARCH
 # names it ("arm64"; dpkg-architecture(1)). Uses Debian's cross compiler and the libraries of that
-# architecture. scripts/dependencies installs both if DEB_HOST_ARCH is set.
+# architecture. If DEB_HOST_ARCH is set, scripts/dependencies installs both. For the libraries, apt
+# must know the architecture (`dpkg --add-architecture arm64`).
 #
 #   DEB_HOST_ARCH=arm64 CMAKE_TOOLCHAIN_FILE=$PWD/cmake/debian-cross.cmake scripts/build release
 
-# Sets the variable `name` to the value that dpkg-architecture(1) prints for it. --force: ignores
-# values from the environment, which may be those of another architecture.
+# read_architecture(NAME): sets the variable NAME to the value that dpkg-architecture(1) prints for
+# NAME. --force: the command ignores values from the environment, which may be those of another
+# architecture.
 function(read_architecture name)
   execute_process(
     COMMAND dpkg-architecture --force --host-arch $ENV{DEB_HOST_ARCH} --query ${name}

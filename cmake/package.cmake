@@ -13,8 +13,8 @@ function(pelorin_compress name input)
 endfunction()
 
 # pelorin_install_documents(COMPONENT PACKAGE PAGE): installs the changelog, the copyright and a
-# page of docs/. In the page, links to other files become plain text, because those files are not
-# installed.
+# page of docs/. In the page, links to other files become plain text, because their relative paths
+# do not lead to these files in the installed folders.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})

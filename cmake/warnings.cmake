@@ -1,4 +1,5 @@
-# The warnings for every target. All are errors: among tolerated warnings a new one goes unnoticed.
+# The warnings for all targets with code of our own. All are errors: among tolerated warnings a new
+# one goes unnoticed.
 add_library(pelorin_warnings INTERFACE)
 target_compile_options(pelorin_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
