@@ -35,8 +35,8 @@ public:
 
     /// Returns the answer to a Probe. The next call changes the text.
     ///
-    /// @param probe  its identifier is "urn:uuid:" and a UUID, as pelorin-load sends it; otherwise
-    ///               the answer keeps the identifier of the Probe before
+    /// @param probe  a Probe whose identifier is "urn:uuid:" and a UUID, as pelorin-load sends it;
+    ///               for a Probe without such an identifier, the text does not change
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

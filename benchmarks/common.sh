@@ -10,8 +10,9 @@
 readonly server_core=0 load_core=1
 
 # Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, from
-# which summary.awk makes the tables. SUBJECT is a server or a number of adapters, CASE the load,
-# FIGURE says what VALUE is and in which unit ("cpu_us").
+# which summary.awk makes the tables. SUBJECT is a server or a number of adapters. CASE is the name
+# of the load, or "memory" or "adapters" for figures without loads to compare. FIGURE says what
+# VALUE is and in which unit ("cpu_us").
 Sample()
 {
     local IFS=,
@@ -19,8 +20,9 @@ Sample()
 }
 
 # AwaitAdapters COUNT: waits until COUNT veth adapters in the namespace $namespace are in the state
-# UP. The kernel sets this state a moment after both ends of the veth pair are set up. Before that,
-# the plug-in would not use the adapter, because bench-host would report it as not connected.
+# UP. The kernel sets this state a moment after `ip link set ... up` of both ends of the veth pair.
+# Before that, bench-host would tell the plug-in that the adapter is not connected, and the plug-in
+# would not use it.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do

@@ -2,10 +2,10 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats; targets and ratios also have the quartiles in parentheses.
-# A ratio is calculated for each repeat, from two values of this repeat, and then the median is
-# taken. Other work of the machine affects both values of a repeat alike, so their ratio hardly
-# changes.
+# A value is the median over the repeats, but "lost" is the sum over the repeats. Targets and ratios
+# with more than one repeat also have the quartiles in parentheses. A ratio is calculated for each
+# repeat, from two values of this repeat, and then the median is taken. Other work of the machine
+# affects both values of a repeat alike, so their ratio hardly changes.
 
 BEGIN { FS = "," }
 
@@ -67,7 +67,8 @@ function Digits(value) {
     return sprintf(value >= 100 || value == 0 ? "%.0f" : value >= 10 ? "%.1f" : "%.2f", value)
 }
 
-# Returns the median and the quartiles of the list as text for a table.
+# Returns the median and the quartiles of the list as text for a table: only the value if there is
+# one, and a dash if there is none.
 function Spread() {
     if (count == 0)
         return "–"
