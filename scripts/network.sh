@@ -6,23 +6,22 @@
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
 # EnterOwnNetwork SCRIPT [ARGUMENT]...: makes sure that the calling script, SCRIPT, runs in a
-# network namespace of its own. Outside one, starts it again, with the ARGUMENTs, in a new network
-# namespace and a new PID namespace. Inside one, returns. When the script ends, the kernel ends all
-# processes that it has started.
+# network namespace of its own. Inside one, returns. Outside one, starts the script again, with the
+# ARGUMENTs, in a new network namespace and a new PID namespace. When this second run ends, the
+# kernel ends all processes in the PID namespace, that is, all that the run has started.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
         unshare --pid --fork --kill-child --mount-proc "$@"
-    # The script is now the first process of its PID namespace. The kernel does not end this process
-    # by a signal for which it has no handler (pid_namespaces(7)). Without these traps it would
-    # survive SIGINT and SIGTERM.
+    # In the second run the script is the first process of its PID namespace. SIGINT and SIGTERM
+    # end such a process only if it has handlers for them (pid_namespaces(7)).
     trap 'exit 130' INT
     trap 'exit 143' TERM
 }
 
 # MakeNamespace: creates another network namespace and sets $namespace to the ID of a process in it,
-# by which nsenter(1) and ip(8) find it. The namespace exists until this process ends, at the latest
-# when the script ends.
+# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence. It
+# runs until the kernel ends it at the end of the script (see EnterOwnNetwork).
 MakeNamespace()
 {
     local own there
