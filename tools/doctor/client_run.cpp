@@ -19,9 +19,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <iomanip>
 #include <list>
 #include <memory>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using boost::asio::ip::address_v4;
@@ -62,16 +65,23 @@ class CAsker {
 public:
     using OnDatagram = std::function<void(std::string_view payload, const udp::endpoint& source)>;
 
-    /// @param address  for Probes to the group: an adapter's address; they leave by that adapter.
-    ///                 For direct Probes: 0.0.0.0; the kernel's routes choose the adapter, as for a
-    ///                 client's connection to a recorder.
+    /// @param address  for Probes to the group: an adapter's address. For direct Probes: 0.0.0.0;
+    ///                 the kernel's routes choose the adapter, as for a client's connection to a
+    ///                 recorder.
+    /// @param device   for Probes to the group: the adapter's index; they leave by that adapter.
+    ///                 For direct Probes: 0.
     ///
     /// Errors: boost::system::system_error.
-    CAsker(boost::asio::io_context& ioService, const address_v4& address, OnDatagram handler)
+    CAsker(boost::asio::io_context& ioService, const address_v4& address, int device,
+           OnDatagram handler)
         : onDatagram(std::move(handler)), socket(ioService, {address, 0})
     {
-        if (!address.is_unspecified())
-            socket.set_option(boost::asio::ip::multicast::outbound_interface(address));
+        // The index, because another adapter may have the same address.
+        ip_mreqn adapter{};
+        adapter.imr_ifindex = device;
+        if (device != 0 && setsockopt(socket.native_handle(), IPPROTO_IP, IP_MULTICAST_IF, &adapter,
+                                      sizeof(adapter)) < 0)
+            throw boost::system::system_error(errno, boost::system::system_category());
         socket.set_option(boost::asio::ip::multicast::hops(kMulticastTtl));
         socket.set_option(udp::socket::receive_buffer_size(kSocketBufferSize));
         StartReceive();
@@ -149,11 +159,12 @@ CClientRun::CClientRun(const std::vector<Adapter>& adapters, const std::string& 
     const auto onDatagram = [this](std::string_view payload, const udp::endpoint& source) {
         OnDatagram(payload, source, true);
     };
-    directAsker = std::make_unique<CAsker>(ioService, address_v4(), onDatagram);
+    directAsker = std::make_unique<CAsker>(ioService, address_v4(), 0, onDatagram);
     for (const Adapter& each : adapters) {
         ClientObservation& seen = observations.emplace_back();
         seen.adapter = each;
-        groupAskers.emplace_back(ioService, make_address_v4(each.ipAddress), onDatagram);
+        groupAskers.emplace_back(ioService, make_address_v4(each.ipAddress), each.index,
+                                 onDatagram);
         Watch(seen);
     }
     if (target.empty() || observations.empty())
