@@ -126,7 +126,8 @@ void CRecorderCheck::CheckSocket()
     const Json evidence{{"sockets", ToJson(others)}, {"joined", joined}, {"joinedOn", joinedOn}};
     if (seen.portTaken) {
         Add("port-taken", Level::kFault, evidence,
-            DescribeAll(others) + ", which does not share the port");
+            (others.empty() ? "a connected socket" : DescribeAll(others)) +
+                ", which does not share the port");
         return;
     }
     const bool answering = std::any_of(seen.probes.begin(), seen.probes.end(),
