@@ -1,15 +1,18 @@
 #include "kernel_state.h"
 
 #include "netlink.h"
+#include "text.h"
 
 #include <netlink/attr.h>
 #include <netlink/route/route.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <linux/rtnetlink.h>
 #include <sstream>
+#include <stdexcept>
 
 using boost::asio::ip::address_v4;
 
@@ -20,7 +23,10 @@ std::map<std::string, int> ReadGroupMembers(const address_v4& group)
     // The file has a line for each device, such as "2 eth0 : 1 V3"; the colon follows a long name
     // without a space. A line for each group of the device follows. It begins with tabs; then come
     // the group's address, printed as a native integer in hexadecimal, and the number of sockets.
-    std::ifstream file("/proc/net/igmp");
+    constexpr char kFile[] = "/proc/net/igmp";
+    std::ifstream file(kFile);
+    if (!file)
+        throw std::runtime_error(Compose("cannot read ", kFile, ": ", std::strerror(errno)));
     std::map<std::string, int> members;
     std::string device;
     for (std::string line; std::getline(file, line);) {
