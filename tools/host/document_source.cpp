@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -159,6 +160,9 @@ std::string ReadDocument(const std::string& name)
         }
         std::istream& input = name == kStandardInput ? std::cin : file;
         std::string text{std::istreambuf_iterator<char>(input), {}};
+        // std::cin, unlike a file's stream, ends at an error as at the end of the input.
+        if (name == kStandardInput && std::ferror(stdin))
+            throw std::system_error(errno, std::generic_category());
         if (text.size() > std::numeric_limits<std::int32_t>::max())
             throw std::runtime_error(Compose("the document ", name, " is too long"));
         return text;
