@@ -1,18 +1,15 @@
 #include "document_check.h"
 
+#include "adapter.h"
 #include "host_document.h"
 #include "server_document_reader.h"
 #include "text.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cerrno>
 #include <cstring>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
 #include <strings.h>
-#include <system_error>
 
 using tinyxml2::XMLAttribute;
 using tinyxml2::XMLElement;
@@ -303,23 +300,9 @@ private:
 
 Devices ReadDevices()
 {
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0)
-        throw std::system_error(errno, std::generic_category(), "cannot read the network devices");
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
     Devices devices;
-    for (const ifaddrs* each = list; each; each = each->ifa_next) {
-        // For an IPv4 address, ifa_name is the address's label, such as "eth0:1"; the device's name
-        // ends before the colon.
-        const std::string name(each->ifa_name, std::strcspn(each->ifa_name, ":"));
-        std::set<std::string>& addresses = devices[name];
-        if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET)
-            continue;
-        char text[INET_ADDRSTRLEN] = "";
-        inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr, text,
-                  sizeof(text));
-        addresses.insert(text);
-    }
+    for (const Adapter& each : ReadAdapters())
+        devices[each.name].insert(each.addresses.begin(), each.addresses.end());
     return devices;
 }
 

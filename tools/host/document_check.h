@@ -11,7 +11,7 @@ namespace kx::tools {
 /// The network devices of a machine by name, with their IPv4 addresses.
 using Devices = std::map<std::string, std::set<std::string>>;
 
-/// Reads the network devices of this machine. Errors: std::system_error.
+/// Reads the network devices of this machine. Errors: std::runtime_error.
 Devices ReadDevices();
 
 /// One result of CheckDocument, about one line of the document.

@@ -138,7 +138,7 @@ std::optional<OutgoingDocument> CFileSource::Next()
     try {
         if (!elsewhere)
             devices = ReadDevices();
-    } catch (const std::system_error& error) {
+    } catch (const std::runtime_error& error) {
         // Not fatal: the plug-in does not need the comparison.
         Say(Compose("The document is not compared with this machine: ", error.what()));
     }
