@@ -94,7 +94,8 @@ void CAdapterSource::ReadChanges()
 {
     // The old and the new list of adapters alone do not show a device that was deleted and is back
     // with its old name and index, for example after a move to another network namespace and back.
-    const std::set<int> deleted = monitor ? monitor->ReadDeleted() : std::set<int>();
+    if (monitor)
+        deleted.merge(monitor->ReadDeleted());
     const std::vector<Adapter> before = std::exchange(adapters, readListed());
     const auto isGone = [&](const Adapter& old) {
         return old.connected &&
@@ -105,6 +106,7 @@ void CAdapterSource::ReadChanges()
     };
     if (std::any_of(before.begin(), before.end(), isGone))
         ++goneCount;
+    deleted.clear();
 }
 
 std::optional<OutgoingDocument> CAdapterSource::Next()

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,8 @@ private:
     /// after that Read is missed.
     std::optional<CAdapterMonitor> monitor;
     std::vector<Adapter> adapters;
+    /// Indexes of the devices that were deleted since `adapters` was read; readListed may throw.
+    std::set<int> deleted;
     /// How many times ReadChanges found that a connected adapter was deleted or renamed or is no
     /// longer connected. An adapter that is back under its name may be another device, and the
     /// sockets of the old device receive nothing. This number is part of the document, so that each

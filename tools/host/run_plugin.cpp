@@ -26,6 +26,8 @@ constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
 /// blocked endpoints first, and it does not act on a document that changes nothing.
 constexpr std::chrono::seconds kActBound{1};
+/// Time after which changes are read again if they could not be read.
+constexpr std::chrono::seconds kRetryInterval{2};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
@@ -91,14 +93,16 @@ private:
 };
 
 /// Calls `read`, which calls Read or ReadChanges of the document source. If that throws, prints the
-/// reason; the current document stays in use.
+/// reason and returns false; the current document stays in use.
 template <class Read>
-void Attempt(const Read& read)
+bool Attempt(const Read& read)
 {
     try {
         read();
+        return true;
     } catch (const std::exception& error) {
         Say(Compose("Nothing new is handed over: ", error.what()));
+        return false;
     }
 }
 
@@ -127,8 +131,9 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
     for (auto now = steady_clock::now(); now < deadline && !run.EndsWithin(milliseconds::zero());
          now = steady_clock::now()) {
         if (now >= gathered) {
-            gathered = steady_clock::time_point::max();
-            Attempt([&] { source.ReadChanges(); });
+            // After a failure tries again, because the changes are not reported once more.
+            gathered = Attempt([&] { source.ReadChanges(); }) ? steady_clock::time_point::max()
+                                                              : now + kRetryInterval;
         }
         if (auto document = source.Next())
             delivery.Start(std::move(*document));
