@@ -14,7 +14,7 @@ namespace kx::tools {
 ///
 /// @return the numbers by the name of the device, without devices where no socket has joined
 ///
-/// Errors: std::runtime_error when there is no such file, as in some containers.
+/// Errors: std::runtime_error when the file cannot be read, as in some containers.
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
 /// Reads how many datagrams reverse-path filtering has dropped so far, on all adapters together:
