@@ -111,6 +111,7 @@ void CReceiver::Remove(int descriptor)
     queuedBytes = std::accumulate(
         queue.begin(), queue.end(), std::size_t{0},
         [](std::size_t sum, const Received& each) { return sum + each.datagram.data.size(); });
+    roomMade.notify_one();
 }
 
 bool CReceiver::HasBacklog()
