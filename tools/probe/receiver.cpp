@@ -108,9 +108,9 @@ void CReceiver::Remove(int descriptor)
     sockets.erase(descriptor);
     const auto isOfSocket = [&](const Received& each) { return each.descriptor == descriptor; };
     queue.erase(std::remove_if(queue.begin(), queue.end(), isOfSocket), queue.end());
-    queuedBytes = std::accumulate(
-        queue.begin(), queue.end(), std::size_t{0},
-        [](std::size_t sum, const Received& each) { return sum + each.datagram.data.size(); });
+    queuedBytes =
+        std::accumulate(queue.begin(), queue.end(), std::size_t{0},
+                        [](std::size_t sum, const Received& each) { return sum + each.Size(); });
     roomMade.notify_one();
 }
 
@@ -196,7 +196,7 @@ bool CReceiver::Receive(int descriptor)
 
 void CReceiver::Enqueue(Received received)
 {
-    queuedBytes += received.datagram.data.size();
+    queuedBytes += received.Size();
     queue.push_back(std::move(received));
     if (!std::exchange(deliveryPosted, true))
         boost::asio::post(ioService, [this] { Deliver(); });
@@ -230,7 +230,7 @@ bool CReceiver::HandOverNext()
             return false;
         next = std::move(queue.front());
         queue.pop_front();
-        queuedBytes -= next.datagram.data.size();
+        queuedBytes -= next.Size();
     }
     roomMade.notify_one();
     if (next.error)

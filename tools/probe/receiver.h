@@ -77,6 +77,8 @@ private:
         std::shared_ptr<const Handlers> handlers;
         boost::system::error_code error;
         Datagram datagram;
+
+        std::size_t Size() const { return sizeof(*this) + datagram.data.size(); }
     };
 
     void Run();                      ///< Threads: the receiving thread
