@@ -128,7 +128,10 @@ void CReceiver::Finish()
         // Iterates over a copy, because Receive erases a socket that fails.
         const auto open = sockets;
         for (const auto& each : open) {
-            while (Receive(each.first))
+            // Without a limit, this would not end while datagrams arrive faster than they are read.
+            // The limit is about what the buffer of a socket can hold.
+            const std::size_t limit = queuedBytes + kMaxQueuedBytes;
+            while (queuedBytes < limit && Receive(each.first))
                 continue;
         }
     }
