@@ -1,13 +1,13 @@
 #include "run_tool.h"
 
 #include "terminal.h"
+#include "text.h"
 #include "version.h"
 
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 namespace kx::tools {
@@ -66,8 +66,16 @@ private:
 /// value, NAME", and adds "see --help" to all messages.
 std::string Explain(const CLI::ParseError& error)
 {
-    static const std::regex missing("(.*): 1 required (.*) missing");
-    return std::regex_replace(error.what(), missing, "$1 needs a value, $2") + "; see --help";
+    // Not std::regex, which overflows the stack on an argument of 40,000 characters.
+    const std::string middle = ": 1 required ";
+    const std::string end = " missing";
+    std::string text = error.what();
+    const auto found = text.find(middle);
+    if (found != std::string::npos && EndsWith(text, end)) {
+        text.erase(text.size() - end.size());
+        text.replace(found, middle.size(), " needs a value, ");
+    }
+    return text + "; see --help";
 }
 
 } // namespace
