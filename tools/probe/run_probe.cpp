@@ -115,6 +115,13 @@ private:
         Complain(kProbeName, text);
     }
 
+    /// Errors: std::runtime_error when standard output cannot be written.
+    static void Flush()
+    {
+        if (!std::cout.flush())
+            throw std::runtime_error("cannot write to standard output");
+    }
+
     const ProbeOptions& options;
     boost::asio::io_context ioService;
     CReceiver receiver;
@@ -191,9 +198,7 @@ int CLookup::Close(double timeoutSeconds)
     for (const Event& each : devices.ReleaseHeld())
         Show(each);
     progress.Clear();
-    std::cout << std::flush;
-    if (!std::cout)
-        throw std::runtime_error("cannot write to standard output");
+    Flush();
     if (anyMarked && !options.json)
         std::cerr << "! XADDRS names another host than SOURCE: another address of the device, one "
                      "that it does not have, or one behind a NAT\n";
@@ -247,7 +252,7 @@ void CLookup::Show(const Event& event)
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;
-            std::cout << std::flush;
+            Flush();
         });
     }
 }
