@@ -40,9 +40,8 @@ struct RecorderObservation {
     bool portTaken = false; ///< another program has the discovery port and does not share it
     bool watched = false;   ///< a packet socket watched the adapter and filled in the fields below
     std::vector<SeenProbe> probes;
-    /// Probes that arrived and that no recorder answers because of their content, such as Probes
-    /// for other types. Not counted: Probes that are longer than kRecorderReadSize, and Probes from
-    /// a source that IsAnswerable rejects.
+    /// Probes that arrived and that no recorder answers: because of their content, such as Probes
+    /// for other types, their length, or a source that IsAnswerable rejects.
     std::size_t otherProbeCount = 0;
 };
 

@@ -158,10 +158,9 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
     SeenProbe probe{datagram.source, "", datagram.destination.address().is_multicast()};
     std::string types;
     std::string action;
-    const bool answerable =
-        payload.size() <= kRecorderReadSize && IsAnswerable(datagram.source) &&
+    const bool matches =
         codec.ParseProbe(payload.data(), payload.size(), probe.identifier, types, action) == 1;
-    if (!answerable) {
+    if (!matches || payload.size() > kRecorderReadSize || !IsAnswerable(datagram.source)) {
         seen.otherProbeCount += EndsWith(action, "Probe") ? 1 : 0;
         return;
     }
