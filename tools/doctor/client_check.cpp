@@ -126,7 +126,9 @@ void CClientCheck::CheckDirect()
     for (const SeenAnswer& each : seen.answers) {
         const std::string target = each.source.to_string();
         const std::string& address = each.device.address;
-        if (!each.target.empty() || !asked.insert({target, address}).second)
+        // A recorder that answers late may not have been asked directly any more.
+        if (!each.target.empty() || !WasAsked(seen, target) ||
+            !asked.insert({target, address}).second)
             continue;
         // The direct answer must come from the same recorder. Two recorders on one machine share
         // the IP address, but only one of them receives the direct Probe.
@@ -167,7 +169,8 @@ void CClientCheck::CheckTarget()
 }
 
 /// Adds a finding for each recorder whose XAddrs have only other IPv4 addresses than the one from
-/// which it answers, and that did not answer a direct Probe to any of them.
+/// which it answers, and that did not answer a direct Probe to any of them. Adds none if one of the
+/// addresses was not asked.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -181,8 +184,11 @@ void CClientCheck::CheckAddresses()
             std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
                 return hosts.count(other.target) > 0 && other.device.address == each.device.address;
             });
+        const bool allAsked = std::all_of(hosts.begin(), hosts.end(), [&](const std::string& host) {
+            return WasAsked(seen, host);
+        });
         const std::string advertised = Join(hosts, ", ");
-        if (reached || !reported.insert({advertised, each.device.address}).second)
+        if (reached || !allAsked || !reported.insert({advertised, each.device.address}).second)
             continue;
         Add("address-mismatch", Level::kFault,
             {{"source", each.source.to_string()},
@@ -217,6 +223,11 @@ bool AnyAnswer(const ClientObservation& seen, const std::string& target)
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(),
                        [&](const SeenAnswer& each) { return each.target == target; });
+}
+
+bool WasAsked(const ClientObservation& seen, const std::string& target)
+{
+    return seen.directErrors.count(target) > 0;
 }
 
 std::set<std::string> OtherHosts(const ClientObservation& seen)

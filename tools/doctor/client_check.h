@@ -49,6 +49,9 @@ struct ClientObservation {
 /// Thread-safe.
 bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 
+/// Returns whether a direct Probe was sent to an address, or could not be sent. Thread-safe.
+bool WasAsked(const ClientObservation& seen, const std::string& target);
+
 /// Returns the addresses in the XAddrs of recorders for which AdvertisesOtherHost is true: none of
 /// these addresses is the one from which the recorder answers. A direct Probe to each of them shows
 /// whether the recorder can be reached there. Thread-safe.

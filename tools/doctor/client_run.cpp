@@ -133,6 +133,7 @@ public:
     Findings findings;                         ///< about checks that were left out
 
 private:
+    bool AskNewAddresses();
     void Ask(ClientObservation& seen, const std::string& target,
              const std::optional<DeviceType>& sought);
     void Send(const Question& question);
@@ -215,22 +216,36 @@ void CClientRun::AskGroup()
 
 void CClientRun::AskDirectly()
 {
+    // The second time, asks the addresses that became known by answers since the first time.
+    for (int time = 0; time < 2 && AskNewAddresses(); ++time) {
+        phase = {"asking directly", steady_clock::now()};
+        Wait(kRepeatAfter, true);
+        for (const Question& each : questions) {
+            if (!each.target.empty() && !AnyAnswer(*each.seen, each.target))
+                Send(each);
+        }
+        Wait(kAnswerTime, true);
+    }
+}
+
+/// Asks each address directly that is known and was not asked yet. Returns whether there was one.
+bool CClientRun::AskNewAddresses()
+{
+    bool any = false;
     for (ClientObservation& seen : observations) {
         std::set<std::string> targets = OtherHosts(seen);
         for (const SeenAnswer& each : seen.answers)
             targets.insert(each.source.to_string());
         if (!seen.target.empty())
             targets.insert(seen.target);
-        for (const std::string& each : targets)
+        for (const std::string& each : targets) {
+            if (WasAsked(seen, each))
+                continue;
             Ask(seen, each, sought);
+            any = true;
+        }
     }
-    phase = {"asking directly", steady_clock::now()};
-    Wait(kRepeatAfter, true);
-    for (const Question& each : questions) {
-        if (!each.target.empty() && !AnyAnswer(*each.seen, each.target))
-            Send(each);
-    }
-    Wait(kAnswerTime, true);
+    return any;
 }
 
 void CClientRun::Ask(ClientObservation& seen, const std::string& target,
