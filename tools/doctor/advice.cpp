@@ -177,7 +177,8 @@ const std::vector<Advice> kAdvice{
     {"no-probe-came",
      "others",
      kProbesSeen,
-     "Probes reach this machine, but a recorder does not answer them: they seek other devices, name "
+     "Probes reach this machine, but a recorder does not answer them: they seek other devices, "
+     "name "
      "the type in another way, are too long, or come from a source that cannot be answered",
      "on the client run:",
      {"pelorin-doctor client --to {own}"}},
