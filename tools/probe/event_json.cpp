@@ -37,7 +37,7 @@ std::string ToJsonLine(const Event& event)
     Json json{{"event", NameOf(event.kind)},
               {"time", TimeText(heard.time, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
     json.update(ToJson(heard.device));
-    json["adapter"] = heard.adapter;
+    json["adapter"] = heard.adapter.empty() ? Json() : Json(heard.adapter);
     json["source"] = Compose(heard.source);
     json["advertisesOtherHost"] = AdvertisesOtherHost(heard.device, heard.source.address());
     json["relatesTo"] = heard.relatesTo.empty() ? Json() : Json(heard.relatesTo);
