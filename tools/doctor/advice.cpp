@@ -178,8 +178,7 @@ const std::vector<Advice> kAdvice{
      "others",
      kProbesSeen,
      "Probes reach this machine, but a recorder does not answer them: they seek other devices, "
-     "name "
-     "the type in another way, are too long, or come from a source that cannot be answered",
+     "name the type in another way, are too long, or come from a source that cannot be answered",
      "on the client run:",
      {"pelorin-doctor client --to {own}"}},
     {"receive-drops",
