@@ -7,6 +7,7 @@
 #include <boost/asio/ip/multicast.hpp>
 #include <boost/system/system_error.hpp>
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
@@ -43,6 +44,13 @@ void RequireOption(udp::socket& socket, int level, int name, const Value& value)
         throw system_error(errno, boost::system::system_category());
 }
 
+/// Returns the discovery group on an adapter. The index selects the adapter, because another one
+/// may have the same address.
+ip_mreqn GroupOn(const Adapter& adapter)
+{
+    return {{inet_addr(kMulticastGroup)}, {inet_addr(adapter.ipAddress.c_str())}, adapter.index};
+}
+
 } // namespace
 
 AdapterError::AdapterError(const std::string& what, const Adapter& adapter, const error_code& error,
@@ -71,10 +79,9 @@ CMessageSocket::CMessageSocket(boost::asio::io_context& ioService, CReceiver& us
 void CMessageSocket::OpenForProbing()
 {
     try {
-        const auto address = make_address_v4(adapter.ipAddress);
         socket.open(udp::v4());
-        socket.bind({address, 0});
-        socket.set_option(boost::asio::ip::multicast::outbound_interface(address));
+        socket.bind({make_address_v4(adapter.ipAddress), 0});
+        RequireOption(socket, IPPROTO_IP, IP_MULTICAST_IF, GroupOn(adapter));
         socket.set_option(boost::asio::ip::multicast::hops(kMulticastTtl));
         SetReceiveOptions();
     } catch (const system_error& error) {
@@ -97,8 +104,7 @@ void CMessageSocket::OpenForGroup()
         // ip(7): with the default of 1, the socket would also receive messages that arrive on other
         // adapters, if any program has joined the group there.
         RequireOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0);
-        socket.set_option(boost::asio::ip::multicast::join_group(
-            make_address_v4(kMulticastGroup), make_address_v4(adapter.ipAddress)));
+        RequireOption(socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, GroupOn(adapter));
         SetReceiveOptions();
     } catch (const system_error& error) {
         throw AdapterError(failure, adapter, error.code());
