@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <netinet/in.h>
 #include <numeric>
 #include <poll.h>
@@ -155,6 +156,10 @@ void CReceiver::StopThread()
 /// Receives until StopThread is called.
 void CReceiver::Run()
 {
+    // Signals are for the thread of the I/O service, which may block them.
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
     for (;;) {
         std::vector<pollfd> polled{{wakeUp, POLLIN, 0}};
         {

@@ -66,6 +66,18 @@ std::string IgnoredText(const IgnoredCounts& counts)
     return text;
 }
 
+/// Blocks SIGINT and SIGTERM for the rest of the process. The destructor of the signal set restores
+/// their default action. A second signal, which timeout(1) for example sends, would then kill the
+/// process before it returns its exit status.
+void BlockEndSignals()
+{
+    sigset_t ending;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGINT);
+    sigaddset(&ending, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+}
+
 /// One run of the tool: probers on the adapters, the list of devices, the output.
 ///
 /// The order of the members matters, because the last one is destroyed first: `ioService` and
@@ -147,6 +159,7 @@ int CLookup::Run()
         signals.add(SIGTERM);
         signals.async_wait([this](const error_code& /*error*/, int /*signal*/) {
             interrupted = true;
+            BlockEndSignals();
             ioService.stop();
         });
     }
