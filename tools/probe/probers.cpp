@@ -12,6 +12,9 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
+/// Time after which the adapters are read again if they could not be read.
+constexpr std::chrono::seconds kRetryInterval{2};
+
 /// Returns whether two readings show the same network device with the same address, so that a
 /// prober for one of them works for the other.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
@@ -162,21 +165,30 @@ void CProbers::Follow(std::function<void()> changed)
 void CProbers::AwaitChange()
 {
     monitored.async_wait(monitored.wait_read, [this](const error_code& /*error*/) {
-        gathering.expires_after(kAdapterGatherTime);
-        gathering.async_wait([this](const error_code& /*error*/) { OnChange(); });
+        OnChangeAfter(kAdapterGatherTime);
     });
+}
+
+void CProbers::OnChangeAfter(std::chrono::steady_clock::duration time)
+{
+    gathering.expires_after(time);
+    gathering.async_wait([this](const error_code& /*error*/) { OnChange(); });
 }
 
 void CProbers::OnChange()
 {
     try {
-        const std::set<int> deleted = monitor->ReadDeleted();
-        if (Adopt(options.adapterNames.empty() ? ReadNetworkAdapters()
-                                               : FindAdapters(ReadAdapters(), options.adapterNames),
-                  deleted))
+        deleted.merge(monitor->ReadDeleted());
+        const std::vector<Adapter> adapters =
+            options.adapterNames.empty() ? ReadNetworkAdapters()
+                                         : FindAdapters(ReadAdapters(), options.adapterNames);
+        if (Adopt(adapters, std::exchange(deleted, {})))
             onChanged();
     } catch (const std::exception& error) {
         complain(error.what());
+        // Tries again, because the kernel does not announce the changes once more.
+        OnChangeAfter(kRetryInterval);
+        return;
     }
     AwaitChange();
 }

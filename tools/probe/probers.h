@@ -84,6 +84,7 @@ private:
     void ComplainOnce(const Adapter& adapter, const boost::asio::ip::udp::endpoint& destination,
                       const std::string& text);
     void AwaitChange();
+    void OnChangeAfter(std::chrono::steady_clock::duration time);
     void OnChange();
     bool Adopt(const std::vector<Adapter>& adapters, const std::set<int>& deleted);
     void Drop(const AdapterProber& former);
@@ -106,6 +107,8 @@ private:
     /// The descriptor of `monitor`. The monitor closes it; the destructor only releases it.
     boost::asio::posix::stream_descriptor monitored;
     boost::asio::steady_timer gathering; ///< see kAdapterGatherTime
+    /// Indexes of the network devices that were deleted since the adapters were last read.
+    std::set<int> deleted;
     std::function<void()> onChanged;
 };
 
