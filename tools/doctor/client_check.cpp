@@ -170,7 +170,7 @@ void CClientCheck::CheckTarget()
 
 /// Adds a finding for each recorder whose XAddrs have only other IPv4 addresses than the one from
 /// which it answers, and that did not answer a direct Probe to any of them. Adds none if one of the
-/// addresses was not asked.
+/// addresses was not asked because it became known too late: the recorder might answer there.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -201,7 +201,8 @@ void CClientCheck::CheckAddresses()
 
 /// Called when no recorder answered. Adds a finding about other devices that answered, else about a
 /// Probe to the group that was not sent, else that nothing came. Does not add the last one if this
-/// adapter has the address given with --to, because CheckTarget has already reported it.
+/// observation has a `target` (the address given with --to): CheckTarget has then already reported
+/// that no answer came from there, or that the Probe to it was not sent.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

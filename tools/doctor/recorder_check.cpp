@@ -143,9 +143,12 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether the group is joined on this adapter for a socket of another adapter. This is
-/// assumed if the group is joined here, and a socket is bound to another device on which the group
-/// is not joined. If that device is checked too, its check reports the fault `wrong-device`.
+/// Returns whether the group seems to be joined on this adapter for a socket of another adapter. A
+/// server causes this if it gives the other adapter's Handle with this adapter's IPAddress: the
+/// socket is then bound to the other device, but joins the group here. The kernel does not tell
+/// which socket has joined, so this is assumed if the group is joined here and a socket is bound to
+/// a device on which the group is not joined. If that device is checked too, its check reports the
+/// fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)

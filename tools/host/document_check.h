@@ -52,7 +52,7 @@ const char* ToText(DocumentFinding::Kind kind);
 /// Returns "usable", "nothing to advertise" or "dropped".
 const char* ToText(DocumentCheck::Verdict verdict);
 
-/// Returns "LINE: kind: text".
+/// Returns "LINE: KIND: TEXT".
 std::string ToText(const DocumentFinding& finding);
 
 } // namespace kx::tools

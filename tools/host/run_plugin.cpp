@@ -70,9 +70,9 @@ public:
         if (seldom && now < sentAt + kRepeatInterval)
             return;
         // The count is read before the Apply below. If it has grown, the new stop record may belong
-        // to the previous document. `settled` is then set too early, but the Apply still sends the
-        // document once after that record. If the count were read after the Apply, the document
-        // would be sent after that record only when kRepeatInterval has passed.
+        // to the previous document, and `settled` is then set too early. But the Apply comes after
+        // that record, so the plug-in can act on this document without waiting for the next Apply,
+        // which comes only after kRepeatInterval.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
