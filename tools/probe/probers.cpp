@@ -178,11 +178,11 @@ void CProbers::OnChangeAfter(std::chrono::steady_clock::duration time)
 void CProbers::OnChange()
 {
     try {
-        deleted.merge(monitor->ReadDeleted());
+        deletedIndexes.merge(monitor->ReadDeleted());
         const std::vector<Adapter> adapters =
             options.adapterNames.empty() ? ReadNetworkAdapters()
                                          : FindAdapters(ReadAdapters(), options.adapterNames);
-        if (Adopt(adapters, std::exchange(deleted, {})))
+        if (Adopt(adapters, std::exchange(deletedIndexes, {})))
             onChanged();
     } catch (const std::exception& error) {
         complain(error.what());

@@ -108,7 +108,7 @@ private:
     boost::asio::posix::stream_descriptor monitored;
     boost::asio::steady_timer gathering; ///< see kAdapterGatherTime
     /// Indexes of the network devices that were deleted since the adapters were last read.
-    std::set<int> deleted;
+    std::set<int> deletedIndexes;
     std::function<void()> onChanged;
 };
 
