@@ -147,14 +147,15 @@ void CRecorderCheck::CheckSocket()
 /// server causes this if it gives the other adapter's Handle with this adapter's IPAddress: the
 /// socket is then bound to the other device, but joins the group here. The kernel does not tell
 /// which socket has joined, so this is assumed if the group is joined here and a socket is bound to
-/// a device on which the group is not joined. If that device is checked too, its check reports the
-/// fault `wrong-device`.
+/// a device on which the group is not joined, and to no address. If that device is checked too, its
+/// check reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
         return false;
     return std::any_of(machine.sockets.begin(), machine.sockets.end(), [&](const UdpSocket& each) {
-        return each.device != 0 && machine.groupMembers.count(DeviceName(each.device)) == 0;
+        return each.device != 0 && each.address.is_unspecified() &&
+               machine.groupMembers.count(DeviceName(each.device)) == 0;
     });
 }
 
