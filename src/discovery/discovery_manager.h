@@ -22,7 +22,8 @@ namespace kx {
 /// runs RunIoService; call Start and StopAll any number of times; call Shutdown; join the I/O
 /// thread; destroy the manager.
 ///
-/// Threads: I/O for RunIoService, manager for everything else.
+/// Threads: the I/O thread runs RunIoService. The thread that calls RunDiscoveryLoop does all else;
+/// comments call it the manager's thread, or "manager".
 class CDiscoveryManager {
 public:
     /// Errors: std::bad_alloc; boost::thread_resource_error when the I/O service cannot be created.

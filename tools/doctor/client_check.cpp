@@ -68,7 +68,7 @@ bool CClientCheck::Answered(const std::string& source) const
     });
 }
 
-/// Returns why the Probe to an address was not sent; null if it was sent.
+/// Returns why the Probe to an address could not be sent; null if it was sent or not tried.
 Json CClientCheck::DirectError(const std::string& target) const
 {
     const auto error = seen.directErrors.find(target);

@@ -37,8 +37,8 @@ struct ClientObservation {
     std::map<std::string, std::string> directErrors;
     /// Datagrams that reverse-path filtering dropped during the examination, on all adapters.
     std::uint64_t reversePathDropCount = 0;
-    /// True if the user named no adapter, and if another adapter, but not this one, has a `target`
-    /// or an answer to the Probe to the group. A missing answer is then a note and not a fault.
+    /// Whether a missing answer is only a note. True if the user named no adapter, this adapter has
+    /// neither a `target` nor an answer to the Probe to the group, and another adapter has one.
     bool optional = false;
 };
 

@@ -65,7 +65,8 @@ public:
     /// Stops the run if Stop has not been called; ignores an exception that the run threw.
     ~CPluginRun();
 
-    /// Waits at most this time for the end of the run. Returns whether it has ended.
+    /// Waits at most this time for the end of the run. Returns whether it has ended. Do not call it
+    /// after Stop.
     bool EndsWithin(std::chrono::milliseconds time) const;
 
     /// Calls Close until the run ends, and joins its thread. May be called once. Errors: the
