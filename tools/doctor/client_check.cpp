@@ -126,7 +126,7 @@ void CClientCheck::CheckDirect()
     for (const SeenAnswer& each : seen.answers) {
         const std::string target = each.source.to_string();
         const std::string& address = each.device.address;
-        // A recorder that answers late may not have been asked directly any more.
+        // An address that became known only after the last direct Probes was not asked directly.
         if (!each.target.empty() || !WasAsked(seen, target) ||
             !asked.insert({target, address}).second)
             continue;

@@ -39,7 +39,8 @@ namespace {
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// Time to wait for answers after the first Probe to the group, and again after the first direct
-/// Probe. The second wait ends early when every direct Probe is answered.
+/// Probe of each round (see AskDirectly). The wait of a round ends early when every direct Probe is
+/// answered.
 constexpr std::chrono::seconds kAnswerTime{2};
 
 /// Time after which the Probes for recorders are sent again, because a datagram can get lost. A

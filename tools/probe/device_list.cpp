@@ -68,7 +68,8 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 {
 }
 
-// The transitions of a path to a device of the sought type, and the event of each:
+// The transitions of a path (see CDeviceList) to a device of the sought type, and the event of
+// each. "Known by Hello alone" means that no Probe was answered by this path yet.
 //
 // unknown --watching: Hello or answer---------------> known: kAppeared
 // unknown --asking once: answer with XAddrs---------> known: kAnswer
