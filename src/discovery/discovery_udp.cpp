@@ -34,7 +34,8 @@ namespace {
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// The Windows error code ERROR_CONNECTION_ABORTED. No error number of Linux has this value.
+/// The Windows error code ERROR_CONNECTION_ABORTED. No error number of Linux has this value, so on
+/// Linux only a test produces it.
 constexpr int kAbortedValue = 1236;
 
 } // namespace

@@ -57,8 +57,9 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///    and a stop would wait forever.
 ///  - No completion handler runs before that increment: the I/O thread is still running the code
 ///    that started the operation, or the manager's thread has started the retry timer, which takes
-///    seconds. The teardown can run before its increment. That is harmless, because only the
-///    manager's thread reads the count, and it does so after the increment.
+///    seconds. The teardown can run before StopOperations has counted it, so the count can be too
+///    low by one for a moment. That is harmless, because only the manager's thread reads the count,
+///    and it does so after StopOperations.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint

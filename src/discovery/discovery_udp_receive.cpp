@@ -18,7 +18,8 @@ using log::Report;
 namespace {
 
 /// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Linux truncates
-/// such a datagram and reports no error. OnReceive compares only the number, not the category.
+/// such a datagram and reports no error, so on Linux only a test produces the code. OnReceive
+/// compares only the number, not the category.
 constexpr int kReceiveTooSmall = 234;
 
 } // namespace

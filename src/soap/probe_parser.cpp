@@ -91,9 +91,10 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
 //   device, where they have never appeared.
 // - A namespace is recognised by a part of its URI, and only if the root element declares it. If
 //   whole URIs were compared, clients of other versions of the standards would lose their answer.
-//   As a consequence, the vendor's URI, which contains "/discovery", can be taken for that of
-//   WS-Discovery: if a client declares it first, Probe and Types are searched under the vendor's
-//   prefix, are not found, and the client gets no answer.
+//   This has a drawback: the vendor's URI contains "/discovery" too. If the root element declares
+//   the vendor's prefix before that of WS-Discovery, or declares WS-Discovery as the default
+//   namespace, Probe and Types are searched under the vendor's prefix and are not found. The
+//   client then gets no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,
                                         std::string& action) const

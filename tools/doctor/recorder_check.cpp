@@ -146,9 +146,9 @@ void CRecorderCheck::CheckSocket()
 /// Returns whether the group seems to be joined on this adapter for a socket of another adapter. A
 /// server causes this if it gives the other adapter's Handle with this adapter's IPAddress: the
 /// socket is then bound to the other device, but joins the group here. The kernel does not tell
-/// which socket has joined, so this is assumed if the group is joined here and a socket is bound to
-/// a device on which the group is not joined, and to no address. If that device is checked too, its
-/// check reports the fault `wrong-device`.
+/// which socket has joined. So this is assumed if the group is joined here, and a socket without an
+/// address is bound to a device on which the group is not joined. The finding is then only a note.
+/// If the other device is checked too, its check reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -275,7 +275,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
                                   : ", to which the route leads by " + route;
         }
     }
-    // {prober} in the advice stands for a single address: that of the first prober.
+    // {prober} in the texts of advice.cpp stands for a single address: that of the first prober.
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},

@@ -33,7 +33,8 @@ std::string ReadDocument(const std::string& name);
 /// Returns a file's name for messages: "standard input" for "-".
 std::string DocumentName(const std::string& name);
 
-/// Supplies the server and adapter documents that the host hands to the plug-in.
+/// Supplies the documents that the host hands to the plug-in. Each is one text with the port and
+/// the adapters: a server and adapter document (pelorin/plugin.h).
 ///
 /// Not thread-safe.
 class IDocumentSource {
@@ -87,7 +88,8 @@ private:
     /// after that Read is missed.
     std::optional<CAdapterMonitor> monitor;
     std::vector<Adapter> adapters;
-    /// Indexes of the devices that were deleted since `adapters` was read; readListed may throw.
+    /// Indexes of the devices that were deleted since `adapters` was read. A member, so that they
+    /// are not lost when readListed throws.
     std::set<int> deleted;
     /// How many times ReadChanges found that a connected adapter was deleted or renamed or is no
     /// longer connected. An adapter that is back under its name may be another device, and the

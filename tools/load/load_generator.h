@@ -23,7 +23,7 @@ struct Load {
     bool answered = true;               ///< whether to wait for answers
     std::uint64_t inFlight = 1;         ///< without a rate: how many messages wait for an answer
     double rate = 0;                    ///< messages per second; 0: see inFlight
-    std::uint64_t maxCount = 0;         ///< maximum number of messages
+    std::uint64_t maxCount = 0;         ///< maximum number of messages; 0 sends none
     std::chrono::steady_clock::duration maxTime{}; ///< maximum time of sending
     /// If `answered`: receives a line for each message a second after it was sent, with the local
     /// time of sending and the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null;
@@ -46,7 +46,7 @@ struct LoadResult {
 
 /// Sends messages and waits for the answers. With a rate (an open loop), sends at equal intervals,
 /// answered or not. Without one (a closed loop), sends the next message when one is answered or
-/// lost, and keeps a core busy. Not thread-safe.
+/// lost, and never sleeps, so it keeps a processor core busy. Not thread-safe.
 class CLoadGenerator {
 public:
     /// Errors: boost::system::system_error when the socket cannot be created.

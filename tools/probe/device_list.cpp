@@ -141,8 +141,12 @@ std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
     return events;
 }
 
-/// Records the XAddrs, types and scopes of a ResolveMatches for those paths of the device on the
-/// adapter that have no XAddrs. Does nothing if the ResolveMatches has no XAddrs.
+/// Handles a ResolveMatches that has XAddrs; ignores one that has none. Records its XAddrs, types
+/// and scopes for those paths (see CDeviceList) of its device that have no XAddrs yet and are on
+/// the adapter that received it.
+///
+/// @return when watching, a kChanged event for each such path; when asking once, a kAnswer event
+///         for each that was held
 std::vector<Event> CDeviceList::RecordXAddrs(const Heard& heard)
 {
     const std::string& address = heard.device.address;

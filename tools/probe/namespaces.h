@@ -36,7 +36,8 @@ std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string&
 std::string LocalName(const std::string& name);
 
 /// Splits the text of an element at white space and returns the words. Comments and child elements
-/// are left out. Every text that is read from a message is one word or a list of words.
+/// are left out. Serves for every element text that ReadMessage reads: lists such as Types, and
+/// single words such as Address.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

@@ -82,7 +82,7 @@ private:
     };
 
     void Run();                      ///< Threads: the receiving thread
-    bool Receive(int descriptor);    ///< Threads: the receiving thread; in Finish, the service's
+    bool Receive(int descriptor);    ///< Threads: the receiving thread; in Finish, the caller's
     void Enqueue(Received received); ///< Threads: as Receive
     void Deliver();
     bool HandOverNext();
