@@ -50,7 +50,8 @@ std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
         return Compose("is a label of an address; the device is ", handle.substr(0, colon));
-    if (handle.find_first_of("%/: \t\n\v\f\r") != std::string::npos || handle == "." ||
+    // For the kernel \xa0 is a space too, also as a byte of a character in UTF-8.
+    if (handle.find_first_of("%/: \t\n\v\f\r\xa0") != std::string::npos || handle == "." ||
         handle == "..")
         return "cannot be the name of a device";
     return "";
