@@ -61,10 +61,10 @@ void CDiscoveryUdp::SendBye()
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
 
-    // A blocking send could be ended only by closing the descriptor while the system call uses it.
-    // So this loop sends without blocking and polls. It gives up after kMaxStopWait, or earlier if
-    // StopOperations sets `byeDone`. If the socket is closed, non_blocking fails and nothing is
-    // sent.
+    // Not a blocking send: it could wait without limit for space in the send buffer, and no thread
+    // could abandon it. So this loop sends without blocking and polls. It gives up after
+    // kMaxStopWait, or earlier if StopOperations sets `byeDone`. If the socket is closed,
+    // non_blocking fails and nothing is sent.
     error_code error;
     socket.non_blocking(true, error);
     const auto end = std::chrono::steady_clock::now() + kMaxStopWait;
@@ -93,7 +93,8 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 //                                  row on, or when the socket is closed, this handler schedules a
 //                                  restart first.
 //         --sent-----------------> idle
-// In the last two cases a receive is started if none is pending, as after an answer to a Probe.
+// In the last two cases a receive is started if none is pending. Normally none is pending after an
+// answer to a Probe: AnswerProbe leaves the next receive to this handler.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)
 {
     --pendingOps;

@@ -32,7 +32,8 @@ inline constexpr char kAnonymousUri[] =
 inline constexpr char kHttpScheme[] = "http://";
 
 // Parts of URIs by which CDiscoverySoap::ParseProbe recognises namespaces. The first three occur
-// in the URIs of other versions of the standards too. The vendor's is its URI without "http://".
+// in the URIs of other versions of the standards too. The last one is the whole URI of the vendor's
+// namespace without "http://".
 inline constexpr char kEnvelopeFragment[] = "/soap-envelope";
 inline constexpr char kDiscoveryFragment[] = "/discovery";
 inline constexpr char kAddressingFragment[] = "/addressing";

@@ -59,8 +59,8 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 /// @param out  out: a string of size 37, whose last character is a NUL. To print it, use c_str().
 ///
 /// Deliberate: the string is one character longer than the text, because CreateUuidText also writes
-/// the NUL. With a capacity of 36, it would write nothing. The NUL then stays in the string. It
-/// does no harm, because the callers use c_str().
+/// the NUL, and writes nothing if there is no space for it. The NUL stays in the string. It does no
+/// harm, because the callers use c_str().
 ///
 /// Errors: std::bad_alloc, and those of CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);

@@ -79,8 +79,8 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
 }
 
 // docs/operations.md (A hostile network) states some of these numbers too: the lengths of the first
-// two Probes in floods.txt and of their answers, the maximum length of a record, and how many times
-// longer an answer can be than its Probe.
+// two Probes in floods.txt and of their answers, how many times longer an answer can be than its
+// Probe, how many records an answered Probe causes, and the maximum length of a record.
 TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
 {
     std::atomic<int> records{0}, answers{0};
@@ -115,7 +115,7 @@ TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
                 sources[count % sources.size()]->Send(datagram);
                 if (count % 64 == 0)
                     host.Forget();
-                if (count > 500) // the first 500 arrive faster than the plug-in reads them
+                if (count > 500) // the first 500 come without a pause, faster than they are read
                     std::this_thread::sleep_for(100us);
             }
         };

@@ -29,8 +29,8 @@ struct ClientObservation {
     bool watched = false;               ///< whether a packet socket watched the adapter
     std::vector<SeenAnswer> answers;    ///< each once, although Probes are repeated
     std::set<std::string> otherDevices; ///< IP addresses of answering devices that are no recorders
-    /// The address given with --to. Set only on the adapter by which the route to it leaves, or on
-    /// the first adapter if that is none of them. Empty on the other adapters.
+    /// The address given with --to. Set on one adapter only: the one by which the route to the
+    /// address leaves or, if that one is not examined, the first. Empty on the others.
     std::string target;
     std::string sendError; ///< why the Probe to the group was not sent; empty if it was
     /// For each address that was asked directly: why the Probe was not sent; empty if it was sent.
@@ -38,7 +38,8 @@ struct ClientObservation {
     /// Datagrams that reverse-path filtering dropped during the examination, on all adapters.
     std::uint64_t reversePathDropCount = 0;
     /// Whether a missing answer is only a note. True if the user named no adapter, this adapter has
-    /// neither a `target` nor an answer to the Probe to the group, and another adapter has one.
+    /// neither a `target` nor an answer to the Probe to the group, and another adapter has at least
+    /// one of the two.
     bool optional = false;
 };
 

@@ -25,8 +25,8 @@ void Say(const std::string& text);
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
 /// Returns how many times the plug-in has logged that it stops all endpoints, counted since this
-/// process started. This record is the first one when the plug-in acts on a changed document. The
-/// plug-in also logs it when its run ends. Thread-safe.
+/// process started. The plug-in logs this first when it acts on a changed document, and also when
+/// its run ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -69,10 +69,11 @@ public:
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // The count is read before the Apply below. If it has grown, the new stop record may belong
-        // to the previous document, and `settled` is then set too early. But the Apply comes after
-        // that record, so the plug-in can act on this document without waiting for the next Apply,
-        // which comes only after kRepeatInterval.
+        // The count is read before the Apply below, not after it: a new stop record may belong to
+        // the previous document, and `settled` is then set too early. The Apply below is in that
+        // case the last one for kRepeatInterval. It comes after that record, normally when the
+        // plug-in has finished the stop (about 10 ms) and waits for documents again. If the stop
+        // takes longer, the plug-in misses this Apply and acts on the next one.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

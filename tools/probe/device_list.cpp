@@ -263,9 +263,10 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
 ///
 /// The message must have the same device, adapter and XAddrs as the path and, when asking once, the
 /// same IP address of the source. The XAddrs may differ in these cases:
-/// - The message has none, and those of the path came in a ResolveMatches.
-/// - When watching and no other path fits: the message or the path has none. When asking once, such
-///   a message gets a path of its own, because each answer is shown as it arrived.
+/// - The message has no XAddrs, and those of the path came in a ResolveMatches.
+/// - When watching, if no other path fits: the message or the path has no XAddrs.
+/// When asking once, a message of the second kind gets a path of its own, because each answer is
+/// shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

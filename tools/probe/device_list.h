@@ -83,7 +83,7 @@ public:
     /// by it.
     void StartRound();
 
-    /// Returns whether a path is silent that should have answered. A path should answer if its
+    /// Returns whether any path that should have answered is silent. A path should answer if its
     /// device has answered a Probe on the same adapter before, or if a listed device with the same
     /// MAC address has: that may be the same device before or after a restart. Other silent paths
     /// do not count, because their devices may be behind a firewall through which no Probe passes.

@@ -18,7 +18,7 @@ namespace kx::tools {
 class AdapterError : public std::runtime_error {
 public:
     /// @param what    what failed, "cannot ..."
-    /// @param advice  what the user can do about it, beginning with "; "; left out for AnyAdapter
+    /// @param advice  what the user can do about it, beginning with "; "; ignored for AnyAdapter
     AdapterError(const std::string& what, const Adapter& adapter,
                  const boost::system::error_code& error, const std::string& advice = "");
 };
@@ -45,7 +45,8 @@ public:
     /// Opens the socket for sending messages from an ephemeral port and receiving the answers.
     ///
     /// The socket is bound to the adapter's IP address. If it were bound to the network device
-    /// only, the kernel would choose the address of another adapter as the source on loopback.
+    /// only, Probes on loopback would have the address of another adapter as their source or,
+    /// without one, 0.0.0.0, and the plug-in answers no Probe from 0.0.0.0.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();

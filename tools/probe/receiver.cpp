@@ -130,7 +130,8 @@ void CReceiver::Finish()
         const auto open = sockets;
         for (const auto& each : open) {
             // Without a limit, this would not end while datagrams arrive faster than they are read.
-            // The limit is about what the buffer of a socket can hold.
+            // For each socket the limit is kMaxQueuedBytes, about what a receive buffer can hold:
+            // 32 MB, which the kernel doubles.
             const std::size_t limit = queuedBytes + kMaxQueuedBytes;
             while (queuedBytes < limit && Receive(each.first))
                 continue;
