@@ -20,8 +20,8 @@
 
 static PelorinIoctl Ioctl;
 
-// Called by three threads, two of them concurrently. The plug-in waits for it, so a server should
-// only queue the record. A lock taken here and held around an entry point can cause a deadlock.
+// Called by the threads of main, Run and the plug-in, also concurrently. The plug-in waits, so a
+// server should only queue. A lock taken here and held around an entry point can deadlock.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
@@ -74,8 +74,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // If the device is deleted and created again, the old socket receives nothing. The index in
-        // this entry then differs, so the plug-in opens all sockets anew, but none for 0.0.0.0.
+        // Stands for no adapter. If the device is deleted and created again, its socket is dead.
+        // The index then differs: the document changes, so the plug-in opens all sockets anew.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }

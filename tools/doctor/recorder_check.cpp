@@ -177,8 +177,8 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Returns whether a socket that receives direct Probes and any of the sockets in `bound` belong to
-/// different programs.
+/// Returns whether any of the sockets in `bound` belongs to another program than `socket`, which
+/// receives the Probes to one of the adapter's addresses. The other program gets none of them.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);

@@ -69,11 +69,8 @@ public:
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // The count is read before the Apply below, not after it: a new stop record may belong to
-        // the previous document, and `settled` is then set too early. The Apply below is in that
-        // case the last one for kRepeatInterval. It comes after that record, normally when the
-        // plug-in has finished the stop (about 10 ms) and waits for documents again. If the stop
-        // takes longer, the plug-in misses this Apply and acts on the next one.
+        // A new stop record may belong to the previous document: `acted` is then true too early. So
+        // the document is sent once more below in any case, and again after kRepeatInterval.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

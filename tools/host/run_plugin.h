@@ -15,9 +15,10 @@ namespace kx::tools {
 /// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
 /// @param limit    how long the plug-in runs at most; none: until SIGINT or SIGTERM arrives
 ///
-/// Errors: std::runtime_error when the plug-in or the host throws, for example because no thread
-/// can be created. Unload is not called then: if the run threw, Unload would never return. Also
-/// std::runtime_error, after Unload, when the plug-in's run returns before it is asked to.
+/// Errors: std::runtime_error for every exception that the plug-in or the host's own code throws,
+/// for example because no thread can be created. Unload is not called then: if the run threw,
+/// Unload would wait forever for a run that ends without an exception. Also std::runtime_error,
+/// after Unload, when the plug-in's run returns before it is asked to.
 /// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);

@@ -265,8 +265,8 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
 /// same IP address of the source. The XAddrs may differ in these cases:
 /// - The message has no XAddrs, and those of the path came in a ResolveMatches.
 /// - When watching, if no other path fits: the message or the path has no XAddrs.
-/// When asking once, a message of the second kind gets a path of its own, because each answer is
-/// shown as it arrived.
+/// When asking once, any other message without XAddrs gets a path of its own, because each answer
+/// is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

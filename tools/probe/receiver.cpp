@@ -130,8 +130,8 @@ void CReceiver::Finish()
         const auto open = sockets;
         for (const auto& each : open) {
             // Without a limit, this would not end while datagrams arrive faster than they are read.
-            // For each socket the limit is kMaxQueuedBytes, about what a receive buffer can hold:
-            // 32 MB, which the kernel doubles.
+            // The limit for each socket is kMaxQueuedBytes, about what its buffer can hold: 32 MB
+            // are asked for, and the kernel doubles that (socket(7)).
             const std::size_t limit = queuedBytes + kMaxQueuedBytes;
             while (queuedBytes < limit && Receive(each.first))
                 continue;
