@@ -2,10 +2,11 @@
 #
 #   awk -v results=FOLDER -f summary.awk FOLDER/samples.csv
 #
-# A value is the median over the repeats, but "lost" is the sum over the repeats. Targets and ratios
-# with more than one repeat also have the quartiles in parentheses. A ratio is calculated for each
-# repeat, from two values of this repeat, and then the median is taken. Other work of the machine
-# affects both values of a repeat alike, so their ratio hardly changes.
+# A number in a table is the median over the repeats; in a row "lost" it is the sum over them. In
+# the table "Targets" and in the columns "ratio to ...", the quartiles follow in parentheses if
+# there are several repeats. A ratio is calculated for each repeat, from two values of this repeat,
+# and then the median is taken. Other work of the machine affects both values of a repeat alike, so
+# their ratio hardly changes.
 
 BEGIN { FS = "," }
 

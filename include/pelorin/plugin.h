@@ -95,12 +95,11 @@ extern "C" {
 // adapters and, if it has a Port, the port. Handle is the name of the network device. An adapter
 // counts only if Connected is 1 and its MACAddress, Handle and IPAddress are not empty.
 //
-// Discovery does not run on an adapter whose IPAddress is 0.0.0.0, but a change of such an adapter
-// restarts discovery on all adapters. A host needs this if eth0 is deleted and created again with
-// the same addresses: the plug-in's socket for eth0 stays bound to the deleted device and receives
-// nothing until discovery is restarted. The second adapter below therefore has the interface index
-// of eth0 as its Handle: the new eth0 has another index, so the host's next document is a change.
-// Its MACAddress is "-", because it must not be empty.
+// An adapter whose IPAddress is 0.0.0.0 is not served, but a change of its entry restarts discovery
+// on all adapters. With such an entry a host reports that eth0 was deleted and created again with
+// the same addresses. Without a restart the plug-in's socket would stay bound to the deleted device
+// and receive nothing. In the example below, the second entry has the interface index of eth0 as
+// its Handle, which differs for the new eth0. Its MACAddress is "-", because it must not be empty.
 //
 //     <Qorm Delta="0">
 //         <Servers>

@@ -5,14 +5,16 @@
 namespace kx {
 
 /// Returns whether a Probe from this IPv4 source may be answered. False for port 0, 0.0.0.0/8, a
-/// multicast group and 255.255.255.255 (ip(7), RFC 1122 3.2.1.3). No valid Probe has such a source,
-/// but a forged one can have it. True for a subnet's broadcast address: the source alone does not
-/// show that it is one.
+/// multicast group and 255.255.255.255 (ip(7), RFC 1122 3.2.1.3). A Probe with such a source is
+/// forged, except that one on loopback can come from 0.0.0.0.
 ///
-/// An answer to 0.0.0.0/8 would reach no client, and an answer to a multicast group would reach all
-/// its members. An answer to port 0 or to 255.255.255.255 cannot be sent: after four failed
-/// attempts the endpoint would close its socket for 3 seconds or longer, and clients would not find
-/// the recorder during that time.
+/// An answer to 0.0.0.0/8 would reach no client on a network, and an answer to a multicast group
+/// would reach all its members. An answer to port 0 or to 255.255.255.255 cannot be sent: after
+/// four failed attempts the endpoint would close its socket for 3 seconds or longer, and clients
+/// would not find the recorder during that time.
+///
+/// True for a subnet's broadcast address, although an answer to it cannot be sent either: the
+/// source alone does not show that it is one.
 ///
 /// Thread-safe.
 inline bool IsAnswerable(const boost::asio::ip::udp::endpoint& source)

@@ -146,9 +146,9 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // The plug-in's answer quotes the identifier after a prefix. RelatesTo compares the
-            // last 36 characters of both. If the identifier is shorter than that, those of the
-            // quotation include a part of the prefix and differ, so EndsWith compares too.
+            // The plug-in's answer repeats the identifier after "uuid:". RelatesTo compares only
+            // the last 36 characters of both. For a shorter identifier, those of the answer contain
+            // a part of "uuid:", so RelatesTo fails. EndsWith finds such an identifier.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));

@@ -14,10 +14,10 @@ BEGIN {
     long_life = 3 # s; in a longer life at least one Probe must be answered
     min_share = 0.99 # of the Probes that must be answered; a few may be lost
 
-    # How many more descriptors and threads may exist while the plug-in runs than after its first
-    # life. Descriptors: three of the I/O service, one socket for each adapter, and the sockets and
-    # files by which the host watches and reads the adapters. Threads: the one that the host lends
-    # to the plug-in, the plug-in's I/O thread, and one that sends a burst.
+    # The maximum of descriptors and of threads while the plug-in runs, minus their number after its
+    # first life. Descriptors: three of the I/O service, one socket for each adapter, and the
+    # sockets and files by which the host watches and reads the adapters. Threads: the one that the
+    # host lends to the plug-in, the plug-in's I/O thread, and one that sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
