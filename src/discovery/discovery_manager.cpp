@@ -27,8 +27,8 @@ using log::Report;
 
 namespace {
 
-/// Runs the handlers of the I/O service until it has no more work; returns how many it ran. With
-/// Boost 1.87 or later `error` is never set: its io_context::run reports errors by exception only.
+/// Runs the handlers of the I/O service as io_context::run does. With Boost 1.87 or later `error`
+/// is never set: run then reports errors by exception only.
 std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 {
 #if BOOST_VERSION < 108700
@@ -94,10 +94,9 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // An endpoint's last handler may still be running here, because a handler first decrements the
-    // counts that Busy() reads, and only then does its work. The handler posted here runs on the
-    // I/O thread after that last handler, and its copy of the pointers keeps the endpoints alive
-    // until then.
+    // An endpoint's last handler may still be running here, because a handler decrements the counts
+    // that Busy() reads before it does its work. The handler posted here runs on the I/O thread
+    // after that last handler, and its copy of the pointers keeps the endpoints alive until then.
     // A copy, not a move: if post threw std::bad_alloc, moved endpoints would be destroyed
     // immediately, while that last handler may still use them.
     boost::asio::post(*ioService, [released = endpoints] {});

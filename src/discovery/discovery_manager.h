@@ -15,12 +15,10 @@
 
 namespace kx {
 
-/// Owns the endpoints of one run and the I/O service that runs their handlers. One endpoint serves
-/// one adapter.
+/// Owns the endpoints of one run, one per adapter, and the I/O service that runs their handlers.
 ///
-/// Order of calls: construct the manager; set `log` and `soap.types`; start the I/O thread, which
-/// runs RunIoService; call Start and StopAll any number of times; call Shutdown; join the I/O
-/// thread; destroy the manager.
+/// Order of calls: construct the manager; set `log` and `soap.types`; start the I/O thread; call
+/// Start and StopAll any number of times; call Shutdown; join the I/O thread; destroy the manager.
 ///
 /// Threads: the I/O thread runs RunIoService. The thread that calls RunDiscoveryLoop does all else;
 /// comments call it the manager's thread, or "manager".
@@ -48,11 +46,11 @@ public:
     /// Lets every endpoint whose socket is open send a Bye, stops all endpoints and releases them.
     /// Returns when no asynchronous operation of an endpoint is outstanding, after 10 ms at least.
     /// This wait has no upper limit, because the host's callback may block the I/O thread. An
-    /// endpoint is destroyed after its last handler has returned, which can be shortly after the
-    /// return of this function.
+    /// endpoint is destroyed after its last handler has returned, which can be shortly after this
+    /// function returns.
     void StopAll();
 
-    /// Calls StopAll, then lets RunIoService return as soon as all handlers have run.
+    /// Calls StopAll, then lets RunIoService return.
     void Shutdown();
 
     /// Runs all handlers of the endpoints. Returns after Shutdown, when the last handler has run.
@@ -67,7 +65,7 @@ private:
     using Work = boost::asio::executor_work_guard<IoService::executor_type>;
 
     boost::shared_ptr<IoService> ioService;
-    /// While this guard exists, RunIoService does not return, even if no operation is outstanding.
+    /// Keeps RunIoService from returning while no operation is outstanding.
     /// Threads: I/O.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;

@@ -21,10 +21,10 @@ namespace {
 constexpr char kAddressScheme[] = "ktzkx://";
 
 /// The I/O thread of a run. The destructor stops the manager and joins the thread, so that the
-/// thread ends before the manager is destroyed, also if an exception ends the run.
+/// thread ends before the manager is destroyed, even if an exception ends the run.
 ///
-/// Not a boost::thread, because that class needs the compiled library Boost.Thread. If the host has
-/// loaded another version of this library, the plug-in could call the functions of that version.
+/// Not a boost::thread, which needs the compiled library Boost.Thread: if the host has loaded
+/// another version of this library, the plug-in could call the functions of that version.
 class CIoThread {
 public:
     /// Errors: std::bad_alloc; boost::thread_resource_error when the thread cannot be started.
@@ -52,8 +52,7 @@ private:
     std::thread thread;
 };
 
-/// Returns whether two lists hold the same adapters in the same order. Ignores `xAddr`, which only
-/// the run loop's copy has.
+/// Returns whether two lists hold the same adapters, `xAddr` aside, in the same order.
 ///
 /// Deliberate: the same adapters in another order are a change. If they were not, a server that
 /// changes their order to restart all endpoints would restart none.
@@ -66,9 +65,9 @@ bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<Adap
                       [&](const auto& one, const auto& other) { return key(one) == key(other); });
 }
 
-/// Waits once for the context's condition. Then returns false if a stop was requested, or if the
-/// port and the adapters in the context are the same as the arguments. Otherwise copies both to the
-/// arguments and returns true.
+/// Waits once for the context's condition. Then returns false if a stop was requested or the
+/// context's port and adapters equal the arguments. Otherwise copies both to the arguments and
+/// returns true.
 bool WaitForChange(PluginContext& context, std::int32_t& port, std::vector<AdapterRecord>& adapters)
 {
     boost::unique_lock<boost::mutex> lock(context.mutex);

@@ -30,12 +30,12 @@ using log::Report;
 namespace {
 
 // Seconds of back-off before a restart: 3, 6, 12, ... 192, 384, and 384 from then on. The delay
-// doubles only while it is not greater than kRetryDoublingBound.
+// doubles only while it is at most kRetryDoublingBound.
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 
-/// The Windows error code ERROR_CONNECTION_ABORTED. No error number of Linux has this value, so on
-/// Linux only a test produces it.
+/// The Windows error code ERROR_CONNECTION_ABORTED. No error number of Linux has this value, so
+/// only a test produces it.
 constexpr int kAbortedValue = 1236;
 
 } // namespace
@@ -94,8 +94,8 @@ void CDiscoveryUdp::Restart()
     });
 }
 
-/// Opens the socket, sets its options, binds it and joins the group. Logs each failure. Tolerates a
-/// failure to set the TTL or the receive buffer; returns false after any other failure.
+/// Logs each failure. Tolerates a failure to set the TTL or the receive buffer; returns false after
+/// any other failure.
 bool CDiscoveryUdp::SetUpSocket()
 {
     error_code error;
@@ -124,8 +124,8 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());
     }
-    // Binds to the wildcard address. A socket that is bound to the adapter's address receives no
-    // datagrams that are sent to the group.
+    // Not bound to the adapter's address: such a socket receives no datagrams that are sent to the
+    // group.
     socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
     if (error) {
         Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
@@ -145,8 +145,6 @@ bool CDiscoveryUdp::SetUpSocket()
     return true;
 }
 
-/// Binds the socket to the adapter's device (SO_BINDTODEVICE of socket(7)). If that fails, logs the
-/// failure and returns false.
 bool CDiscoveryUdp::BindToDevice()
 {
     ifreq request{};

@@ -23,12 +23,12 @@ namespace kx {
 /// space in the socket's send buffer.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
 /// Maximum time that SendBye tries to send, and that StopOperations waits for the teardown: 0.49 s.
-/// Each endpoint whose Bye waits for space in the send buffer delays a stop by up to this time.
+/// Each endpoint whose Bye is blocked delays a stop by up to this time.
 inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
 /// opens its socket again after failures. Its watchdog joins the multicast group again if neither a
-/// Hello nor a Probe arrives. Held by shared pointer, never copied.
+/// Hello nor a Probe arrives. Held by shared pointer.
 ///
 ///     constructed --Restart--> listening: receive pending, watchdog armed, Hello sent
 ///     listening --receive failed, or 4th or later failed send in a row--> back-off: socket closed
@@ -36,11 +36,10 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the manager's thread runs the constructor and the first Restart. The first Restart
-/// either hands the start of all operations to the I/O thread or, if the socket cannot be set up,
-/// starts the retry timer. After that, the manager's thread only stops the endpoint. Of the fields
-/// that change, the two threads then share only the atomic ones. Everything else runs on the I/O
-/// thread.
+/// Threads: the manager's thread runs the constructor and the first Restart, which either hands the
+/// start of all operations to the I/O thread or, if the socket cannot be set up, starts the retry
+/// timer. After that, the manager's thread only stops the endpoint. Of the fields that change, the
+/// two threads then share only the atomic ones. Everything else runs on the I/O thread.
 ///
 /// Teardown: StopOperations(true) sets `stopping` and `closing`, then posts the teardown to the I/O
 /// thread. A handler that checked the flags before they were set can still open a socket or start a
@@ -63,14 +62,12 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
-    /// @param adapter           the adapter to serve; log messages name the endpoint by its
-    ///                          ipAddress
-    /// @param description       what a Hello and an answer say about the recorder
+    /// @param adapter           log messages name the endpoint by its ipAddress
     /// @param multicastEnabled  not 0: does everything; the plug-in always passes 1. 0, only in
     ///                          tests: sends a Hello and a Bye from an ephemeral port, does not
     ///                          join the group and answers nothing
-    /// @param groupAddress      the multicast group, as IPv4 dotted text
-    /// @param port              the discovery port, local and of the group
+    /// @param groupAddress      IPv4 dotted text
+    /// @param port              local and of the group
     ///
     /// Errors: std::bad_alloc; boost::system::system_error: EINVAL when an address is not IPv4
     /// dotted text, another code when the I/O service cannot create its own descriptors (epoll(7)).
@@ -88,7 +85,7 @@ public:
 
     /// Opens the socket on the adapter's device, joins the group (socket(7), ip(7)), starts
     /// receiving and sends a Hello. If the socket cannot be set up, logs the failure and begins
-    /// back-off: the retry timer calls Restart again.
+    /// back-off.
     ///
     /// Threads: manager for the first call of an endpoint, I/O for the others.
     void Restart();
@@ -109,7 +106,7 @@ public:
     void StopOperations(bool final);
 
     /// Returns whether an asynchronous operation or the teardown is outstanding. When it returns
-    /// false, the last handler of the endpoint may still be running. Thread-safe.
+    /// false, the last handler may still be running. Thread-safe.
     bool Busy() const { return pendingReceives > 0 || pendingOps > 0; }
 
     CDiscoverySoap* soap = nullptr;   ///< not owned; null: nothing is announced or answered
@@ -118,7 +115,7 @@ public:
 private:
     friend struct DiscoveryUdpPeer; ///< tests use it to call a private handler with any error
 
-    /// The text of a message. Each pending send or retry of the message holds a pointer.
+    /// Each pending send or retry of a message holds a pointer to its text.
     using Message = boost::shared_ptr<std::string>;
 
     // Threads of all private functions: I/O, unless a comment says otherwise.
@@ -133,8 +130,7 @@ private:
     void OnRetryTimer(const boost::system::error_code& error);
     void CloseSocketAndTimers();
 
-    // The watchdog of the group membership, in discovery_udp_watchdog.cpp. It joins the group again
-    // if no Hello or Probe arrives within kWatchdogPeriod, but at most kMaxRejoins times.
+    // The watchdog of the group membership, in discovery_udp_watchdog.cpp.
     void ArmActivityTimer();
     void NoteActivity();
     void OnActivityTimer(const boost::system::error_code& error);
@@ -151,8 +147,8 @@ private:
     void SendMessage(const Message& message);
     void OnSendComplete(const Message& message, const boost::system::error_code& error);
 
-    /// Set when the socket is closed or about to be closed, cleared by Restart. While it is set,
-    /// the handlers of receives, of sends and of the watchdog only decrement the counts.
+    /// Set when the socket is closed or about to be closed, cleared by Restart. While set, the
+    /// handlers of receives, of sends and of the watchdog only decrement the counts.
     std::atomic<bool> closing{false};
     /// Set when the endpoint is stopped for good, never cleared. Handlers then start no operation
     /// and no restart.
@@ -161,7 +157,7 @@ private:
     /// StopOperations to abandon it.
     std::atomic<bool> byeDone{false};
     std::atomic<std::int32_t> pendingReceives{0};
-    /// Outstanding receives, sends and timer waits, and the final teardown; see the class comment.
+    /// See the class comment.
     std::atomic<std::int32_t> pendingOps{0};
 
     boost::asio::io_context& ioService;
@@ -186,9 +182,9 @@ private:
     bool restartPending = false;
     std::int32_t retryDelaySeconds;
     boost::asio::steady_timer retryTimer;
-    /// Number of failed sends since the last successful send. A restart does not reset it.
+    /// Failed sends since the last successful send. A restart does not reset it.
     std::int32_t sendRetryCount = 0;
-    /// Number of times that the watchdog has joined the group again. A restart does not reset it.
+    /// Number of times that the watchdog has joined the group again. Never reset.
     std::int32_t rejoinCount = 0;
     /// A Hello or a Probe was received since the last Restart.
     bool activitySeen = false;

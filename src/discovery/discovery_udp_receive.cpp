@@ -18,8 +18,8 @@ using log::Report;
 namespace {
 
 /// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Linux truncates
-/// such a datagram and reports no error, so on Linux only a test produces the code. OnReceive
-/// compares only the number, not the category.
+/// such a datagram and reports no error, so only a test produces the code. OnReceive compares only
+/// the number.
 constexpr int kReceiveTooSmall = 234;
 
 } // namespace
@@ -75,7 +75,7 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         return;
     }
     // A Hello or a Probe, such as the endpoint's own Hello, normally comes to the group. So it
-    // counts as a sign that the socket receives datagrams to the group.
+    // counts as a sign that the membership works.
     // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast, even without
     // a working membership. If it counted, the watchdog would not join the group again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
@@ -83,8 +83,6 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     StartReceive();
 }
 
-/// Sends the answer to the source of the Probe.
-///
 /// Deliberate: does not wait for the random delay of WS-Discovery (April 2005) 2.4. Clients with a
 /// short timeout would miss a delayed answer.
 ///
@@ -99,8 +97,8 @@ void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string&
     // Faster than operator<< of udp::endpoint, which needs a stream. For IPv4 both give the same.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
-    // scripts/soak recognises this record by its first word, and the record below by "Send
-    // ProbeMatch". scripts/memcheck recognises the record below in the same way.
+    // scripts/soak recognises this record by its first word. It and scripts/memcheck recognise the
+    // record below by "Send ProbeMatch".
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);

@@ -28,8 +28,8 @@ void CDiscoveryUdp::SendHello()
         SendMessage(hello);
 }
 
-/// Builds a Hello, logs it and sets `sendDestination`; the caller passes the Hello to SendMessage.
-/// Returns null if there is no codec (`soap` is null).
+/// Builds and logs a Hello and sets `sendDestination`; the caller passes the Hello to SendMessage.
+/// Returns null if `soap` is null.
 CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 {
     if (!soap)
@@ -45,9 +45,9 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 
 void CDiscoveryUdp::SendBye()
 {
-    // The endpoint must send nothing after the Bye. So cancel() ends a send that is still waiting.
-    // With `stopping` set, the handlers that run later send nothing and do not take the cancelled
-    // operations for failures.
+    // So that nothing follows the Bye, cancel() ends a send that is still waiting. With `stopping`
+    // set, the handlers that run later send nothing and do not take the cancelled operations for
+    // failures.
     stopping = true;
     error_code ignored;
     socket.cancel(ignored);
@@ -62,8 +62,7 @@ void CDiscoveryUdp::SendBye()
     sendDestination = groupEndpoint;
 
     // Not a blocking send: it could wait without limit for space in the send buffer, and no thread
-    // could abandon it. So this loop sends without blocking and polls. It gives up after
-    // kMaxStopWait, or earlier if StopOperations sets `byeDone`. If the socket is closed,
+    // could abandon it. So this loop sends without blocking and polls. If the socket is closed,
     // non_blocking fails and nothing is sent.
     error_code error;
     socket.non_blocking(true, error);
@@ -93,8 +92,8 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 //                                  row on, or when the socket is closed, this handler schedules a
 //                                  restart first.
 //         --sent-----------------> idle
-// In the last two cases a receive is started if none is pending. Normally none is pending after an
-// answer to a Probe: AnswerProbe leaves the next receive to this handler.
+// In the last two cases a receive is started if none is pending. That is normal after an answer to
+// a Probe: AnswerProbe leaves the next receive to this handler.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)
 {
     --pendingOps;
