@@ -63,7 +63,7 @@ extern "C" {
     PELORIN_ASSERT(offsetof(record, field) == (offset))
 
 /// The plug-in's number. It is in the descriptor that Load fills, in every PelorinHostRequest and
-/// in the registration document. Write accepts it as the destination.
+/// in the registration document.
 #define PELORIN_MODULE_ID UINT64_C(0x4c0000)
 
 /// Control codes of IOCTL.
@@ -91,9 +91,9 @@ extern "C" {
 //         </Modules>
 //     </Qorm>
 //
-// Server and adapter document, passed to IOCTL with PELORIN_APPLY. It replaces the whole list of
-// adapters and, if it has a Port, the port. Handle is the name of the network device. An adapter
-// counts only if Connected is 1 and its MACAddress, Handle and IPAddress are not empty.
+// Server and adapter document, passed to IOCTL with PELORIN_APPLY. Handle is the name of the
+// network device. An adapter counts only if Connected is 1 and its MACAddress, Handle and IPAddress
+// are not empty.
 //
 // An adapter whose IPAddress is 0.0.0.0 is not served, but a change of its entry restarts discovery
 // on all adapters. With such an entry a host reports that eth0 was deleted and created again with
@@ -132,7 +132,7 @@ typedef struct PelorinHostRequest {
     uint32_t fixed4;     //  4  1
     uint32_t dataLength; //  8  bytes at `data`, including the NUL at the end
     uint32_t unused12;
-    const void* data; // 16  the document; valid during the callback only
+    const void* data; // 16  the document
     uint64_t sender;  // 24  PELORIN_MODULE_ID
     uint64_t fixed32; // 32  0
     uint64_t command; // 40  PELORIN_LOG or PELORIN_REGISTER
@@ -281,8 +281,7 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 // and writes only those fields of a reply that are not named `unused`. A reply must not be null. A
 // request of type `const void*` is not read and may be null.
 
-/// Stores the callback, fills the descriptor and creates the plug-in's state if there is none. A
-/// second Load without Unload keeps the state.
+/// Stores the callback, fills the descriptor and creates the plug-in's state if there is none.
 ///
 /// Waits for nothing. Call it first.
 /// Errors: throws boost::thread_resource_error or std::bad_alloc if it cannot create the state; the
@@ -292,7 +291,7 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);
 #define PELORIN_LOAD_NAME "Load"
 
-/// Sends the registration document through the callback, at every call of Open.
+/// Sends the registration document through the callback, at every call.
 ///
 /// Waits until the callback returns. Call Load first.
 /// Errors: throws std::bad_alloc; the callback is not called then.
@@ -316,7 +315,7 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 ///
 /// [lent-thread]
 ///
-/// PELORIN_APPLY replaces the adapters by those of a document, and the port if the document has
+/// PELORIN_APPLY replaces all adapters by those of a document, and the port if the document has
 /// one. Of concurrent calls the last one wins. It waits neither for the callback nor for the
 /// network. The plug-in does not use the document after the call. A document that cannot be read,
 /// or whose length is below -1, is dropped without a log record. May be called before, during and
