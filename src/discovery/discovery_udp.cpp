@@ -233,8 +233,8 @@ void CDiscoveryUdp::StopOperations(bool final)
     ++pendingOps;
     tornDown->get_future().wait_for(kMaxStopWait);
 
-    // If the wait has timed out, the I/O thread is blocked in the host's callback or in a Bye. With
-    // this flag set, SendBye of this endpoint tries no more, so that the teardown can run.
+    // If the wait has timed out, the I/O thread is blocked in the host's callback or in a Bye. The
+    // flag makes SendBye try no more, so that the teardown can run.
     byeDone = true;
 }
 

@@ -12,7 +12,7 @@
 namespace kx::log {
 namespace {
 
-/// Maximum bytes of a message with its terminating NUL. A longer message is truncated.
+/// Maximum bytes of a message with its NUL. A longer message is truncated.
 constexpr std::size_t kMessageSize = 512;
 
 __attribute__((format(printf, 2, 3))) void LogPrintf(std::int32_t level, const char* format, ...)

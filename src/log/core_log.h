@@ -6,15 +6,14 @@
 
 namespace kx::log {
 
-/// Sends each log message to the host as one XML record, on the caller's thread. Messages at
-/// kLogLocal go to standard error instead. Keeps no queue.
+/// Sends log messages to the host as one XML record each, on the caller's thread. Keeps no queue.
 class CCoreLog : public ICoreLog {
 public:
     /// Sends the first 511 bytes of the text to the host. At kLogLocal, prints them to standard
     /// error instead.
     ///
     /// Errors: std::bad_alloc, and what the host's callback throws. The status that the host
-    /// returns is ignored: a record that the host refuses is not sent again.
+    /// returns is ignored: a refused record is not sent again.
     /// Thread-safe; holds no lock while it calls the host's callback.
     void Log(std::int32_t level, const std::string& text) override;
 

@@ -22,7 +22,7 @@ public:
     ICoreLog& operator=(const ICoreLog&) = delete;
     virtual ~ICoreLog() = default;
 
-    /// Writes one record and returns after it is written.
+    /// Writes one record before it returns.
     ///
     /// @param level  one of the levels above
     /// @param text   the message, without a line feed at its end

@@ -7,10 +7,10 @@
 
 namespace kx::log {
 
-/// Joins the pieces into a message (see Compose) and writes it to the log. All log messages of the
-/// plug-in are written by this function.
+/// Joins the pieces into a message (see Compose) and writes it to the log. Writes all log messages
+/// of the plug-in.
 ///
-/// @param sink   the log; null: the message goes to standard output, whatever its level
+/// @param sink   the log; null: standard output, whatever the level
 /// @param level  as for ICoreLog::Log
 ///
 /// Errors: std::bad_alloc, and what the log throws. Thread-safe.

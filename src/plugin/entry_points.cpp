@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kUnloadPollInterval{10};
 
-/// The state of the plug-in, or null before Load and after Unload. Needs no lock: only Unload, and
-/// a Load that finds null, change the pointer, and the host makes no other call meanwhile.
+/// Null before Load and after Unload. Needs no lock: only Unload, and a Load that finds null,
+/// change the pointer, and the host makes no other call meanwhile.
 kx::PluginContext* context = nullptr;
 
 } // namespace

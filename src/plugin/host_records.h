@@ -11,10 +11,9 @@ using HostRequest = PelorinHostRequest;
 using HostReply = PelorinHostReply;
 using HostCallback = PelorinHostCallback;
 
-/// The number by which the host identifies the plug-in.
 inline constexpr std::uint64_t kModuleId = PELORIN_MODULE_ID;
 
-// Values of HostRequest::command: a log record and the registration document.
+// Values of HostRequest::command.
 inline constexpr std::uint64_t kLogCommand = PELORIN_LOG;
 inline constexpr std::uint64_t kRegisterCommand = PELORIN_REGISTER;
 

@@ -2,8 +2,7 @@
 
 namespace kx {
 
-/// Sends the registration document to the host: the plug-in's name, number and version. Ignores the
-/// status that the host returns.
+/// Sends the registration document to the host: the plug-in's name, number and version.
 ///
 /// Errors: std::bad_alloc, and what the host's callback throws.
 /// Threads: host, after Load.

@@ -22,7 +22,7 @@ struct PluginContext {
     /// without starting an endpoint.
     std::atomic<bool> stopRequested{false};
     /// Set while RunDiscoveryLoop runs; Unload waits until it is clear. If RunDiscoveryLoop throws,
-    /// the flag stays set until a later call of RunDiscoveryLoop returns without an exception.
+    /// the flag stays set until a later call returns without an exception.
     std::atomic<bool> running{false};
     /// Guards `adapters`. Held also while `serverPort` changes, so that the run loop never combines
     /// the adapters of one document with the port of another.
@@ -30,8 +30,8 @@ struct PluginContext {
     /// The run loop waits for it. Notified when a document was applied or a stop was requested.
     boost::condition_variable condition;
     std::vector<AdapterRecord> adapters;
-    /// The port from the host's document, without a range check. Atomic, because the run loop reads
-    /// it once without the mutex, when it begins.
+    /// The port from the host's document, without a range check. Atomic, because the run loop first
+    /// reads it without the mutex.
     std::atomic<std::int32_t> serverPort{kDefaultServerPort};
 };
 

@@ -8,7 +8,7 @@ namespace kx {
 
 /// Stores the adapters and the port of a server and adapter document in the context and wakes the
 /// run loop. A document without a port leaves the port as it is. A document that ReadServerDocument
-/// cannot read changes nothing, and nothing is logged.
+/// cannot read changes nothing and is not logged.
 ///
 /// @param text, length  as for ReadServerDocument
 ///

@@ -11,10 +11,9 @@ using tinyxml2::XMLElement;
 namespace kx {
 namespace {
 
-/// As the length of a document: the document ends at its first NUL.
 constexpr std::int32_t kUpToNul = -1;
 
-/// Copies the text of an attribute to `value`; returns false if the attribute is missing or empty.
+/// Returns false if the attribute is missing or empty.
 bool ReadText(const XMLElement& element, const char* name, std::string& value)
 {
     const char* text = element.Attribute(name);

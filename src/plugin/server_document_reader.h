@@ -16,7 +16,7 @@ struct ServerSettings {
     std::vector<AdapterRecord> adapters; ///< those that ReadAdapter accepts, in document order
 };
 
-/// Reads a server and adapter document. Leaves out the adapters that ReadAdapter rejects.
+/// Reads a server and adapter document.
 ///
 /// @param text    the document; needs a NUL at its end only if `length` is -1
 /// @param length  bytes at `text`; -1: up to the first NUL
@@ -29,8 +29,8 @@ std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t 
 // The steps of ReadServerDocument. They are public because pelorin-host --check repeats them to
 // explain what the plug-in reads from a document.
 
-/// Parses the text. Returns false if tinyxml2 cannot parse it, and `document` then holds the error;
-/// returns false without an error in `document` if `length` is less than -1.
+/// Returns false if tinyxml2 cannot parse the text, and `document` then holds the error; returns
+/// false without an error in `document` if `length` is less than -1.
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length);
 
 /// The elements that lead to the adapters, from the outermost to the innermost. If one is missing,
@@ -42,7 +42,7 @@ struct ServerElements {
     const tinyxml2::XMLElement* network;
 };
 
-/// Finds the elements of ServerElements: at each level the first element with the right name.
+/// Finds at each level the first element with the right name.
 ServerElements FindServerElements(const tinyxml2::XMLDocument& document);
 
 /// Reads an integer attribute as sscanf(3) does with "%d". Returns false and leaves `value`

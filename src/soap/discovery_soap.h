@@ -18,7 +18,7 @@ namespace kx {
 /// Thread-safe, because `types` does not change after the first endpoint has started.
 class CDiscoverySoap {
 public:
-    /// Names of the device types, without prefix. ParseProbe accepts a Probe for any of them.
+    /// Names of the device types, without prefix.
     std::vector<std::string> types;
 
     /// Replaces `out` with a Hello; see BuildAnnouncement.
@@ -35,29 +35,26 @@ public:
     /// Precondition: no name in `types` contains a line feed. The XML parser converts other line
     /// ends to line feeds, so ParseProbe could find such a name where this function does not.
     ///
-    /// @param data    received bytes; a terminating NUL is not needed
-    /// @param length  bytes in `data`; nothing after them is read
+    /// @param data, length  received bytes; nothing after them is read, so no NUL is needed
     bool MayMatch(const char* data, std::size_t length) const;
 
     /// Parses a datagram and decides whether it is a Probe for one of `types` (WS-Discovery (April
     /// 2005) 5.2). An output that is not set stays unchanged.
     ///
-    /// @param data       received bytes; a terminating NUL is not needed
-    /// @param length     bytes in `data`; nothing after them is read
+    /// @param data, length  as for MayMatch
     /// @param messageId  out: text of MessageID, set if found and Action ends with "Probe"
     /// @param typesText  out: text of Types, set if found and messageId was set
     /// @param action     out: text of Action, set if found, whatever the kind of message
-    /// @return 1 for a Probe for one of `types`; 0 for everything else, malformed XML included
+    /// @return 1 for such a Probe; 0 for everything else, malformed XML included
     ///
     /// Errors: std::bad_alloc.
     std::int32_t ParseProbe(const char* data, std::size_t length, std::string& messageId,
                             std::string& typesText, std::string& action) const;
 
-    /// Builds the answer to a Probe for which ParseProbe returned 1 (WS-Discovery (April 2005)
-    /// 5.3). The answer contains one match, the described endpoint.
+    /// Replaces `out` with the answer to a Probe for which ParseProbe returned 1 (WS-Discovery
+    /// (April 2005) 5.3). The answer contains one match, the described endpoint.
     ///
     /// @param probeMessageId  the text that ParseProbe set
-    /// @param out             out: the whole message; its former content is replaced
     ///
     /// Errors: std::bad_alloc; ends the process if /dev/urandom cannot be read, see CoCreateGuid.
     void ProbeMatches(const std::string& probeMessageId, const EndpointDescription& description,

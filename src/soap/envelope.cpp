@@ -25,7 +25,7 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
     parent.InsertEndChild(MakeText(*parent.GetDocument(), name, text));
 }
 
-/// Attaches the XML declaration and s:Envelope with its namespace declarations; returns s:Envelope.
+/// Attaches the XML declaration and s:Envelope; returns s:Envelope.
 ///
 /// Deliberate: declares XML 1.1, although the documents for the host declare 1.0. A client that
 /// compares the first line byte by byte would drop a message that declares 1.0.

@@ -38,7 +38,7 @@ tinyxml2::XMLElement* MakeScopes(tinyxml2::XMLDocument& document,
 /// wsa:MessageID, wsa:RelatesTo and wsa:To, and an empty body.
 ///
 /// @param relatesTo  text of wsa:RelatesTo; null leaves the element out
-/// @return the body, for the caller to fill; already attached
+/// @return the body, already attached
 ///
 /// Deliberate: no AppSequence header (WS-Discovery (April 2005) 7), which numbers the messages. A
 /// run does not know the numbers of the previous run. If it used lower ones, a client that
@@ -55,7 +55,7 @@ tinyxml2::XMLElement* AppendElement(tinyxml2::XMLElement& parent, const char* na
 /// the WS-Discovery schema requires: endpoint reference, types, scopes, transport addresses,
 /// metadata version.
 ///
-/// @param scopes  from MakeMacScope or MakeScopes, not yet attached; null leaves the element out
+/// @param scopes  from MakeMacScope or MakeScopes; null leaves the element out
 void AppendTarget(tinyxml2::XMLElement& parent, const EndpointDescription& description,
                   tinyxml2::XMLElement* scopes);
 

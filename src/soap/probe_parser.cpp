@@ -23,7 +23,6 @@ bool StartsWith(const char* text, const char* start)
     return std::strncmp(text, start, std::strlen(start)) == 0;
 }
 
-/// Returns the first child element with this name; null if there is none or the parent is null.
 const XMLElement* Child(const XMLElement* parent, const std::string& name)
 {
     return parent ? parent->FirstChildElement(name.c_str()) : nullptr;

@@ -24,7 +24,7 @@ inline constexpr char kProbeMatchesAction[] =
 
 /// Text of wsa:To in a message to the multicast group.
 inline constexpr char kDiscoveryUrn[] = "urn:schemas-xmlsoap-org:ws:2005:04:discovery";
-/// Text of wsa:To in an answer, which is sent to the sender of the Probe.
+/// Text of wsa:To in an answer to a Probe.
 inline constexpr char kAnonymousUri[] =
     "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous";
 

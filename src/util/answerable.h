@@ -11,7 +11,7 @@ namespace kx {
 /// An answer to 0.0.0.0/8 would reach no client on a network, and an answer to a multicast group
 /// would reach all its members. An answer to port 0 or to 255.255.255.255 cannot be sent: after
 /// four failed attempts the endpoint would close its socket for 3 seconds or longer, and clients
-/// would not find the recorder during that time.
+/// would not find the recorder meanwhile.
 ///
 /// True for a subnet's broadcast address, although an answer to it cannot be sent either: the
 /// source alone does not show that it is one.

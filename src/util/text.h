@@ -15,9 +15,8 @@ namespace kx {
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Returns whether a piece is a text or an integer of more than one byte. AppendPlain appends these
-/// as a stream would. Other pieces need a stream. Among them are char and std::uint8_t, which a
-/// stream prints as characters, not as numbers.
+/// Returns whether a piece is a text or an integer of more than one byte, which AppendPlain appends
+/// as a stream would. Other pieces need a stream, which prints char and std::uint8_t as characters.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -34,18 +33,17 @@ void AppendPlain(std::string& text, const Piece& piece)
     if constexpr (kIsText<Piece>) {
         text += std::string_view(piece);
     } else {
-        // The longest number has digits10 + 1 digits. One more character is for the minus sign.
+        // The longest number has digits10 + 1 digits and a minus sign.
         char digits[std::numeric_limits<Piece>::digits10 + 2];
         text.append(digits, std::to_chars(digits, std::end(digits), piece).ptr);
     }
 }
 
-/// Joins its arguments into one text, each printed as std::ostream does in the classic locale. A
-/// stream with the global locale could print port 22609 as 22,609, because the host may have set a
-/// locale with digit grouping.
+/// Joins its arguments into one text, each printed as std::ostream does in the classic locale. With
+/// the global locale, which the host may have set, port 22609 could become 22,609.
 ///
-/// Uses no stream if all arguments are texts or integers of more than one byte: constructing the
-/// stream would take longer than the rest of the work.
+/// Uses no stream if IsPlain is true for all arguments: constructing the stream would take longer
+/// than the rest of the work.
 ///
 /// Thread-safe.
 template <class... Pieces>

@@ -10,7 +10,7 @@ namespace kx {
 /// prints the first three fields as integers, so on a little-endian machine it prints the bytes of
 /// each of them in reverse order.
 ///
-/// The comment of each field says its offset in bytes, and which groups of the text show it.
+/// Per field: its offset in bytes, and the groups of the text that show it.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
@@ -30,7 +30,6 @@ inline constexpr std::size_t kUuidTextSize = 37;
 /// Deliberate: does not set the version and variant bits of RFC 4122 4.4. They would replace six of
 /// the random bits by which clients tell recorders apart.
 ///
-/// @param guid  out: the identifier
 /// @return always 0
 ///
 /// Errors: if /dev/urandom cannot be opened or read, writes one line to standard error (err(3)) and
@@ -56,7 +55,7 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 
 /// Replaces `out` with the text of a new identifier.
 ///
-/// @param out  out: a string of size 37, whose last character is a NUL. To print it, use c_str().
+/// @param out  out: a string of size 37, whose last character is a NUL
 ///
 /// Deliberate: the string is one character longer than the text, because CreateUuidText also writes
 /// the NUL, and writes nothing if there is no space for it. The NUL stays in the string. It does no
