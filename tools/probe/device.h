@@ -19,7 +19,7 @@ struct Device {
     std::optional<std::uint64_t> metadataVersion;
 };
 
-/// Returns the MAC address that a device names in a scope "mac:..."; empty when it names none.
+/// Returns the MAC address that a device names in a scope "mac:..."; empty without one.
 /// Thread-safe.
 std::string MacOf(const Device& device);
 
@@ -28,8 +28,8 @@ std::string MacOf(const Device& device);
 std::string HostOf(const std::string& uri);
 
 /// Returns whether the host of every XAddr of a device differs from the source of its message. Then
-/// the device does not have the address that it advertises, or is behind a NAT, or has several
-/// addresses and does not send from the advertised one.
+/// the device does not have the address that it advertises, is behind a NAT, or sends from another
+/// of its addresses.
 ///
 /// False when nothing can be compared: there are no XAddrs, the host of one is not an IPv4 address,
 /// or the source is 0.0.0.0. If only loopback has an IPv4 address, a recorder on loopback sends its

@@ -10,12 +10,11 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Maximum of paths that are known by Hello alone; no site has so many. Without a maximum, forged
-/// Hellos could fill the memory, because RemoveSilent usually keeps a path that never answered.
+/// Maximum of paths known by Hello alone; no site has so many. Without a maximum, forged Hellos
+/// could fill the memory, because RemoveSilent usually keeps a path that never answered.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
-/// Maximum of devices of other types that are counted. Without it, forged answers could fill the
-/// memory.
+/// Maximum of devices of other types. Without it, forged answers could fill the memory.
 constexpr std::size_t kMaxOthers = 10'000;
 
 /// Returns whether two lists are equal except for their order. Not std::is_permutation: its time is
@@ -31,7 +30,7 @@ bool AreSame(const Texts& left, const Texts& right)
     return sortedLeft == sortedRight;
 }
 
-/// Replaces a known list by that of a message. Keeps the known list if the message has none.
+/// Replaces a known list by that of a message, if the message has one.
 ///
 /// @return whether the list changed; a new order is not a change
 bool Update(Texts& known, const Texts& given)
@@ -42,8 +41,6 @@ bool Update(Texts& known, const Texts& given)
     return true;
 }
 
-/// Updates what is known about a device from a message.
-///
 /// @return whether a list changed; a new metadata version alone is not shown as a change
 bool Update(Device& known, const Device& given)
 {
@@ -141,9 +138,8 @@ std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
     return events;
 }
 
-/// Handles a ResolveMatches that has XAddrs; ignores one that has none. Records its XAddrs, types
-/// and scopes for those paths (see CDeviceList) of its device that have no XAddrs yet and are on
-/// the adapter that received it.
+/// Records the XAddrs, types and scopes of a ResolveMatches for the paths of its device that have
+/// no XAddrs yet and are on the adapter that received it. Ignores one without XAddrs.
 ///
 /// @return when watching, a kChanged event for each such path; when asking once, a kAnswer event
 ///         for each that was held
@@ -210,8 +206,8 @@ std::vector<Event> CDeviceList::RemoveSilent()
 
 std::vector<CDeviceList::Paths::iterator> CDeviceList::Silent()
 {
-    // Two pairs for each path by which an answer arrived: adapter and wsa:Address of the device,
-    // adapter and MAC address of the device. A path that has one of these pairs should answer.
+    // Two pairs for each path by which an answer arrived: adapter and wsa:Address, adapter and MAC
+    // address. A path that has one of these pairs should answer.
     std::set<std::pair<std::string, std::string>> answering;
     for (const auto& [address, path] : paths) {
         if (path.answered)
@@ -243,8 +239,7 @@ std::size_t CDeviceList::OtherCount() const
     return static_cast<std::size_t>(std::count_if(others.begin(), others.end(), isOther));
 }
 
-/// Makes room for one more path that is known by Hello alone. If the list has kMaxUnanswered of
-/// them, removes the one whose latest Hello is oldest.
+/// Makes room for one more path known by Hello alone, see Record.
 void CDeviceList::MakeRoom(std::vector<Event>& events)
 {
     if (unansweredCount < kMaxUnanswered)
@@ -297,8 +292,6 @@ Event CDeviceList::End(Event::Kind kind, Paths::iterator& path)
     return {kind, std::move(last), otherPath, std::nullopt};
 }
 
-/// Returns whether the list has another path of the device than the one that an event is about.
-///
 /// @param own  1 if the event's path is in the list; 0 after its removal
 bool CDeviceList::HasOtherPath(const std::string& address, std::size_t own) const
 {

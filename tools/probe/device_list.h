@@ -33,10 +33,9 @@ struct Event {
     /// Bye. kLost: it stopped responding, or the list was full.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// The event is about one path of a device (see CDeviceList). `device` is what the messages by
-    /// this path have said. The other fields are those of its latest Hello or answer to a Probe.
-    /// For kGone, source and time are those of the Bye; for kLost, the time is that of the removal;
-    /// for both there is no roundTrip.
+    /// What is known about one path (see CDeviceList): `device` from all messages by this path, the
+    /// other fields from its latest Hello or answer to a Probe. For kGone, source and time are
+    /// those of the Bye; for kLost, the time is that of the removal; neither has a roundTrip.
     Heard heard;
     bool otherPath;            ///< the list has another path of the device
     std::optional<Device> was; ///< the device before a kChanged event; otherwise none
@@ -53,34 +52,33 @@ const char* NameOf(Event::Kind kind);
 /// is part of the path too. Its port is not, because some devices answer from a new port each time.
 ///
 /// A device that restarts without a Bye may use a new wsa:Address and then looks like a second
-/// device. The MAC address does not tell whether two entries are one device, because two recorders
-/// on one machine have the same MAC address. Therefore, when watching, all devices are asked again
-/// in rounds, and RemoveSilent removes the paths that should have answered but did not.
+/// device. The MAC address does not tell whether both are one device, because two recorders on one
+/// machine share it. Therefore, when watching, all devices are asked again in rounds, and
+/// RemoveSilent removes the paths that should have answered but did not.
 ///
 /// Not thread-safe.
 class CDeviceList {
 public:
-    /// @param sought    only devices of this type are listed; none: all devices
-    /// @param watching  whether devices are watched; otherwise they are asked once
+    /// @param sought    type to list; none: all devices
+    /// @param watching  false: devices are asked once
     CDeviceList(std::optional<DeviceType> sought, bool watching);
 
     /// Records a message. A Bye removes all paths of the device on the adapter. When asking once,
     /// an answer without XAddrs is held: its event follows when a ResolveMatches supplies the
     /// XAddrs or ReleaseHeld is called. When 20,000 paths are known by Hello alone, a Hello by a
-    /// new path removes one of them, with a kLost event: the one whose latest Hello is oldest.
+    /// new path removes the one whose latest Hello is oldest, with a kLost event.
     ///
-    /// @return the resulting events, usually none or one
+    /// @return the events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
 
     /// Returns whether the message came by a listed path whose XAddrs are not known. The caller
     /// then asks the device for them with a Resolve.
     bool LacksXAddrs(const Heard& heard);
 
-    /// Returns a kAnswer event for each answer that is still held, and holds it no longer.
+    /// Releases the answers that are still held and returns a kAnswer event for each.
     std::vector<Event> ReleaseHeld();
 
-    /// Begins a round. From now on, a path is silent until a Hello or an answer to a Probe arrives
-    /// by it.
+    /// Begins a round. A path is now silent until a Hello or an answer to a Probe arrives by it.
     void StartRound();
 
     /// Returns whether any path that should have answered is silent. A path should answer if its

@@ -41,7 +41,6 @@ std::string ShortTypeNames(const std::vector<std::string>& types)
     return Join(names);
 }
 
-/// Prints the old and the new text of a list, if they differ.
 void PrintChange(std::ostream& out, const char* name, const std::string& was, const std::string& is)
 {
     if (was != is)

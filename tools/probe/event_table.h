@@ -38,8 +38,8 @@ private:
     std::ostream& out;
     std::vector<const Column*> columns;
     bool headed = false;
-    /// Current width of each column of the table, in columns of the terminal. A wider cell widens
-    /// it, up to kMaxColumnWidth.
+    /// Current width of each column, in columns of the terminal. A wider cell widens it, up to
+    /// kMaxColumnWidth.
     std::vector<std::size_t> widths;
 };
 

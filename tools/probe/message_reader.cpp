@@ -30,7 +30,6 @@ constexpr BodyForm kBodyForms[] = {
     {"ResolveMatches", "ResolveMatch", Message::Kind::kResolveMatches},
 };
 
-/// Returns the first child element with the local name, in any namespace.
 const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* localName)
 {
     const XMLElement* each = parent ? parent->FirstChildElement() : nullptr;
@@ -39,9 +38,9 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body has an element that kBodyForms names, in any namespace. ReadMessage calls
-/// this after it found no such element in the namespace of WS-Discovery (April 2005). An element in
-/// another namespace then shows that the message is of another version.
+/// Returns whether a body has an element that kBodyForms names, in any namespace. If it has none in
+/// the namespace of WS-Discovery (April 2005), such an element shows that the message is of another
+/// version.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
@@ -81,8 +80,6 @@ Device ReadDevice(const XMLElement* element)
     return device;
 }
 
-/// Reads the devices of a message.
-///
 /// @param message    in: the message without its devices
 /// @param described  the element that describes the first device; may be null
 /// @param match      see BodyForm
@@ -110,8 +107,8 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
         return Unread::kNotWellFormed;
     const XMLElement* root = document.RootElement();
-    // In any namespace: some devices answer in SOAP 1.1, whose namespace is another than that of
-    // SOAP 1.2, and nothing below depends on the version.
+    // In any namespace: some devices answer in SOAP 1.1, which has another namespace than SOAP 1.2,
+    // and nothing below depends on the version.
     const XMLElement* header = FindInAnyNamespace(root, "Header");
     const XMLElement* body = FindInAnyNamespace(root, "Body");
     for (const BodyForm& form : kBodyForms) {

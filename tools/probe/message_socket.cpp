@@ -22,8 +22,8 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// Bytes that are requested for the receive buffer, enough for nearly 30,000 answers of recorders:
-/// the kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer, which is
+/// Bytes requested for the receive buffer, enough for nearly 30,000 answers of recorders: the
+/// kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer, which is
 /// about 1,100 bytes long.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
@@ -44,8 +44,7 @@ void RequireOption(udp::socket& socket, int level, int name, const Value& value)
         throw system_error(errno, boost::system::system_category());
 }
 
-/// Returns the discovery group on an adapter. The index selects the adapter, because another one
-/// may have the same address.
+/// The index selects the adapter, because another one may have the same address.
 ip_mreqn GroupOn(const Adapter& adapter)
 {
     return {{inet_addr(kMulticastGroup)}, {inet_addr(adapter.ipAddress.c_str())}, adapter.index};
@@ -94,9 +93,9 @@ void CMessageSocket::OpenForGroup()
     std::string failure = kCannotListen;
     try {
         socket.open(udp::v4());
-        // Shares the port with a recorder on this machine. This socket is bound to the address of
-        // the group and not to the wildcard address, so it never receives a datagram that was sent
-        // to the recorder alone.
+        // Shares the port with a recorder on this machine. Bound to the group's address instead of
+        // the wildcard address, this socket never receives a datagram that was sent to the recorder
+        // alone.
         socket.set_option(udp::socket::reuse_address(true));
         failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements");
         socket.bind({make_address_v4(kMulticastGroup), kDiscoveryPort});
@@ -153,7 +152,7 @@ std::uint32_t CMessageSocket::DroppedCount()
     if (!socket.is_open())
         return droppedCount;
     // Not SO_RXQ_OVFL (socket(7)): that option reports drops only together with a later datagram,
-    // and after the last drop there is often no later datagram.
+    // and after the last drop there is often none.
     std::uint32_t memory[SK_MEMINFO_VARS] = {};
     socklen_t size = sizeof(memory);
     getsockopt(socket.native_handle(), SOL_SOCKET, SO_MEMINFO, memory, &size);

@@ -23,8 +23,8 @@ public:
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// Returns a placeholder that stands for all adapters: for each datagram of a socket that is opened
-/// with it, the kernel's routes choose the adapter.
+/// Returns a placeholder for all adapters: for each datagram of a socket opened with it, the
+/// kernel's routes choose the adapter.
 Adapter AnyAdapter();
 
 /// A UDP socket on one adapter or, with AnyAdapter, on all.

@@ -10,8 +10,8 @@ using tinyxml2::XMLText;
 namespace kx::tools {
 namespace {
 
-/// Returns the URI of the namespace that a prefix stands for in an element; for an empty prefix,
-/// that of the default namespace. Null when none is declared.
+/// Returns the URI that a prefix stands for in an element; an empty prefix stands for the default
+/// namespace. Null when none is declared.
 const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
 {
     const std::string declaration = prefix.empty() ? "xmlns" : "xmlns:" + prefix;
@@ -24,8 +24,7 @@ const char* NamespaceOf(const XMLElement* element, const std::string& prefix)
     return nullptr;
 }
 
-/// Returns the element itself or the next sibling that has this namespace and local name; null when
-/// there is none.
+/// Returns the element itself or the next sibling that has this namespace and local name, or null.
 const XMLElement* FirstFrom(const XMLElement* element, const char* uri, const char* localName)
 {
     while (element && !IsElement(element, uri, localName))

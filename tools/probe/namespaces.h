@@ -13,11 +13,11 @@
 /// does not change.
 namespace kx::tools {
 
-/// Returns the first child element with this namespace and local name; null when there is none.
+/// Returns the first child element with this namespace and local name, or null.
 const tinyxml2::XMLElement* FindChild(const tinyxml2::XMLElement* parent, const char* uri,
                                       const char* localName);
 
-/// Returns the next sibling with this namespace and local name; null when there is none.
+/// Returns the next sibling with this namespace and local name, or null.
 const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const char* uri,
                                      const char* localName);
 
@@ -35,9 +35,8 @@ std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string&
 /// Returns a name without its prefix.
 std::string LocalName(const std::string& name);
 
-/// Splits the text of an element at white space and returns the words. Comments and child elements
-/// are left out. Serves for every element text that ReadMessage reads: lists such as Types, and
-/// single words such as Address.
+/// Returns the words of an element's text, split at white space, without comments and child
+/// elements. Serves for lists such as Types and for single words such as Address.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools

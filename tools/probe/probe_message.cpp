@@ -13,8 +13,8 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-/// Builds a message. The fields `soap`, `addressing` and `discovery` are the prefixes for the
-/// namespaces of SOAP, WS-Addressing and WS-Discovery in the message.
+/// Builds a message. `soap`, `addressing` and `discovery` are its prefixes for SOAP, WS-Addressing
+/// and WS-Discovery.
 class CMessageBuilder {
 public:
     explicit CMessageBuilder(const std::optional<DeviceType>& type)
@@ -41,8 +41,8 @@ public:
         return *element;
     }
 
-    /// Returns the message as text. It has no white space between elements, because some devices
-    /// read white space as content.
+    /// Returns the message without white space between elements, because some devices read white
+    /// space as content.
     std::string Text() const
     {
         tinyxml2::XMLPrinter printer(nullptr, /*compact*/ true);
@@ -56,8 +56,7 @@ public:
     XMLElement* envelope;
 
 private:
-    /// Returns the usual prefix for a namespace; another one if the user has given the usual one to
-    /// the namespace of the device type.
+    /// Returns the usual prefix; another one if the user gave the usual one to the device type.
     static std::string Prefix(const std::string& usual, const std::optional<DeviceType>& type)
     {
         return type && type->prefix == usual ? usual + "0" : usual;
@@ -71,11 +70,9 @@ private:
     tinyxml2::XMLDocument document;
 };
 
-/// Builds a message.
-///
 /// @param name      local name of the element in the body, and last part of the action URI
 /// @param type      device type whose prefix is declared, if any
-/// @param complete  called to fill the element in the body
+/// @param complete  fills the element in the body
 ClientMessage Build(const char* name, const std::optional<DeviceType>& type,
                     const std::function<void(CMessageBuilder&, XMLElement&)>& complete)
 {

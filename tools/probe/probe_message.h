@@ -9,8 +9,8 @@
 /// namespaces declared on the envelope element, each with a prefix.
 ///
 /// The namespace of WS-Discovery is declared before that of the device type. A recorder takes the
-/// first namespace whose URI contains "/discovery" for that of WS-Discovery, but the URI of its own
-/// device type contains "/discovery" too. In the other order it would not recognise the Probe.
+/// first namespace whose URI contains "/discovery" for that of WS-Discovery, but the URI of its
+/// device type contains that too. In the other order it would not recognise the Probe.
 namespace kx::tools {
 
 /// A message of a client, and the identifier that the answers repeat in wsa:RelatesTo.
@@ -21,7 +21,7 @@ struct ClientMessage {
 
 /// Builds a Probe (WS-Discovery (April 2005) 5.2).
 ///
-/// @param sought  type to ask for; none: every device is asked
+/// @param sought  type to ask for; none: every device
 ///
 /// Errors: if /dev/urandom cannot be read, the process ends, see NewUuidString.
 /// Thread-safe.
@@ -29,7 +29,7 @@ ClientMessage MakeProbe(const std::optional<DeviceType>& sought);
 
 /// Builds a Resolve, which asks one device for its XAddrs (WS-Discovery (April 2005) 6.2).
 ///
-/// @param address  text of the wsa:Address of the device
+/// @param address  the device's wsa:Address
 ///
 /// Errors and threads: as MakeProbe.
 ClientMessage MakeResolve(const std::string& address);

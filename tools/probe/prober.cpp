@@ -13,8 +13,7 @@ namespace kx::tools {
 namespace {
 
 /// Maximum of different Resolves between two calls of Ask. A message without XAddrs makes us send a
-/// Resolve, which every device on the network receives. Without a maximum, forged messages could
-/// make us flood the network.
+/// Resolve to every device. Without a maximum, forged ones could make us flood the network.
 constexpr std::size_t kMaxResolves = 100;
 
 bool IsAnswer(Message::Kind kind)
@@ -145,9 +144,8 @@ void CProber::OnAnnouncement(const Datagram& datagram)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// Returns the time from a Probe to its answer. Of the repetitions of the Probe, the latest before
-/// the answer counts. This is the best guess: the repetitions are identical, so the answer does not
-/// tell which one it belongs to.
+/// Returns the time from a Probe to its answer. The latest repetition before the answer counts.
+/// This is a guess: repetitions are identical, so the answer does not tell which one it belongs to.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

@@ -27,7 +27,7 @@ struct ProbeSchedule {
 /// other clients, are not counted.
 struct IgnoredCounts {
     std::uint64_t otherProbe = 0;          ///< answers, but not to our latest Probes and Resolves
-    std::array<std::uint64_t, 4> unread{}; ///< all others; the index is the reason, an Unread
+    std::array<std::uint64_t, 4> unread{}; ///< all others; the index is an Unread
 
     IgnoredCounts& operator+=(const IgnoredCounts& other);
 };
@@ -35,9 +35,8 @@ struct IgnoredCounts {
 /// Looks for devices on one adapter: sends Probes to the discovery group or to one host, and
 /// receives the answers. When watching the group, it also receives announcements (Hello and Bye).
 ///
-/// Create it with std::make_shared. The handler of its timer holds a shared pointer to it, so it
-/// may be closed and released while the I/O service runs. Threads: the one that runs the I/O
-/// service.
+/// Create it with std::make_shared. The handler of its timer shares its ownership, so it may be
+/// closed and released while the I/O service runs. Threads: the one that runs the I/O service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
     /// Called for each device in each answer to our messages and in each announcement, also when
@@ -47,7 +46,7 @@ public:
     using OnHeard = std::function<bool(Message::Kind, const Heard&)>;
 
     /// @param receiver     must outlive this object
-    /// @param destination  the discovery group, or a host that is asked directly
+    /// @param destination  the discovery group or a host
     /// @param watching     whether to receive announcements too, if `destination` is the group
     ///
     /// Errors: AdapterError when a socket cannot be opened.
@@ -72,7 +71,7 @@ public:
     const boost::asio::ip::udp::endpoint& Destination() const { return destination; }
     const IgnoredCounts& Ignored() const { return ignored; }
 
-    /// Returns how many datagrams the kernel dropped because the sockets' buffers were full.
+    /// Returns the sum for its sockets, see CMessageSocket::DroppedCount.
     std::uint64_t DroppedCount();
 
 private:
@@ -93,9 +92,9 @@ private:
     boost::asio::steady_timer sendTimer;
     std::vector<ClientMessage> probes;
     std::map<std::string, ClientMessage> resolves; ///< sent since the last Ask, by device address
-    /// What is left of the schedule: `times` counts the repetitions still to send.
+    /// `times` counts the repetitions still to send.
     ProbeSchedule remaining{};
-    /// When the current Probes were sent; each repetition adds an entry.
+    /// Times of the current Probes and their repetitions.
     std::vector<std::chrono::steady_clock::time_point> sentTimes;
     IgnoredCounts ignored;
 };

@@ -12,7 +12,7 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Time after which the adapters are read again if they could not be read.
+/// Time until the adapters are read again after a failure.
 constexpr std::chrono::seconds kRetryInterval{2};
 
 /// Returns whether two readings show the same network device with the same address, so that a
@@ -30,9 +30,9 @@ std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
     return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
 }
 
-/// Returns the Probes to send. A Probe without a type asks every device, but some devices, such as
-/// recorders, answer only a Probe for one of their types. If no type is sought, Probes for common
-/// types are therefore sent too.
+/// A Probe without a type asks every device, but some devices, such as recorders, answer only a
+/// Probe for one of their types. If no type is sought, Probes for common types are therefore sent
+/// too.
 std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
 {
     std::vector<ClientMessage> probes{MakeProbe(sought)};
@@ -43,8 +43,7 @@ std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
     return probes;
 }
 
-/// Returns whether the kernel's routes choose the adapters. They do with --to, unless --adapter
-/// names adapters.
+/// Returns whether the kernel's routes choose the adapters: with --to and without --adapter.
 bool IsRouted(const ProbeOptions& options)
 {
     return !options.hosts.empty() && options.adapterNames.empty();

@@ -71,7 +71,7 @@ public:
 
     IgnoredCounts Ignored() const;
 
-    /// Returns how many datagrams the kernel dropped because a socket's buffer was full.
+    /// Returns the sum for all probers, removed ones included.
     std::uint64_t DroppedCount() const;
 
 private:
@@ -102,12 +102,12 @@ private:
     std::uint64_t formerDropped = 0; ///< by the sockets of those probers
 
     /// None if the adapters are not followed. Created before the adapters are first read, so that
-    /// no change after that reading is missed.
+    /// no later change is missed.
     std::optional<CAdapterMonitor> monitor;
     /// The descriptor of `monitor`. The monitor closes it; the destructor only releases it.
     boost::asio::posix::stream_descriptor monitored;
     boost::asio::steady_timer gathering; ///< see kAdapterGatherTime
-    /// Indexes of the network devices that were deleted since the adapters were last read.
+    /// Indexes of the network devices deleted since the adapters were last read.
     std::set<int> deletedIndexes;
     std::function<void()> onChanged;
 };

@@ -30,8 +30,8 @@ class CBatch {
 public:
     CBatch() : text(kBatchSize * kMaxDatagramSize) {}
 
-    /// Receives without waiting. Returns the number of datagrams; -1 with errno on an error, which
-    /// is EAGAIN when none has arrived.
+    /// Receives without waiting. Returns the number of datagrams; -1 with errno on an error, EAGAIN
+    /// when none has arrived.
     int Receive(int descriptor)
     {
         for (std::size_t index = 0; index < kBatchSize; ++index) {
@@ -130,8 +130,8 @@ void CReceiver::Finish()
         const auto open = sockets;
         for (const auto& each : open) {
             // Without a limit, this would not end while datagrams arrive faster than they are read.
-            // The limit for each socket is kMaxQueuedBytes, about what its buffer can hold: 32 MB
-            // are asked for, and the kernel doubles that (socket(7)).
+            // The limit for each socket is kMaxQueuedBytes, about what its buffer can hold: the
+            // kernel doubles the requested 32 MB (socket(7)).
             const std::size_t limit = queuedBytes + kMaxQueuedBytes;
             while (queuedBytes < limit && Receive(each.first))
                 continue;

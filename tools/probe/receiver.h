@@ -33,8 +33,7 @@ struct Datagram {
 /// large site answer at the same time.
 ///
 /// Datagrams wait in a queue between the two threads. While the queue is full (64 MB), further
-/// datagrams stay in the sockets' buffers. The kernel drops and counts those for which a buffer has
-/// no space.
+/// datagrams stay in the sockets' buffers. The kernel drops and counts those that do not fit.
 ///
 /// While this object exists, the run of the I/O service does not end by itself. Threads: public
 /// functions on the thread that runs the I/O service.
@@ -91,8 +90,8 @@ private:
     boost::asio::io_context& ioService;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
 
-    /// Guards the fields from here to `stopping`. It is locked while Receive runs: no reception is
-    /// in progress when Remove returns, so the caller of Remove may then close the socket.
+    /// Guards the fields from here to `stopping`. Locked while Receive runs: no reception is in
+    /// progress when Remove returns, so its caller may close the socket.
     std::mutex mutex;
     std::condition_variable roomMade; ///< the queue has space again, or `stopping` is set
     std::map<int, std::shared_ptr<const Handlers>> sockets; ///< by descriptor

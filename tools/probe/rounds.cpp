@@ -8,7 +8,7 @@ namespace kx::tools {
 namespace {
 
 constexpr seconds kAnswerTime{1};
-constexpr int kMaxProbes = 3; // in a round, because a Probe or its answer may get lost
+constexpr int kMaxProbes = 3; // in a round
 constexpr seconds kRestTime{30};
 
 } // namespace

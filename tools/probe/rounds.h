@@ -21,7 +21,7 @@ namespace kx::tools {
 /// one that runs the I/O service.
 class CRounds {
 public:
-    /// @param ask   called to send a new Probe on every adapter
+    /// @param ask   sends a new Probe on every adapter
     /// @param lost  called with a kLost event for each path that stopped responding
     CRounds(boost::asio::io_context& ioService, CReceiver& receiver, CDeviceList& devices,
             std::function<void()> ask, std::function<void(const Event&)> lost);

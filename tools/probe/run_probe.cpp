@@ -78,10 +78,10 @@ void BlockEndSignals()
     pthread_sigmask(SIG_BLOCK, &ending, nullptr);
 }
 
-/// One run of the tool: probers on the adapters, the list of devices, the output.
+/// One run of the tool.
 ///
-/// The order of the members matters, because the last one is destroyed first: `ioService` and
-/// `receiver` stand before the members that use them.
+/// `ioService` and `receiver` stand before the members that use them, because the last member is
+/// destroyed first.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
@@ -119,8 +119,6 @@ private:
     std::string OthersText() const;
     std::string DroppedText() const;
 
-    /// Writes a message for the user to standard error, after erasing the progress, which would
-    /// otherwise stand on the same line.
     void Tell(const std::string& text)
     {
         progress.Clear();
@@ -176,8 +174,7 @@ int CLookup::Run()
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // All repetitions are sent within the first half of the timeout. The second half leaves the
-    // devices time to answer the last one.
+    // The second half of the timeout leaves the devices time to answer the last repetition.
     const ProbeSchedule schedule{
         options.times, std::min<steady_clock::duration>(
                            kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
@@ -189,8 +186,8 @@ void CLookup::StartProbers(double timeoutSeconds)
     }
 }
 
-/// Runs the service until the deadline or a signal. At the deadline, the datagrams that have
-/// arrived but were not yet read are still evaluated; after a signal they are not.
+/// Runs the service until the deadline or a signal. At the deadline, datagrams that have arrived
+/// are still evaluated; after a signal they are not.
 void CLookup::Listen()
 {
     for (;;) {

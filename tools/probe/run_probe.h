@@ -19,7 +19,7 @@ struct ProbeOptions {
     /// Adapters to ask on. If empty: all adapters with an IPv4 address except loopback, or, if
     /// `hosts` are given, those that the kernel's routes choose.
     std::vector<std::string> adapterNames;
-    /// Hosts to ask. If empty, the discovery group 239.255.255.250 is asked.
+    /// Hosts to ask; if empty, the discovery group 239.255.255.250.
     std::vector<boost::asio::ip::udp::endpoint> hosts;
     std::optional<DeviceType> sought = RecorderType(); ///< type to list; none: devices of any type
     /// Time to listen. If none: without `watch` kDefaultTimeoutSeconds, with `watch` no limit.
