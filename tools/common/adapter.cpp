@@ -43,8 +43,8 @@ void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
     adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
 }
 
-/// Returns the hardware address of a device as text if it is a MAC address, otherwise all zeros.
-/// The hardware address of a tunnel, for example, has another length.
+/// Returns all zeros if the hardware address is not a MAC address: that of a tunnel, for example,
+/// has another length.
 std::string MacText(nl_addr* address)
 {
     char text[sizeof(kNoMacAddress)];

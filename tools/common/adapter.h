@@ -9,17 +9,17 @@ namespace kx::tools {
 struct Adapter {
     std::string name; ///< network device name
     /// Interface index. A device that is deleted and created again under its name usually gets
-    /// another index. Sockets that were bound to the deleted device receive nothing, so another
-    /// index means that new sockets are needed.
+    /// another index. New sockets are then needed: those bound to the deleted device receive
+    /// nothing.
     int index;
     std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
     /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros for a device without one, such as loopback.
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up, and has a carrier or cannot detect one
     bool loopback;
-    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When it changes,
-    /// pelorin-probe --watch asks again. Comparing `connected` is not enough: a bridge without a
-    /// port is already connected, in the state "unknown". With its first port the state is "up".
+    /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When it changes, pelorin-probe
+    /// --watch asks again. Comparing `connected` is not enough: a bridge without a port is already
+    /// connected, in the state "unknown"; with its first port the state is "up".
     int operationalState;
     unsigned flags = 0;                      ///< the IFF_* flags of netdevice(7)
     std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, ipAddress first
@@ -41,16 +41,14 @@ std::vector<Adapter> ReadNetworkAdapters();
 /// Errors: as ReadAdapters; std::runtime_error when there are none.
 std::vector<Adapter> ReadUsableAdapters();
 
-/// Returns the adapters with these names, each once, in the order of the names. A name that no
-/// adapter has is ignored.
+/// Returns the adapters with these names, each once, in the order of the names. Unknown names are
+/// ignored.
 std::vector<Adapter> FindAdapters(const std::vector<Adapter>& adapters,
                                   const std::vector<std::string>& names);
 
-/// Returns the same adapters as FindAdapters, but requires that each name belongs to an adapter
-/// with an IPv4 address.
+/// Returns the same as FindAdapters, but requires an adapter with an IPv4 address for each name.
 ///
-/// Errors: std::runtime_error when a name has no such adapter. The text of the error lists
-/// `adapters`.
+/// Errors: std::runtime_error when a name has none; its text lists `adapters`.
 std::vector<Adapter> SelectAdapters(const std::vector<Adapter>& adapters,
                                     const std::vector<std::string>& names);
 

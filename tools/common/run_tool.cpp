@@ -29,9 +29,8 @@ public:
         return Wrap(app->get_description(), width) + "\n";
     }
 
-    /// Returns the text after an option's name in the help: only the type of its value, or nothing
-    /// for a flag. CLI11 would also list the options that exclude this one, and that list would be
-    /// longer than the rest.
+    /// Returns only the type of the value. CLI11 would also list the options that exclude this one,
+    /// and that list would be longer than the rest.
     std::string make_option_opts(const CLI::Option* option) const override
     {
         const bool isFlag = option->get_type_size() == 0;

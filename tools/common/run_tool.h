@@ -13,12 +13,11 @@ namespace kx::tools {
 inline constexpr int kExitError = 2;
 
 /// Runs a tool: reads the command line, then calls `work`. Adds the options --version and --help.
-/// The help is wrapped at the terminal's width.
 ///
-/// @param name         the tool's name; its error messages begin with it
+/// @param name         the tool's error messages begin with it
 /// @param description  what the tool does, for --help; line feeds only between paragraphs
 /// @param addOptions   adds the tool's options, bound to variables that outlive this call
-/// @param work         does the work after the options are read; returns the exit status
+/// @param work         called after the options are read; returns the exit status
 /// @return the exit status: that of `work`; 0 after --help and --version; kExitError, with one line
 ///         on standard error, when the command line is invalid or `work` throws
 int RunTool(int argc, char** argv, const char* name, const char* description,
@@ -44,8 +43,7 @@ void Complain(const std::string& name, const std::string& text);
 ///               are any. Outlives the parsing of the command line.
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
-/// Returns a check for an option. It accepts a positive number of seconds, with or without a
-/// fraction, up to 1e9.
+/// Returns a check that accepts a positive number of seconds up to 1e9, also with a fraction.
 ///
 /// Not CLI::PositiveNumber, which also accepts "nan" and times that the steady clock cannot hold.
 CLI::Validator PositiveSeconds();
