@@ -73,7 +73,7 @@ private:
     std::string endpointAddress;
 
 public:
-    CDiscoverySoap soap;              ///< all endpoints use it; `types` is set before Start
+    CDiscoverySoap soap;              ///< all endpoints use it
     kx::log::ICoreLog* log = nullptr; ///< not owned; null: messages go to standard output
 };
 

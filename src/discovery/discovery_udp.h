@@ -52,13 +52,12 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///  - A completion handler decrements the count first. The teardown decrements it last, so the
 ///    endpoint stays busy until the teardown is complete.
 ///  - The count is incremented after the operation is started. If the start throws std::bad_alloc,
-///    no handler will run. If the count were incremented earlier, nothing would decrement it again,
-///    and a stop would wait forever.
+///    no handler would undo an earlier increment, and a stop would wait forever.
 ///  - No completion handler runs before that increment: the I/O thread is still running the code
 ///    that started the operation, or the manager's thread has started the retry timer, which takes
 ///    seconds. The teardown can run before StopOperations has counted it, so the count can be too
 ///    low by one for a moment. That is harmless, because only the manager's thread reads the count,
-///    and it does so after StopOperations.
+///    after StopOperations.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -70,8 +69,8 @@ public:
     /// @param port              local and of the group
     ///
     /// Errors: std::bad_alloc; boost::system::system_error: EINVAL when an address is not IPv4
-    /// dotted text, another code when the I/O service cannot create its own descriptors (epoll(7)).
-    /// The service creates them when its first endpoint is constructed.
+    /// dotted text, another code when the I/O service cannot create its own descriptors (epoll(7))
+    /// for its first endpoint.
     CDiscoveryUdp(boost::asio::io_context& ioService, const AdapterRecord& adapter,
                   const EndpointDescription& description, std::int32_t multicastEnabled,
                   const std::string& groupAddress, std::uint16_t port);
@@ -173,8 +172,8 @@ private:
 
     boost::asio::ip::udp::socket socket;
     boost::asio::ip::udp::endpoint senderEndpoint;
-    /// Where SendMessage sends to. A retry uses the current value, so it goes where the latest
-    /// message went, even if it repeats an earlier message.
+    /// A retry uses the current value, so it goes where the latest message went, even if it repeats
+    /// an earlier message.
     boost::asio::ip::udp::endpoint sendDestination;
     /// kRecorderReadSize bytes, and one for the NUL that OnDatagram writes after a datagram.
     std::vector<char> receiveBuffer;
