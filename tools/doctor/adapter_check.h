@@ -15,11 +15,11 @@ struct CheckedAdapters {
     Findings findings;
 };
 
-/// Checks the addresses, the link and the flags of adapters. The possible findings are
-/// `no-adapter`, `link-down` and `no-multicast`.
+/// Checks the addresses, link and flags of adapters. Findings: `no-adapter`, `link-down` and
+/// `no-multicast`.
 ///
 /// @param all    all adapters of the machine
-/// @param names  the adapters to check; when empty, all that have an IPv4 address, except loopback
+/// @param names  the adapters to check; when empty, all with an IPv4 address except loopback
 ///
 /// Thread-safe.
 CheckedAdapters CheckAdapters(const std::vector<Adapter>& all,

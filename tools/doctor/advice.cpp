@@ -13,8 +13,7 @@ constexpr char kSocketsSeen[] =
 constexpr char kProbesSeen[] = "the Probes that came to {adapter} and the answers that left";
 constexpr char kAdapterSeen[] = "the adapter";
 
-/// Each name is a heading in docs/operations.md, which explains the finding. scripts/check-docs
-/// compares the names with the headings.
+/// Each name is a heading in docs/operations.md; scripts/check-docs compares them.
 const std::vector<Advice> kAdvice{
     // Findings on a client.
     {"found", "", kGroupAsked, "clients on this machine find the recorder", "", {}},

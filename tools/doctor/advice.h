@@ -14,17 +14,17 @@ struct Advice {
     const char* lookedAt;
     const char* means;
     const char* remedy;                ///< "" when nothing is to be done
-    std::vector<const char*> commands; ///< commands for a shell; the remedy says what they are for
+    std::vector<const char*> commands; ///< for a shell; the remedy says what they are for
 };
 
 /// Returns the advice for a finding.
 ///
-/// Errors: std::logic_error when advice.cpp has no advice for it.
+/// Errors: std::logic_error when advice.cpp has none.
 /// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// Fills in a text or command of an advice. Replaces {adapter} by the name of the finding's adapter
-/// and any other {word} by the text that the finding's evidence has under this name.
+/// Fills in a text or command of an advice: replaces {adapter} by the finding's adapter and any
+/// other {word} by the text that the evidence has under this name.
 ///
 /// Errors: nlohmann::json::exception when the evidence has no such text.
 /// Thread-safe.

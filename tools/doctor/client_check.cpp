@@ -20,7 +20,7 @@ Json ToJson(const SeenAnswer& answer)
             {"kind", answer.target.empty() ? "group" : "direct"}};
 }
 
-/// Checks one adapter of a client. Each step adds its findings.
+/// Checks one adapter of a client.
 class CClientCheck {
 public:
     explicit CClientCheck(const ClientObservation& observation) : seen(observation) {}
@@ -60,7 +60,7 @@ private:
     Findings findings;
 };
 
-/// Returns whether an answer to the Probe to the group came from this IP address.
+/// Returns whether this IP address answered the Probe to the group.
 bool CClientCheck::Answered(const std::string& source) const
 {
     return std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
@@ -75,8 +75,7 @@ Json CClientCheck::DirectError(const std::string& target) const
     return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
-/// Returns whether the adapter can reach the group. If it cannot, CheckAdapters has already
-/// reported `no-multicast`.
+/// If false, CheckAdapters has already reported `no-multicast`.
 bool CClientCheck::CarriesMulticast() const
 {
     return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;
@@ -130,8 +129,8 @@ void CClientCheck::CheckDirect()
         if (!each.target.empty() || !WasAsked(seen, target) ||
             !asked.insert({target, address}).second)
             continue;
-        // The direct answer must come from the same recorder. Two recorders on one machine share
-        // the IP address, but only one of them receives the direct Probe.
+        // The direct answer must come from the same recorder: two on one machine share the IP
+        // address, but only one receives the direct Probe.
         const bool direct =
             std::any_of(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& other) {
                 return other.target == target && other.device.address == address;
@@ -147,8 +146,8 @@ void CClientCheck::CheckDirect()
     }
 }
 
-/// Adds a finding if the address given with --to did not answer the Probe to the group. Adds none
-/// if it answered the direct Probe and the adapter cannot reach the group.
+/// Adds a finding if the address given with --to did not answer the Probe to the group, unless it
+/// answered the direct Probe and the adapter cannot reach the group.
 void CClientCheck::CheckTarget()
 {
     if (Answered(seen.target))
@@ -168,9 +167,9 @@ void CClientCheck::CheckTarget()
     }
 }
 
-/// Adds a finding for each recorder whose XAddrs have only other IPv4 addresses than the one from
-/// which it answers, and that did not answer a direct Probe to any of them. Adds none if one of the
-/// addresses was not asked because it became known too late: the recorder might answer there.
+/// Adds a finding for each recorder for which AdvertisesOtherHost is true and that did not answer a
+/// direct Probe to any address in its XAddrs. Adds none if one of them was not asked because it
+/// became known too late: the recorder might answer there.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -200,9 +199,8 @@ void CClientCheck::CheckAddresses()
 }
 
 /// Called when no recorder answered. Adds a finding about other devices that answered, else about a
-/// Probe to the group that was not sent, else that nothing came. Does not add the last one if this
-/// observation has a `target` (the address given with --to): CheckTarget has then already reported
-/// that no answer came from there, or that the Probe to it was not sent.
+/// Probe to the group that was not sent, else that nothing came. Does not add the last if there is
+/// a `target`: CheckTarget has then already reported `nothing-came`.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

@@ -26,14 +26,14 @@ struct SeenAnswer {
 /// What a client observed on one of its adapters.
 struct ClientObservation {
     Adapter adapter;
-    bool watched = false;               ///< whether a packet socket watched the adapter
+    bool watched = false;               ///< by a packet socket
     std::vector<SeenAnswer> answers;    ///< each once, although Probes are repeated
     std::set<std::string> otherDevices; ///< IP addresses of answering devices that are no recorders
     /// The address given with --to. Set on one adapter only: the one by which the route to the
-    /// address leaves or, if that one is not examined, the first. Empty on the others.
+    /// address leaves or, if that one is not examined, the first.
     std::string target;
     std::string sendError; ///< why the Probe to the group was not sent; empty if it was
-    /// For each address that was asked directly: why the Probe was not sent; empty if it was sent.
+    /// For each address that was asked directly: why the Probe was not sent; empty if it was.
     std::map<std::string, std::string> directErrors;
     /// Datagrams that reverse-path filtering dropped during the examination, on all adapters.
     std::uint64_t reversePathDropCount = 0;
@@ -43,7 +43,7 @@ struct ClientObservation {
     bool optional = false;
 };
 
-/// Returns whether a recorder answered a Probe. An answer that was only seen at the adapter counts.
+/// Returns whether a recorder answered a Probe. An answer only seen at the adapter counts.
 ///
 /// @param target  the address to which the Probe was sent; empty for the group
 ///
@@ -54,8 +54,8 @@ bool AnyAnswer(const ClientObservation& seen, const std::string& target);
 bool WasAsked(const ClientObservation& seen, const std::string& target);
 
 /// Returns the addresses in the XAddrs of recorders for which AdvertisesOtherHost is true: none of
-/// these addresses is the one from which the recorder answers. A direct Probe to each of them shows
-/// whether the recorder can be reached there. Thread-safe.
+/// these addresses is the one from which the recorder answers. A direct Probe to each shows whether
+/// the recorder can be reached there. Thread-safe.
 std::set<std::string> OtherHosts(const ClientObservation& seen);
 
 /// Returns the findings on an adapter of a client. A finding that another finding explains is only

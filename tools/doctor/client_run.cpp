@@ -39,8 +39,7 @@ namespace {
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// Time to wait for answers after the first Probe to the group, and again after the first direct
-/// Probe of each round (see AskDirectly). The wait of a round ends early when every direct Probe is
-/// answered.
+/// Probe of each round (see AskDirectly).
 constexpr std::chrono::seconds kAnswerTime{2};
 
 /// Time after which the Probes for recorders are sent again, because a datagram can get lost. A
@@ -92,7 +91,7 @@ public:
 
     std::uint16_t Port() const { return socket.local_endpoint().port(); }
 
-    /// Returns why the text was not sent; empty if it was sent.
+    /// Returns why the text was not sent; empty if it was.
     std::string Send(const std::string& text, const address_v4& address)
     {
         error_code error;
@@ -119,9 +118,7 @@ private:
     std::array<char, 65536> buffer; // no UDP datagram is longer
 };
 
-/// One examination: asks the group on every adapter, then each recorder directly. Direct Probes
-/// have a separate socket that is bound to no address, so that the kernel's routes choose their
-/// adapter.
+/// One examination: asks the group on every adapter, then each recorder directly.
 class CClientRun {
 public:
     /// Errors: std::runtime_error.
@@ -217,7 +214,7 @@ void CClientRun::AskGroup()
 
 void CClientRun::AskDirectly()
 {
-    // The second time, asks the addresses that became known by answers since the first time.
+    // The second time, asks the addresses that became known since the first time.
     for (int time = 0; time < 2 && AskNewAddresses(); ++time) {
         phase = {"asking directly", steady_clock::now()};
         Wait(kRepeatAfter, true);
@@ -229,7 +226,7 @@ void CClientRun::AskDirectly()
     }
 }
 
-/// Asks each address directly that is known and was not asked yet. Returns whether there was one.
+/// Asks each known address directly that was not asked yet. Returns whether there was one.
 bool CClientRun::AskNewAddresses()
 {
     bool any = false;
@@ -289,8 +286,8 @@ void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
     progress.Clear();
 }
 
-/// Returns whether the socket that asked has received an answer to every direct Probe. An answer
-/// that only the packet socket has seen does not count: the socket that asked may still receive it.
+/// Returns whether every direct Probe is answered. An answer that only the packet socket has seen
+/// does not count: the socket that asked may still receive it.
 bool CClientRun::AllAnswered() const
 {
     return std::all_of(questions.begin(), questions.end(), [](const Question& question) {
@@ -322,7 +319,7 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             continue;
         }
         // An answer can come several times: from the packet socket and from the socket that asked,
-        // and for each copy of a Probe that was sent again.
+        // and for each copy of a repeated Probe.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&
@@ -357,8 +354,8 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        // If the adapter was removed, went down or lost its addresses meanwhile, this is reported
-        // instead of the result of CheckClient.
+        // If the adapter was removed, went down or lost its addresses meanwhile, only this is
+        // reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());

@@ -6,31 +6,30 @@
 #include <map>
 #include <string>
 
-/// Functions that read the kernel's state: groups, routes, counters and settings. All are
-/// thread-safe.
+/// Functions that read the kernel's state. All are thread-safe.
 namespace kx::tools {
 
 /// Reads from /proc/net/igmp how many sockets have joined a multicast group on each device.
 ///
-/// @return the numbers by the name of the device, without devices where no socket has joined
+/// @return the numbers by device name, without devices where no socket has joined
 ///
 /// Errors: std::runtime_error when the file cannot be read, as in some containers.
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
-/// Reads how many datagrams reverse-path filtering has dropped so far, on all adapters together:
-/// TcpExt IPReversePathFilter of /proc/net/netstat. Datagrams that a firewall drops do not count.
+/// Reads how many datagrams reverse-path filtering has dropped so far on all adapters: TcpExt
+/// IPReversePathFilter of /proc/net/netstat. Datagrams that a firewall drops do not count.
 std::uint64_t ReadReversePathDrops();
 
 /// Asks the kernel over rtnetlink(7) for the route to an address.
 ///
-/// @return the index of the device to which the route leads; 0 if there is no route
+/// @return the index of the route's device; 0 if there is no route
 int RouteTo(const boost::asio::ip::address_v4& address);
 
 /// Reads a setting of the kernel.
 ///
 /// @param name  its path under /proc/sys, such as "net/core/rmem_max"
-/// @return the value; empty if the file does not exist. In a network namespace other than the
-///         first, some settings have no file.
+/// @return the value; empty if the file does not exist, as for some settings in a network namespace
+///         other than the first
 std::string ReadSetting(const std::string& name);
 
 } // namespace kx::tools

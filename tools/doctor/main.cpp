@@ -20,7 +20,6 @@ constexpr char kDescription[] =
     "and as \"recorder\" on the recorder. Run it as root, or some checks are left out.\n"
     "Exit status: 0 without a fault, 1 with one, 2 on misuse.";
 
-/// The options of the command line.
 struct DoctorOptions {
     std::vector<std::string> adapterNames;
     std::string target;

@@ -18,7 +18,7 @@ NetlinkMessage MakeNetlinkMessage(int type, int flags);
 /// Sends a request to the kernel over netlink(7) and calls `onAnswer` with each message of the
 /// reply.
 ///
-/// @param protocol  NETLINK_ROUTE or another family of netlink(7)
+/// @param protocol  NETLINK_ROUTE or another family
 /// @param onAnswer  must not throw: it is called by C code
 /// @return 0, or a negative error number of libnl, whose text nl_geterror returns
 ///

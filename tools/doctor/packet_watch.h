@@ -23,7 +23,7 @@ struct SeenDatagram {
 };
 
 /// Watches the UDP datagrams over IPv4 on an adapter with a packet socket (packet(7)). It sees
-/// arriving datagrams before a firewall or reverse-path filtering can drop them. It sees leaving
+/// arriving datagrams before a firewall or reverse-path filtering can drop them, and leaving
 /// datagrams only if no firewall has dropped them. Of a fragmented datagram it sees only the first
 /// fragment.
 ///
@@ -32,8 +32,6 @@ class CPacketWatch {
 public:
     using OnDatagram = std::function<void(const SeenDatagram& datagram)>;
 
-    /// Starts to watch.
-    ///
     /// @param ports  the handler gets only datagrams from or to one of these ports
     ///
     /// Errors: boost::system::system_error; operation_not_permitted without CAP_NET_RAW.

@@ -15,7 +15,7 @@ namespace kx::tools {
 namespace {
 
 /// The Probes of one client: either those to the group, or those to this machine's addresses. They
-/// are judged together. If one was answered, nothing blocks them, and others were lost by chance.
+/// are judged together: if one was answered, nothing blocks them, and others were lost by chance.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -41,9 +41,8 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Checks one adapter of a recorder. Each step adds its findings. The steps before CheckProbes also
-/// set flags, so that CheckProbes does not report a missing answer that an earlier finding
-/// explains.
+/// Checks one adapter of a recorder. The steps before CheckProbes set flags, so that CheckProbes
+/// does not report a missing answer that an earlier finding explains.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -147,8 +146,8 @@ void CRecorderCheck::CheckSocket()
 /// server causes this if it gives the other adapter's Handle with this adapter's IPAddress: the
 /// socket is then bound to the other device, but joins the group here. The kernel does not tell
 /// which socket has joined. So this is assumed if the group is joined here, and a socket without an
-/// address is bound to a device on which the group is not joined. The finding is then only a note.
-/// If the other device is checked too, its check reports the fault `wrong-device`.
+/// address is bound to a device on which it is not joined. The finding is then only a note: the
+/// check of the other device, if any, reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -188,9 +187,9 @@ bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
             return false;
         if (owner != machine.owners.end() && other != machine.owners.end())
             return owner->second.process != other->second.process;
-        // At least one of the two processes is unknown, so the sockets are compared. The sockets of
-        // one recorder are bound to no address and belong to one user, and there is at most one for
-        // each address of the adapter.
+        // One of the processes is unknown, so the sockets are compared. Those of one recorder are
+        // bound to no address and belong to one user, and there is at most one for each address of
+        // the adapter.
         return !socket.address.is_unspecified() || each.user != socket.user ||
                bound.size() > adapter.addresses.size();
     });
@@ -285,7 +284,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
             : Compose(text, "; reverse-path filtering dropped ", machine.reversePathDropCount));
 }
 
-/// Returns the sockets that can receive datagrams that arrive at the adapter.
+/// Returns the sockets that can receive what arrives at the adapter.
 std::vector<UdpSocket> CRecorderCheck::Receiving() const
 {
     std::vector<UdpSocket> receiving;
@@ -299,7 +298,7 @@ std::vector<UdpSocket> CRecorderCheck::Receiving() const
 std::string CRecorderCheck::DeviceName(int index) const
 {
     const auto name = machine.deviceNames.find(index);
-    // A socket that is bound to a deleted device keeps the device's index, which has no name now.
+    // A socket bound to a deleted device keeps the index, which has no name now.
     return name != machine.deviceNames.end() ? name->second : Compose("if", index);
 }
 

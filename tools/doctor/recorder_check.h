@@ -26,12 +26,12 @@ struct SeenProbe {
 /// What was observed on the whole machine.
 struct MachineState {
     std::vector<UdpSocket> sockets;      ///< on the discovery port before the watch for Probes
-    std::vector<UdpSocket> laterSockets; ///< on the discovery port after the watch
+    std::vector<UdpSocket> laterSockets; ///< after the watch
     std::map<std::uint32_t, SocketOwner> owners; ///< of `sockets`, by inode
     std::map<std::string, int> groupMembers;     ///< see ReadGroupMembers
-    std::map<int, std::string> deviceNames;      ///< of all adapters, by their index
-    std::uint64_t reversePathDropCount = 0;      ///< datagrams dropped during the watch
-    std::string bufferLimit;                     ///< value of net.core.rmem_max; may be empty
+    std::map<int, std::string> deviceNames;      ///< of all adapters, by index
+    std::uint64_t reversePathDropCount = 0;      ///< during the watch
+    std::string bufferLimit;                     ///< net.core.rmem_max; may be empty
 };
 
 /// What was observed on one adapter of a recorder.
@@ -40,8 +40,8 @@ struct RecorderObservation {
     bool portTaken = false; ///< another program has the discovery port and does not share it
     bool watched = false;   ///< a packet socket watched the adapter and filled in the fields below
     std::vector<SeenProbe> probes;
-    /// Probes that arrived and that no recorder answers: because of their content, such as Probes
-    /// for other types, their length, or a source that IsAnswerable rejects.
+    /// Probes that arrived and that no recorder answers because of their content (such as other
+    /// types), their length, or a source that IsAnswerable rejects.
     std::size_t otherProbeCount = 0;
 };
 

@@ -46,9 +46,9 @@ constexpr std::chrono::milliseconds kAnswerTime{500};
 
 constexpr std::chrono::milliseconds kProgressInterval{200};
 
-/// Returns whether another program has the port and does not share it, so that a recorder's socket
-/// cannot be bound. Call it only if no socket is bound to the adapter's device: for a moment it
-/// opens a socket there, which would take datagrams of a recorder.
+/// Returns whether another program has the port and does not share it. Call it only if no socket is
+/// bound to the adapter's device: for a moment it opens a socket there, which would take datagrams
+/// of a recorder.
 bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
@@ -63,7 +63,6 @@ bool IsPortTaken(const Adapter& adapter)
     return error == boost::asio::error::address_in_use;
 }
 
-/// Reads the state of the machine before the watch.
 MachineState ReadMachineState(const std::vector<Adapter>& all)
 {
     MachineState machine;
@@ -227,8 +226,8 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
 
     const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        // If the adapter was removed, went down or lost its addresses meanwhile, this is reported
-        // instead of the result of CheckRecorder.
+        // If the adapter was removed, went down or lost its addresses meanwhile, only this is
+        // reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found =
             recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);

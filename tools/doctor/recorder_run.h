@@ -15,7 +15,7 @@ inline constexpr double kDefaultWatchSeconds = 10;
 /// Examines this machine as a recorder, then watches the Probes that arrive and the answers that
 /// leave. Prints on standard error that a client has to ask now, and shows the remaining time there
 /// if it is a terminal. SIGINT and SIGTERM end the watch early. There is no watch if no socket
-/// could answer a Probe or if no packet socket can be opened.
+/// could answer a Probe or no packet socket can be opened.
 ///
 /// @param names  see CheckAdapters
 ///

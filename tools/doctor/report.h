@@ -6,7 +6,7 @@
 
 namespace kx::tools {
 
-/// The form in which findings are printed: as text without or with colours, or as JSON.
+/// As text without or with colours, or as JSON.
 enum class ReportForm { kPlain, kColored, kJson };
 
 /// Prints findings, the worst last. Each is a block of text or, in JSON, one line.

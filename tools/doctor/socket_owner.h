@@ -13,8 +13,8 @@ struct SocketOwner {
     std::string name; ///< the text of /proc/PID/comm
 };
 
-/// Searches /proc (proc(5)) for the owners of sockets, which are named by their inodes. Only root
-/// sees the descriptors of other users' processes.
+/// Searches /proc (proc(5)) for the owners of sockets. Only root sees the descriptors of other
+/// users' processes.
 ///
 /// @return the owners by inode, without the sockets whose owner is not found
 ///

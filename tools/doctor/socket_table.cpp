@@ -40,8 +40,8 @@ std::optional<address_v4> AddressOf(const inet_diag_msg& message)
     return boost::asio::ip::make_address_v4(boost::asio::ip::v4_mapped, address);
 }
 
-/// Adds the socket that the kernel's message describes, if the socket is on the port, is not
-/// connected and receives IPv4.
+/// Adds the socket that the message describes if it is on the port, is not connected and receives
+/// IPv4.
 void AddSocket(nlmsghdr* header, std::uint16_t port, std::vector<UdpSocket>& sockets)
 {
     std::array<nlattr*, INET_DIAG_MAX + 1> attributes{};
@@ -70,8 +70,8 @@ int Score(const UdpSocket& socket)
 
 } // namespace
 
-// The kernel makes the socket that was bound last come first: it adds a socket to the head of its
-// port's list when the socket is bound, and dumps the list from the head.
+// The socket bound last comes first: the kernel adds a socket to the head of its port's list when
+// it is bound, and dumps the list from the head.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
 {
     std::vector<UdpSocket> sockets;

@@ -19,18 +19,18 @@ struct UdpSocket {
 };
 
 /// Reads the unconnected UDP sockets that are bound to a port and can receive over IPv4; asks the
-/// kernel over sock_diag(7). IPv4 sockets come before IPv6 sockets. In each of these two groups,
-/// the socket that was bound last comes first.
+/// kernel over sock_diag(7). IPv4 sockets come before IPv6 sockets; within each kind, the socket
+/// bound last comes first.
 ///
 /// Errors: std::runtime_error.
 /// Thread-safe.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port);
 
-/// Returns the socket that receives a datagram when it arrives on a device and is sent to an
-/// address of this machine; null when no socket does.
+/// Returns the socket that receives a datagram that arrives on a device and is sent to an address
+/// of this machine; null when none does.
 ///
-/// The kernel prefers a socket that is bound to the address, then a socket that is bound to the
-/// device, then an IPv4 socket, then the socket that was bound last.
+/// The kernel prefers a socket bound to the address, then one bound to the device, then an IPv4
+/// socket, then the one bound last.
 ///
 /// @param sockets  in the order of ReadUdpSockets
 /// @return points into `sockets`
