@@ -44,8 +44,8 @@ std::string ParserReason(const tinyxml2::XMLDocument& document)
                    detail == std::string::npos ? "" : ", " + text.substr(detail + 2));
 }
 
-/// Returns why the kernel does not allow a device with this handle as its name, or an empty text
-/// if it does. Does not check the length.
+/// Returns why the kernel does not allow a device of this name; empty if it does. Does not check
+/// the length.
 std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
@@ -57,8 +57,7 @@ std::string HandleFault(const std::string& handle)
     return "";
 }
 
-/// Returns the names of the devices that have this address: "eth1, eth2", or "no device of this
-/// machine".
+/// Returns the devices that have this address: "eth1, eth2", or "no device of this machine".
 std::string Holders(const Devices& devices, const std::string& address)
 {
     std::string list;
@@ -69,8 +68,8 @@ std::string Holders(const Devices& devices, const std::string& address)
     return list.empty() ? "no device of this machine" : list;
 }
 
-/// Returns a text such as "; line 3 has "servers"" if the name of a child element differs from
-/// `name` only in case; otherwise an empty text.
+/// Returns a text such as "; line 3 has "servers"" if a child element's name differs from `name`
+/// only in case; otherwise an empty text.
 std::string OtherSpelling(const XMLNode& parent, const char* name)
 {
     for (const XMLElement* each = parent.FirstChildElement(); each;
@@ -81,7 +80,7 @@ std::string OtherSpelling(const XMLNode& parent, const char* name)
     return "";
 }
 
-/// Returns why an attribute is rejected: it is missing, empty or not what is expected.
+/// Returns why an attribute is rejected.
 std::string AttributeFault(const XMLElement& element, const char* name, const char* expected)
 {
     if (const char* value = element.Attribute(name))
@@ -261,8 +260,8 @@ private:
                     Holders(*devices, adapter.ipAddress)));
     }
 
-    /// Notes what is wrong with the handle. Returns whether a device of this name can exist, on
-    /// this or any other machine.
+    /// Notes what is wrong with the handle. Returns whether a device of this name can exist, on any
+    /// machine.
     bool CheckHandle(const AdapterRecord& adapter, int line)
     {
         const std::string quoted = Quoted(adapter.handle.c_str());
@@ -293,7 +292,7 @@ private:
     const std::optional<Devices>& devices;
     std::vector<DocumentFinding> findings;
     int startedCount = 0;
-    /// Line of the first adapter with an invalid address; no later adapter is started. 0: none.
+    /// Line of the first adapter with an invalid address; 0: none.
     int stopLine = 0;
 };
 

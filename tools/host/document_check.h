@@ -24,7 +24,7 @@ struct DocumentFinding {
         kNote,    ///< anything else to know, such as an address that this machine lacks
     };
     Kind kind;
-    int line; ///< number of the line in the document, from 1
+    int line; ///< in the document, from 1
     std::string text;
 };
 

@@ -33,8 +33,7 @@ std::string ReadDocument(const std::string& name);
 /// Returns a file's name for messages: "standard input" for "-".
 std::string DocumentName(const std::string& name);
 
-/// Supplies the documents that the host hands to the plug-in. Each is one text with the port and
-/// the adapters: a server and adapter document (pelorin/plugin.h).
+/// Supplies the server and adapter documents (pelorin/plugin.h) that the host hands to the plug-in.
 ///
 /// Not thread-safe.
 class IDocumentSource {
@@ -58,8 +57,7 @@ public:
     /// only if it differs from the one that Next returned last. Errors: as Read.
     virtual void ReadChanges() {}
 
-    /// Returns the document to hand over if there is a new one since the last call, otherwise
-    /// nothing.
+    /// Returns the document to hand over if there is a new one since the last call.
     virtual std::optional<OutgoingDocument> Next() = 0;
 };
 
@@ -69,8 +67,7 @@ public:
     /// Reads the adapters to list, in their present state. Errors: std::exception.
     using ReadListed = std::function<std::vector<Adapter>()>;
 
-    /// @param serverPort  the port in all documents
-    /// @param follow      whether to watch the adapters for changes
+    /// @param follow  watches the adapters for changes
     ///
     /// Errors: std::runtime_error when the adapters cannot be watched.
     CAdapterSource(int serverPort, ReadListed listed, bool follow);
@@ -102,9 +99,9 @@ private:
 /// Supplies the user's document unchanged, with the findings of CheckDocument.
 class CFileSource : public IDocumentSource {
 public:
-    /// @param file       the name of the file; "-": standard input, which can be read only once
-    /// @param elsewhere  whether the document is for another machine: its adapters are then not
-    ///                   compared with the devices of this machine
+    /// @param file       see ReadDocument
+    /// @param elsewhere  the document is for another machine: its adapters are not compared with
+    ///                   the devices of this one
     CFileSource(std::string file, bool elsewhere);
 
     void Read() override;

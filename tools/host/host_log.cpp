@@ -19,7 +19,7 @@ namespace kx::tools {
 namespace {
 
 constexpr int kLabelWidth = 7;
-/// Text of the log record with which CDiscoveryManager::StopAll begins to stop all endpoints.
+/// The first log record of CDiscoveryManager::StopAll.
 constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
 
 LogForm logForm = LogForm::kPlain;
@@ -113,8 +113,7 @@ template <class Entry>
 void Print(const Entry& entry)
 {
     const std::lock_guard<std::mutex> lock(printing);
-    // Under the lock, because Format reads the time: the lines are then in the order of their
-    // times.
+    // Under the lock, because Format reads the time: the lines are in the order of their times.
     std::cout << Format(entry) + "\n" << std::flush;
 }
 

@@ -20,13 +20,13 @@ void SetLogForm(LogForm form);
 void Say(const std::string& text);
 
 /// The host's callback, a PelorinHostCallback: prints a record of the plug-in on standard output
-/// and flushes it. Updates the count of StopRecordCount. Does not touch the reply, whose status
-/// therefore stays 0. Thread-safe.
+/// and flushes it. Updates StopRecordCount. Does not touch the reply, whose status therefore stays
+/// 0. Thread-safe.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
-/// Returns how many times the plug-in has logged that it stops all endpoints, counted since this
-/// process started. The plug-in logs this first when it acts on a changed document, and also when
-/// its run ends. Thread-safe.
+/// Returns how many times the plug-in has logged, since this process started, that it stops all
+/// endpoints. The plug-in logs this first when it acts on a changed document, and also when its run
+/// ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -49,8 +49,8 @@ CPluginLibrary::CPluginLibrary(const std::filesystem::path& file)
       close(FindEntry<PelorinClose>(*this, PELORIN_CLOSE_NAME)),
       unload(FindEntry<PelorinUnload>(*this, PELORIN_UNLOAD_NAME))
 {
-    // This host never calls these three. A server may refuse a plug-in that lacks one of them, so
-    // this host refuses it too.
+    // Never called here. A server may refuse a plug-in that lacks one of them, so this host does
+    // too.
     for (const char* name : {PELORIN_READ_NAME, PELORIN_WRITE_NAME, PELORIN_SEEK_NAME})
         Find(name);
 }

@@ -11,9 +11,8 @@
 
 namespace kx::tools {
 
-/// A loaded plug-in. Each of the functions Load, Open, Run, Apply, Close and Unload prepares the
-/// request and the reply of one entry point and calls it. pelorin/plugin.h states when and on which
-/// thread each entry point may be called.
+/// A loaded plug-in. Each of the functions Load to Unload calls one entry point; pelorin/plugin.h
+/// states when and on which thread each may be called.
 ///
 /// The destructor closes the library; all calls into it must have returned before.
 class CPluginLibrary {
@@ -30,7 +29,7 @@ public:
     /// points.
     explicit CPluginLibrary(const std::filesystem::path& file);
 
-    /// Calls Load. Returns the plug-in's number, PELORIN_MODULE_ID.
+    /// Returns the plug-in's number, PELORIN_MODULE_ID.
     std::uint64_t Load(PelorinHostCallback callback) const;
     void Open() const;
     /// Calls IOCTL with PELORIN_RUN, which returns after Close.
@@ -65,7 +64,7 @@ public:
     /// Stops the run if Stop has not been called; ignores an exception that the run threw.
     ~CPluginRun();
 
-    /// Waits at most this time for the end of the run. Returns whether it has ended. Do not call it
+    /// Waits at most this time for the run to end. Returns whether it has ended. Do not call it
     /// after Stop.
     bool EndsWithin(std::chrono::milliseconds time) const;
 
@@ -82,7 +81,7 @@ private:
 };
 
 /// Returns the path of the plug-in that belongs to this program: pelorin.so in the folder of the
-/// executable, as in a build folder. If only the installed pelorin.so exists, returns that one.
+/// executable, as in a build folder; the installed one if only that exists.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not mounted.
 std::filesystem::path OwnPluginFile();

@@ -7,13 +7,11 @@
 
 namespace kx::tools {
 
-/// A log record of the plug-in.
 struct LogRecord {
     int level; ///< PELORIN_LEVEL_..., or any other number
     std::string text;
 };
 
-/// The plug-in's registration.
 struct Registration {
     std::string name;
     std::string identifier;

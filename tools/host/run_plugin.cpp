@@ -19,9 +19,9 @@ namespace {
 
 /// Maximum time between two calls of CDelivery::Resend.
 constexpr milliseconds kResendInterval{100};
-/// Minimum time between two sends of a document when CDelivery::Resend no longer sends it at every
-/// call. The document is still sent, because a plug-in that was busy for longer than kActBound may
-/// have missed all earlier sends.
+/// Minimum time between two sends of a document when CDelivery::Resend no longer sends at every
+/// call. It still sends, because a plug-in that was busy for longer than kActBound may have missed
+/// all earlier sends.
 constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
 /// blocked endpoints first, and it does not act on a document that changes nothing.
@@ -32,7 +32,6 @@ constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
 
-/// Prints what CheckDocument found in the user's document.
 void SayFindings(const DocumentCheck& check)
 {
     for (const DocumentFinding& each : check.findings)
@@ -90,8 +89,8 @@ private:
     bool settled = false;
 };
 
-/// Calls `read`, which calls Read or ReadChanges of the document source. If that throws, prints the
-/// reason and returns false; the current document stays in use.
+/// Calls `read`. If it throws, prints the reason and returns false; the current document stays in
+/// use.
 template <class Read>
 bool Attempt(const Read& read)
 {
@@ -104,8 +103,7 @@ bool Attempt(const Read& read)
     }
 }
 
-/// Handles the signals that have arrived: SIGHUP makes the source read again; SIGINT and SIGTERM
-/// end the host. Returns whether the host has to end.
+/// Handles the signals that have arrived, as RunPlugin states. Returns whether the host has to end.
 bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
 {
     while (const int signal = signals.ReadNext()) {
@@ -116,8 +114,8 @@ bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
     return false;
 }
 
-/// Hands documents to the running plug-in until the deadline, until SIGINT or SIGTERM arrives, or
-/// until the run ends by itself.
+/// Hands documents to the running plug-in until the deadline, SIGINT, SIGTERM or the end of the
+/// run.
 ///
 /// When the source reports a change, waits for kAdapterGatherTime before it reads the changes: they
 /// come in bursts, and each changed document makes the plug-in restart all endpoints.

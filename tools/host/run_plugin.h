@@ -13,7 +13,7 @@ namespace kx::tools {
 ///
 /// @param source   supplies the documents; its Read has been called
 /// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
-/// @param limit    how long the plug-in runs at most; none: until SIGINT or SIGTERM arrives
+/// @param limit    maximum time of the run; none: unlimited
 ///
 /// Errors: std::runtime_error for every exception that the plug-in or the host's own code throws,
 /// for example because no thread can be created. Unload is not called then: if the run threw,

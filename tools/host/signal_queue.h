@@ -3,8 +3,8 @@
 namespace kx::tools {
 
 /// Receives SIGINT, SIGTERM and SIGHUP through a descriptor, signalfd(2). Construct it before any
-/// thread is created, so that all threads inherit the blocked signals: a thread that did not block
-/// them could receive such a signal, which would end the process.
+/// thread is created, so that all threads inherit the blocked signals: a signal to a thread that
+/// does not block it would end the process.
 class CSignalQueue {
 public:
     /// Blocks the signals in the calling thread. They stay blocked after the destructor.
