@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// Maximum number of datagrams in one call of sendmmsg(2) or recvmmsg(2).
+/// Datagrams in one call of sendmmsg(2) or recvmmsg(2).
 constexpr std::size_t kMaxBatchSize = 64;
 constexpr std::size_t kMaxAnswerSize = 4096;
 constexpr int kSocketBufferSize = 1024 * 1024;
@@ -82,8 +82,8 @@ CLoadGenerator::CLoadGenerator(const Load& wanted)
 
 LoadResult CLoadGenerator::Run()
 {
-    // 1 ns. By default, the kernel may prolong each wait by 50 us. That is too much for high rates:
-    // at 100,000 messages a second, one is due every 10 us.
+    // 1 ns. By default, the kernel may prolong each wait by 50 us: too much at 100,000 messages a
+    // second, where one is due every 10 us.
     ThrowOnError(prctl(PR_SET_TIMERSLACK, 1), "prctl");
     start = steady_clock::now();
     for (;;) {
@@ -93,8 +93,8 @@ LoadResult CLoadGenerator::Run()
             Send(DueCount(now), now);
         else if (questions.empty())
             return result;
-        // Without a rate (a closed loop), never sleeps: the server would have to wake this process
-        // when it sends an answer, and would measurably lose time.
+        // Without a rate, never sleeps: the server would have to wake this process when it sends an
+        // answer, and would measurably lose time.
         if (load.rate > 0)
             Wait(NextDueTime(now));
         Receive();
@@ -113,9 +113,9 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
-/// Returns the time when a wait for answers has to end: when the next message is due, when the
-/// oldest question has waited for kAnswerBound or when the sending ends, whichever comes first, but
-/// at most kAnswerBound from now. Call it only with a rate.
+/// Returns when a wait for answers has to end: when the next message is due, when the oldest
+/// question has waited for kAnswerBound or when the sending ends, whichever comes first, but at
+/// most kAnswerBound from now. Call it only with a rate.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -199,9 +199,8 @@ void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Tim
 }
 
 /// Removes the oldest questions that wait for no further answer, and writes the record if there is
-/// one. Without a record, a question waits until its first answer comes, but at most for
-/// kAnswerBound. With a record, each question waits for the whole of kAnswerBound, because several
-/// devices may answer. A question without an answer after kAnswerBound counts as lost.
+/// one. Without a record, a question waits for its first answer, at most for kAnswerBound; with a
+/// record, for the whole of kAnswerBound, because several devices may answer.
 void CLoadGenerator::ForgetSettled(Time now)
 {
     while (!questions.empty() && ((questions.front().answered && !load.record) ||

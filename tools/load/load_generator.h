@@ -23,7 +23,7 @@ struct Load {
     bool answered = true;               ///< whether to wait for answers
     std::uint64_t inFlight = 1;         ///< without a rate: how many messages wait for an answer
     double rate = 0;                    ///< messages per second; 0: see inFlight
-    std::uint64_t maxCount = 0;         ///< maximum number of messages; 0 sends none
+    std::uint64_t maxCount = 0;         ///< 0 sends none
     std::chrono::steady_clock::duration maxTime{}; ///< maximum time of sending
     /// If `answered`: receives a line for each message a second after it was sent, with the local
     /// time of sending and the addresses that answered, "HH:MM:SS.mmm[ ADDRESS]...". May be null;
@@ -31,7 +31,6 @@ struct Load {
     std::ostream* record = nullptr;
 };
 
-/// The results of a run.
 struct LoadResult {
     std::uint64_t sent = 0;
     std::uint64_t answered = 0; ///< messages with at least one answer within a second
@@ -52,9 +51,9 @@ public:
     /// Errors: boost::system::system_error when the socket cannot be created.
     explicit CLoadGenerator(const Load& load);
 
-    /// Sends the messages. Returns when each of them is answered or lost. If there is a record,
-    /// returns when a second has passed after each of them. If no answers are wanted, returns when
-    /// all are sent. May be called once.
+    /// Sends the messages. Returns when each is answered or lost; if there is a record, when a
+    /// second has passed after each; if no answers are wanted, when all are sent. May be called
+    /// once.
     ///
     /// Errors: std::system_error when sending, waiting or receiving fails.
     LoadResult Run();

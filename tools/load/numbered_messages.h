@@ -14,9 +14,8 @@ inline constexpr char kIdentifierMark[] = "{id}";
 /// The messages of one run: copies of the templates in turn, each with an identifier of its own.
 ///
 /// An identifier is "urn:uuid:" and a UUID. The last group of the UUID is the message's number; the
-/// other groups are the same in all messages of the run. To find the number in an answer, NumberIn
-/// searches the text for these groups. Parsing the XML would make the load generator slower than
-/// the servers that it measures.
+/// other groups are the same in all messages of the run. NumberIn searches an answer for these
+/// groups: parsing the XML would make the load generator slower than the servers that it measures.
 class CNumberedMessages {
 public:
     /// @param templates  at least one; each kIdentifierMark in them is replaced
