@@ -40,8 +40,7 @@ void AddOptions(CLI::App& app, SoakOptions& options)
         ->capture_default_str();
 }
 
-/// Loads the library, runs the plug-in from Load to Unload and closes the library. Returns false
-/// when a signal ended the run before `limit` was over.
+/// Returns false when a signal ended the run before `limit` was over.
 bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock::duration limit)
 {
     const auto end = steady_clock::now() + limit;
@@ -52,15 +51,15 @@ bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock:
     return steady_clock::now() >= end;
 }
 
-/// Waits until this thread is the only one, for a tenth of a second at most. The kernel lists a
-/// thread for a moment after it was joined, and such a thread is not a leak.
+/// Waits until this thread is the only one, for a tenth of a second at most: the kernel lists a
+/// thread for a moment after it was joined, which is not a leak.
 void AwaitThreadEnds()
 {
     for (int poll = 0; poll < 10 && ThreadCount() > 1; ++poll)
         std::this_thread::sleep_for(milliseconds(10));
 }
 
-/// Throws std::runtime_error if the library is still in memory although dlclose(3) was called.
+/// Throws std::runtime_error if the library is still in memory after dlclose(3).
 void CheckUnloaded()
 {
     if (dlopen(OwnPluginFile().c_str(), RTLD_NOW | RTLD_NOLOAD))

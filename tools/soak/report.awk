@@ -16,8 +16,8 @@ BEGIN {
 
     # The maximum of descriptors and of threads while the plug-in runs, minus their number after its
     # first life. Descriptors: three of the I/O service, one socket for each adapter, and the
-    # sockets and files by which the host watches and reads the adapters. Threads: the one that the
-    # host lends to the plug-in, the plug-in's I/O thread, and one that sends a burst.
+    # sockets and files by which the host watches and reads the adapters. Threads: the one lent to
+    # the plug-in, the plug-in's I/O thread, and one that sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
@@ -31,9 +31,9 @@ BEGIN {
 }
 
 # The next two rules convert the time of day in each line to seconds that continue to grow after
-# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one only means
-# that two lines are in the wrong order. All files begin at about the same time, so at the beginning
-# of each file `now` goes back to `start`, the time of the very first line.
+# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one, that two
+# lines are in the wrong order. All files begin at about the same time, so each sets `now` back to
+# `start`, the time of the very first line.
 FNR == 1 {
     ++file
     now = start
