@@ -45,7 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || std::all_of(context.adapters.begin(), context.adapters.end(), IsComplete),
             "adapters are complete");
 
-    // CheckDocument, which pelorin-host --check runs, must agree with ApplyServerDocument.
     const kx::tools::DocumentCheck check =
         kx::tools::CheckDocument({reinterpret_cast<const char*>(data), size}, std::nullopt);
     using Verdict = kx::tools::DocumentCheck::Verdict;

@@ -20,10 +20,9 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// What a thread is used for. Each thread begins as kIo, and those of the test then change their
-/// `current`. So the I/O thread, the only one that the plug-in creates, remains kIo. The main
-/// thread is kDocument while it hands over a document, otherwise kTest. Allocations of kTest never
-/// fail.
+/// What a thread is used for. The I/O thread, the only one that the plug-in creates, remains kIo;
+/// the threads of the test change their `current`. The main thread is kDocument while it hands over
+/// a document, otherwise kTest. Allocations of kTest never fail.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
@@ -54,8 +53,7 @@ __attribute__((noinline)) void operator delete(void* memory) noexcept
     std::free(memory);
 }
 
-// Replaced too, because a sanitizer has its own versions of these operators, which do not call the
-// two above.
+// Replaced too: a sanitizer's own versions of these operators do not call the two above.
 void* operator new[](std::size_t size)
 {
     return operator new(size);
@@ -90,7 +88,7 @@ void CountMessages(const PelorinHostRequest* request, PelorinHostReply* /*reply*
 {
     inCallback = true;
     const auto* const record = static_cast<const char*>(request->data);
-    // Only the beginnings of the texts, because a failed allocation may truncate the record.
+    // Only the beginnings: a failed allocation may truncate the record.
     hellos += std::strstr(record, "Sending He") ? 1 : 0;
     answers += std::strstr(record, "Send Probe") ? 1 : 0;
     inCallback = false;
@@ -167,8 +165,7 @@ int Live(Thread thread, int number)
 
 class Allocation : public testing::TestWithParam<Thread> {};
 
-// In a build with AddressSanitizer, each process that exits also checks for leaks: a leak changes
-// its exit status.
+// With AddressSanitizer, a leak changes the exit status of a process.
 TEST_P(Allocation, ThatFailsNeitherHangsNorLeaks)
 {
     constexpr std::size_t kLivesAtATime = 8;

@@ -106,8 +106,8 @@ TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
 {
     // With this rule the endpoints receive what the prober sends, but not their own Hellos.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
-    // cam1 is first, so its watchdog starts first. If that watchdog expired by mistake, it would do
-    // so before the watchdog of cam0, for which the test waits.
+    // cam1 is first: if its watchdog expired by mistake, it would do so before that of cam0, for
+    // which the test waits.
     Send({kCam1, kCam0});
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Returns the resident memory of the process in bytes.
+/// Returns the process's resident memory in bytes.
 std::ptrdiff_t Resident()
 {
     std::ptrdiff_t pages = 0;
@@ -55,8 +55,8 @@ void SendAs(const std::string& source, std::uint16_t port, const std::string& te
     close(raw);
 }
 
-/// Returns the number of UDP datagrams that programs in the recorder's namespace have read so far:
-/// InDatagrams, which the kernel counts when a program reads a datagram.
+/// Returns how many UDP datagrams programs in the recorder's namespace have read so far
+/// (InDatagrams).
 int DatagramsRead()
 {
     std::ifstream file("/proc/self/net/snmp");
@@ -168,8 +168,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
     const std::string subnets = "10.0.0.0/24, 10.0.1.0/24";
     std::string rules = text.substr(text.find("table inet discovery {"));
     rules.resize(rules.find("```"));
-    // The page names example subnets of clients. Here clients have the addresses beside the
-    // recorder's.
+    // Here clients have other addresses than in the page's example.
     rules.replace(rules.find(subnets), subnets.size(), "10.7.0.2-10.7.0.255");
     Network::Run("nft '" + rules + "'");
     std::vector<Limit> limits;

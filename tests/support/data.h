@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-/// One case of a table in tests/data. The lines above the first case of each table explain what the
-/// expected result and the text are.
+/// One case of a table in tests/data. The table's first lines explain the expected result and the
+/// text.
 struct DataCase {
     std::string name;
     std::string expected;
     std::string text;
 };
 
-/// Returns the content of a file. The name is relative to tests/data. Throws std::runtime_error if
+/// Returns the content of a file; the name is relative to tests/data. Throws std::runtime_error if
 /// the file cannot be opened.
 inline std::string ReadData(const std::string& name)
 {

@@ -56,15 +56,15 @@ public:
     FakeHost(const FakeHost&) = delete;
     FakeHost& operator=(const FakeHost&) = delete;
 
-    /// Calls an entry point by name, on the calling thread. Returns the entry point's result.
+    /// Calls an entry point on the calling thread. Returns its result.
     std::uint64_t Call(const char* name, RecordBytes& request, RecordBytes& reply) const;
     void Call(const char* name) const;
     void Load() const;
 
     /// Calls IOCTL code 1 (run) on a separate thread.
     void Lend();
-    /// Calls IOCTL code 1 on a separate thread and hands over documents until the run has port
-    /// 22609 and no adapters and waits for another document. Then deletes the records kept so far.
+    /// Calls Lend and hands over documents until the run has port 22609 and no adapters and waits
+    /// for another document. Then deletes the records kept so far.
     void Run();
     void Apply(const std::string& document) const;
     /// Repeats Close until the run has returned; does nothing without a run.

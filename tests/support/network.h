@@ -10,8 +10,8 @@
 #include <vector>
 
 /// Moves the program to a new network namespace: replaces it by scripts/own-network, which starts
-/// it again there. Returns only in the program that was started there. Where the system does not
-/// allow namespaces, the process ends with an error.
+/// it again there. Returns only there. Where the system does not allow namespaces, the process ends
+/// with an error.
 ///
 /// @param arguments  all arguments of main; the first one, the program's name, is not used
 void EnterOwnNetwork(const std::vector<std::string>& arguments);
@@ -28,7 +28,7 @@ public:
     Network();
 
     /// Runs a shell command in the calling thread's namespace: the prober's inside AsProber, else
-    /// the recorder's. Throws std::runtime_error when the command fails.
+    /// the recorder's. Throws std::runtime_error when it fails.
     static void Run(const std::string& command);
     /// Makes the firewall of the calling thread's namespace drop packets.
     ///
@@ -61,7 +61,7 @@ public:
     std::optional<Datagram> Receive(std::chrono::milliseconds bound);
     /// Receives until `bound` has passed. Returns the datagrams that contain the text.
     std::vector<Datagram> ReceiveAll(const std::string& text, std::chrono::milliseconds bound);
-    /// Returns the address and port that the socket is bound to, as "address:port".
+    /// Returns the socket's own "address:port".
     std::string Name() const;
 
 private:

@@ -85,7 +85,7 @@ error_code Misc(int value)
 const std::string kProbe = "<E><Header><Action>Probe</Action><MessageID>i</MessageID></Header>"
                            "<Body><Probe><Types>NetworkVideoRecorder</Types></Probe></Body></E>";
 
-/// An endpoint on loopback with a closed socket. The tests call its handlers.
+/// An endpoint on loopback with a closed socket.
 class Endpoint : public testing::Test {
 protected:
     Endpoint() { endpoint.log = &log; }
