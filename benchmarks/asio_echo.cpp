@@ -1,6 +1,6 @@
 // A server that sends the same canned answer as floor.cpp, but through Boost.Asio: with
-// asynchronous calls on a single thread, as the plug-in does. The difference between the costs of
-// these two servers is what Boost.Asio costs.
+// asynchronous calls on a single thread, as the plug-in does. The difference between the two
+// servers' costs is what Boost.Asio costs.
 
 #include "canned_answer.h"
 #include "discovery_group.h"

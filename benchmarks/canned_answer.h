@@ -10,8 +10,8 @@
 
 namespace kx::benchmarks {
 
-/// Returns the description of an imaginary recorder. Its texts are as long as those of a real
-/// recorder, and so are the messages that are built from it.
+/// Returns the description of an imaginary recorder. Its texts, and so the messages built from
+/// them, are as long as those of a real recorder.
 inline EndpointDescription MakeDescription()
 {
     EndpointDescription description;
@@ -23,7 +23,7 @@ inline EndpointDescription MakeDescription()
 }
 
 /// An answer like the plug-in's, built once. For each Probe only the Probe's identifier is copied
-/// into it: from this identifier the client knows which Probe was answered.
+/// into it, by which the client knows which Probe was answered.
 class CCannedAnswer {
 public:
     CCannedAnswer()
@@ -36,7 +36,7 @@ public:
     /// Returns the answer to a Probe. The next call changes the text.
     ///
     /// @param probe  a Probe whose identifier is "urn:uuid:" and a UUID, as pelorin-load sends it;
-    ///               for a Probe without such an identifier, the text does not change
+    ///               for any other Probe, the text does not change
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

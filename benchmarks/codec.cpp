@@ -29,7 +29,6 @@ CDiscoverySoap MakeSoap()
     return soap;
 }
 
-/// Returns a typical Probe for a device type.
 std::string Probe(const std::string& type)
 {
     return Compose(R"(<?xml version="1.1" encoding="UTF-8"?>

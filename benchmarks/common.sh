@@ -19,10 +19,10 @@ Sample()
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: waits until COUNT veth adapters in the namespace $namespace are in the state
-# UP. The kernel sets this state a moment after `ip link set ... up` of both ends of the veth pair.
-# Before that, bench-host would tell the plug-in that the adapter is not connected, and the plug-in
-# would not use it.
+# AwaitAdapters COUNT: waits until COUNT veth adapters in $namespace are in the state UP, which the
+# kernel sets a moment after `ip link set ... up` of both ends of the veth pair. Before that,
+# bench-host would tell the plug-in that the adapter is not connected, and the plug-in would not use
+# it.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
@@ -69,8 +69,8 @@ Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
 # CountCalls PROCESS FILE COMMAND...: runs the command and counts the system calls that the threads
-# of the process make meanwhile. Writes a line to FILE for each kind of system call: how often it
-# was made, and its name.
+# of the process make meanwhile. Writes a line to FILE for each kind of system call: its count and
+# its name.
 CountCalls()
 {
     local process=$1 file=$2 tracer

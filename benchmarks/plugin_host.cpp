@@ -35,8 +35,8 @@ std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
 
 /// Receives the plug-in's records, on several threads. Does nothing after the last Hello: from then
-/// on the processor time of this process is measured as the plug-in's, and this callback would add
-/// to it.
+/// on this process's processor time is measured as the plug-in's, and this callback would add to
+/// it.
 void OnRecord(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
 {
     if (missingHellos == 0)
@@ -59,11 +59,11 @@ void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // The plug-in acts on a document immediately only if it is waiting for one when the document
-    // arrives. Otherwise it acts only when another document arrives. The measured document is the
-    // last one, so the plug-in must be waiting for it. To make sure of that, documents without
-    // adapters are handed over until the plug-in acts on one. Each has another port, because the
-    // plug-in ignores a document that changes nothing. 100 ms later the plug-in is waiting again.
+    // If a document arrives while the plug-in is not waiting for one, the plug-in acts only when
+    // another arrives. The measured document is the last one, so the plug-in must be waiting for
+    // it. Therefore documents without adapters are handed over until the plug-in acts on one. Each
+    // has another port, because the plug-in ignores a document that changes nothing. 100 ms later
+    // the plug-in is waiting again.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(kx::tools::MakeServerDocument(port, {}));

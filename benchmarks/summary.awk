@@ -4,9 +4,8 @@
 #
 # A number in a table is the median over the repeats; in a row "lost" it is the sum over them. In
 # the table "Targets" and in the columns "ratio to ...", the quartiles follow in parentheses if
-# there are several repeats. A ratio is calculated for each repeat, from two values of this repeat,
-# and then the median is taken. Other work of the machine affects both values of a repeat alike, so
-# their ratio hardly changes.
+# there are several repeats. A ratio is calculated for each repeat before the median is taken: other
+# work of the machine affects both values of a repeat alike, so their ratio hardly changes.
 
 BEGIN { FS = "," }
 
@@ -162,8 +161,7 @@ function PrintLost(load, servers, servers_count,    row, server, lost, sum) {
         print row " |"
 }
 
-# Prints the head of a table with a column for each server. After the column of the plug-in comes
-# one for its ratio to the first server.
+# Prints the head of a table with the columns of PrintAnsweringRow.
 function AnsweringHead(title, servers, servers_count,    columns, server) {
     columns = "figure | load"
     for (server = 1; server <= servers_count; ++server)
