@@ -6,9 +6,9 @@
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
 # EnterOwnNetwork SCRIPT [ARGUMENT]...: makes sure that the calling script, SCRIPT, runs in a
-# network namespace of its own. Inside one, returns. Outside one, starts the script again, with the
+# network namespace of its own. Inside one, returns; outside, starts the script again, with the
 # ARGUMENTs, in a new network namespace and a new PID namespace. When this second run ends, the
-# kernel ends all processes in the PID namespace, that is, all that the run has started.
+# kernel ends all processes that it has started.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
@@ -20,8 +20,8 @@ EnterOwnNetwork()
 }
 
 # MakeNamespace: creates another network namespace and sets $namespace to the ID of a process in it,
-# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence. It
-# runs until the kernel ends it at the end of the script (see EnterOwnNetwork).
+# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence,
+# until the kernel ends it at the end of the script (see EnterOwnNetwork).
 MakeNamespace()
 {
     local own there
