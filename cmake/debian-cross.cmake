@@ -1,13 +1,12 @@
-# Toolchain file: builds for another Debian architecture. The environment variable DEB_HOST_ARCH
-# names it ("arm64"; dpkg-architecture(1)). Uses Debian's cross compiler and the libraries of that
-# architecture. If DEB_HOST_ARCH is set, scripts/dependencies installs both. For the libraries, apt
+# Toolchain file: builds for the Debian architecture that the environment variable DEB_HOST_ARCH
+# names ("arm64"; dpkg-architecture(1)). Uses Debian's cross compiler and that architecture's
+# libraries. If DEB_HOST_ARCH is set, scripts/dependencies installs both. For the libraries, apt
 # must know the architecture (`dpkg --add-architecture arm64`).
 #
 #   DEB_HOST_ARCH=arm64 CMAKE_TOOLCHAIN_FILE=$PWD/cmake/debian-cross.cmake scripts/build release
 
-# read_architecture(NAME): sets the variable NAME to the value that dpkg-architecture(1) prints for
-# NAME. --force: the command ignores values from the environment, which may be those of another
-# architecture.
+# read_architecture(NAME): sets the variable NAME to what dpkg-architecture(1) prints for it.
+# --force ignores values from the environment, which may be those of another architecture.
 function(read_architecture name)
   execute_process(
     COMMAND dpkg-architecture --force --host-arch $ENV{DEB_HOST_ARCH} --query ${name}

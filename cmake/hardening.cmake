@@ -1,9 +1,8 @@
 # Flags of the compiler and the linker that make a fault in this code harder to exploit. The plug-in
 # needs them because it runs inside the server and reads what any machine on the network sends. All
 # targets get the flags, the tests too, so that the tests run the code that is delivered.
-# scripts/check-hardening checks the built files. A build with a sanitizer is only for tests. It
-# does not get the compiler's flags: _FORTIFY_SOURCE, for example, could hide faults from a
-# sanitizer.
+# scripts/check-hardening checks the built files. A build with a sanitizer, only for tests, does not
+# get the compiler's flags: _FORTIFY_SOURCE, for example, could hide faults from a sanitizer.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
@@ -14,9 +13,8 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
 if(NOT PELORIN_SANITIZE)
-  # If a compiler does not support a flag on this processor, it may print only a warning. In the
-  # build this warning is an error. With -Werror it is an error in these checks too, and the flag is
-  # left out.
+  # If a compiler does not support a flag on this processor, it may only warn, which is an error in
+  # the build. With -Werror it is an error in these checks too, and the flag is left out.
   set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection
       -mbranch-protection=standard)

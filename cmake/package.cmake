@@ -14,7 +14,7 @@ endfunction()
 
 # pelorin_install_documents(COMPONENT PACKAGE PAGE): installs the changelog, the copyright and a
 # page of docs/. In the page, links to other files become plain text, because their relative paths
-# do not lead to these files in the installed folders.
+# are wrong in the installed folders.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
@@ -79,8 +79,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# Empty: by default CPack puts the project's description before the description of each package. But
-# the descriptions below already begin with a summary.
+# Empty: by default CPack puts the project's description before that of each package, but the
+# descriptions below already begin with a summary.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME pelorin)

@@ -1,8 +1,8 @@
 # tinyxml2 is compiled into the plug-in and into each program that uses it, from the source that
-# scripts/fetch-tinyxml2 downloads. This has three reasons. The plug-in must not call the tinyxml2
-# of the server, which may be another version. The sanitizers check tinyxml2 too. With g++ the
-# flags below make an answer of the plug-in a tenth cheaper, because tinyxml2 does most of the work
-# for an answer. Without the source, the system's shared library is used.
+# scripts/fetch-tinyxml2 downloads, for three reasons: the plug-in must not call the tinyxml2 of the
+# server, which may be another version; the sanitizers check tinyxml2 too; with g++ the flags below
+# make an answer of the plug-in a tenth cheaper, because tinyxml2 does most of the work for it.
+# Without the source, the system's shared library is used.
 set(tinyxml2_source ${PROJECT_SOURCE_DIR}/build/tinyxml2)
 if(EXISTS ${tinyxml2_source}/tinyxml2.cpp)
   add_library(tinyxml2 STATIC ${tinyxml2_source}/tinyxml2.cpp)
