@@ -23,7 +23,7 @@ struct Heard {
     std::string adapter; ///< name of the adapter that received it
     boost::asio::ip::udp::endpoint source;
     std::chrono::system_clock::time_point time;
-    /// Time from our Probe to the answer; none if the message is not an answer to a Probe.
+    /// Time from our Probe to the answer; none for other messages.
     std::optional<std::chrono::steady_clock::duration> roundTrip;
 };
 
@@ -84,11 +84,10 @@ public:
     /// Returns whether any path that should have answered is silent. A path should answer if its
     /// device has answered a Probe on the same adapter before, or if a listed device with the same
     /// MAC address has: that may be the same device before or after a restart. Other silent paths
-    /// do not count, because their devices may be behind a firewall through which no Probe passes.
+    /// do not count, because a firewall may keep Probes from their devices.
     bool AnySilent();
 
-    /// Removes the silent paths that AnySilent counts. Returns a kLost event for each, with the
-    /// current time.
+    /// Removes the silent paths that AnySilent counts and returns a kLost event for each.
     std::vector<Event> RemoveSilent();
 
     std::size_t PathCount() const { return paths.size(); }
@@ -99,10 +98,10 @@ public:
 
 private:
     struct Path {
-        Heard last;            ///< latest Hello or answer to a Probe, see Event::heard
-        bool answered;         ///< an answer to a Probe arrived at some time
+        Heard last;            ///< see Event::heard
+        bool answered;         ///< an answer to a Probe has arrived
         bool heard;            ///< a Hello or an answer to a Probe arrived in this round
-        bool held = false;     ///< there was no event yet, because the XAddrs are missing
+        bool held = false;     ///< no event yet, because the XAddrs are missing
         bool resolved = false; ///< the XAddrs came in a ResolveMatches
     };
     using Paths = std::multimap<std::string, Path>; // the key is the device's wsa:Address

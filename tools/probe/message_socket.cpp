@@ -23,8 +23,8 @@ namespace kx::tools {
 namespace {
 
 /// Bytes requested for the receive buffer, enough for nearly 30,000 answers of recorders: the
-/// kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer, which is
-/// about 1,100 bytes long.
+/// kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer of about 1,100
+/// bytes.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe";

@@ -138,8 +138,8 @@ void CProber::OnAnnouncement(const Datagram& datagram)
     const auto* message = std::get_if<Message>(&read);
     if (message && !IsAnswer(message->kind))
         HandOver(*message, datagram);
-    // A message of another kind is not counted: the Probes of other clients reach this socket too,
-    // because they go to the same group.
+    // A message of another kind is not counted: the Probes of other clients to the group arrive
+    // here too.
     else if (!message && std::get<Unread>(read) != Unread::kOtherMessage)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }

@@ -203,7 +203,6 @@ void CProbers::Drop(const AdapterProber& former)
 
 /// Creates and removes probers to match the adapters.
 ///
-/// @param adapters  as they are now
 /// @param deleted   indexes of deleted network devices; a new device may have the same index
 /// @return whether other devices may now be within reach: a prober was removed or was missing, or
 ///         the state of a prober's adapter changed

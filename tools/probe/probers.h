@@ -19,9 +19,9 @@ namespace kx::tools {
 /// Owns the probers. Without --to there is one for each adapter; with --to, one for each host; with
 /// --to and --adapter, one for each host on each named adapter.
 ///
-/// When watching, it follows the adapters, unless the kernel's routes choose them. If an adapter is
-/// deleted and created again under its name, or gets another address, its probers are replaced,
-/// because their sockets no longer receive anything.
+/// When watching, it follows the adapters (see Follow). If an adapter is deleted and created again
+/// under its name, or gets another address, its probers are replaced, because their sockets no
+/// longer receive anything.
 ///
 /// If an adapter cannot be used, the others continue. The user is told once, and again only if a
 /// Probe could be sent on the adapter in the meantime. When watching, each Ask tries again to send,

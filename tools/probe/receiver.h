@@ -61,8 +61,7 @@ public:
     /// Returns whether the queue holds datagrams that are not yet handed over.
     bool HasBacklog();
 
-    /// Stops the thread, then hands over all datagrams that have already arrived: those in the
-    /// queue and those in the sockets' buffers.
+    /// Stops the thread, then hands over all datagrams in the queue and in the sockets' buffers.
     void Finish();
 
 private:

@@ -257,8 +257,8 @@ void CLookup::Show(const Event& event)
         std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
-    // The posted handler flushes once for all lines that are printed before it runs. A flush for
-    // each line would be slow when many devices answer at the same time.
+    // The posted handler flushes once for all lines printed before it runs. A flush for each line
+    // would be slow when many devices answer.
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;
