@@ -12,8 +12,8 @@ struct Adapter {
     /// another index. New sockets are then needed: those bound to the deleted device receive
     /// nothing.
     int index;
-    std::string ipAddress; ///< its first IPv4 address as dotted text; empty without one
-    /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros for a device without one, such as loopback.
+    std::string ipAddress; ///< first IPv4 address; empty without one
+    /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros without one, as for loopback.
     std::string macAddress;
     bool connected; ///< has an IPv4 address, is up, and has a carrier or cannot detect one
     bool loopback;
@@ -22,7 +22,7 @@ struct Adapter {
     /// connected, in the state "unknown"; with its first port the state is "up".
     int operationalState;
     unsigned flags = 0;                      ///< the IFF_* flags of netdevice(7)
-    std::vector<std::string> addresses = {}; ///< all its IPv4 addresses, ipAddress first
+    std::vector<std::string> addresses = {}; ///< all IPv4 addresses, ipAddress first
 };
 
 /// Reads the machine's adapters in the order of their index, over rtnetlink(7).

@@ -46,9 +46,9 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Does not use the link cache of libnl. The cache may have a second entry for a device, of the IPv6
-// family. The kernel does not announce the deletion of a device in that family, so a deleted device
-// would stay in the cache.
+// Does not use the link cache of libnl, which may have a second entry for a device, of the IPv6
+// family. The kernel does not announce deletions in that family, so a deleted device would stay in
+// the cache.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)

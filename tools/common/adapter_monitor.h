@@ -15,7 +15,7 @@ inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
 /// Reports over rtnetlink(7) that adapters of this machine or their IPv4 addresses have changed.
 /// Call ReadAdapters for the new state: its result is complete even if the kernel dropped
-/// announcements of changes because there were too many.
+/// announcements because there were too many.
 ///
 /// Not thread-safe.
 class CAdapterMonitor {
@@ -32,7 +32,7 @@ public:
     /// Returns a descriptor that becomes readable, as for poll(2), when something changes.
     int Descriptor() const;
 
-    /// Reads the kernel's announcements of changes that have arrived, without waiting.
+    /// Reads the announcements that have arrived, without waiting.
     ///
     /// @return the indexes of the devices that were deleted since the last call, except those whose
     ///         announcement the kernel dropped

@@ -9,9 +9,9 @@
 namespace kx::tools {
 namespace {
 
-/// Makes mbrtowc(3) and wcwidth(3) read UTF-8 in the calling thread during the lifetime of this
-/// object, whatever the user's locale is. If the system lacks the locale C.UTF-8, they recognise
-/// only ASCII characters.
+/// Makes mbrtowc(3) and wcwidth(3) read UTF-8 in the calling thread while this object exists,
+/// whatever the user's locale. If the system lacks the locale C.UTF-8, they recognise only ASCII
+/// characters.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}

@@ -39,8 +39,8 @@ void Complain(const std::string& name, const std::string& text);
 
 /// Adds the option --adapter, which may be given several times.
 ///
-/// @param names  in: the default, one name or none; out: the names on the command line if there
-///               are any. Outlives the parsing of the command line.
+/// @param names  in: the default, one name or none; out: the names on the command line, if any.
+///               Outlives the parsing of the command line.
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
 /// Returns a check that accepts a positive number of seconds up to 1e9, also with a fraction.

@@ -22,8 +22,8 @@ bool WantsColor();
 /// or 80 if that is not a positive number. Thread-safe.
 std::size_t TerminalWidth();
 
-/// Breaks a text into lines at its spaces. Several spaces between two words become one. Line feeds
-/// between words stay. A word that is longer than a line gets a separate line.
+/// Breaks a text into lines at its spaces. Between words, several spaces become one and line feeds
+/// stay. A word that is longer than a line gets a separate line.
 ///
 /// @param width   columns of a line; 0 counts as 1
 /// @param indent  spaces at the beginning of each line except the first, not counted in `width`
