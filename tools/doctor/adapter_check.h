@@ -18,7 +18,6 @@ struct CheckedAdapters {
 /// Checks the addresses, link and flags of adapters. Findings: `no-adapter`, `link-down` and
 /// `no-multicast`.
 ///
-/// @param all    all adapters of the machine
 /// @param names  the adapters to check; when empty, all with an IPv4 address except loopback
 ///
 /// Thread-safe.

@@ -20,7 +20,6 @@ Json ToJson(const SeenAnswer& answer)
             {"kind", answer.target.empty() ? "group" : "direct"}};
 }
 
-/// Checks one adapter of a client.
 class CClientCheck {
 public:
     explicit CClientCheck(const ClientObservation& observation) : seen(observation) {}

@@ -16,7 +16,7 @@ namespace kx::tools {
 
 /// A UDP datagram that arrives at an adapter or leaves by it.
 struct SeenDatagram {
-    bool outgoing; ///< leaves this machine; otherwise it arrives
+    bool outgoing; ///< leaves this machine
     boost::asio::ip::udp::endpoint source;
     boost::asio::ip::udp::endpoint destination;
     std::string_view payload; ///< valid during the call of the handler only

@@ -18,7 +18,7 @@ namespace kx::tools {
 struct SeenProbe {
     boost::asio::ip::udp::endpoint prober;
     std::string identifier; ///< text of its MessageID
-    bool toGroup;           ///< sent to the group; false: sent to an address of this machine
+    bool toGroup;           ///< false: sent to an address of this machine
     bool answered = false;  ///< an answer to it left by the same adapter
     int routeBack = 0;      ///< index of the device to which the route to the prober leads; 0: none
 };
