@@ -19,7 +19,7 @@ namespace kx::tools {
 namespace {
 
 constexpr std::int32_t kMaxPort = 65535;
-/// Maximum length of a device's name in bytes. The plug-in truncates a longer handle.
+/// Of a device's name, in bytes. The plug-in truncates a longer handle.
 constexpr std::size_t kMaxNameLength = IF_NAMESIZE - 1;
 
 std::string Quoted(const char* text)
@@ -97,7 +97,6 @@ std::string AttributeFault(const XMLElement& element, const char* name, const ch
 using Kind = DocumentFinding::Kind;
 using Verdict = DocumentCheck::Verdict;
 
-/// Checks one document and collects the findings.
 class CChecker {
 public:
     explicit CChecker(const std::optional<Devices>& machine) : devices(machine) {}
