@@ -36,8 +36,8 @@ struct LoadResult {
     std::uint64_t answered = 0; ///< messages with at least one answer within a second
     std::uint64_t lost = 0;     ///< not answered within a second
     std::uint64_t received = 0; ///< datagrams, including those that answer no message
-    /// From the start until the last message was sent or, if that was later, until the last answer
-    /// came. Only the first answer to each message counts.
+    /// From the start until the last message was sent or the last answer came, whichever was later.
+    /// Only the first answer to each message counts.
     std::chrono::duration<double> elapsed{};
     /// For each answered message, the time until its first answer, in nanoseconds; unordered.
     std::vector<std::uint32_t> roundTrips;

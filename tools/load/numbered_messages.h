@@ -39,7 +39,7 @@ private:
         std::vector<std::size_t> digitsAt;
     };
 
-    std::string identifier; ///< the part before the number, the same in all messages
+    std::string identifier; ///< the part before the number
     std::vector<Template> templates;
 };
 
