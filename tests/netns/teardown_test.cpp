@@ -15,8 +15,8 @@ const std::string kMissing = "10.9.0.1 cam9 m";
 /// Longest time, in seconds, that a stop waits for the Bye of an endpoint. Here no Bye is blocked,
 /// so at least the quickest of several stops has to take less.
 constexpr double kByeBound = 0.49;
-/// Longest time, in seconds, that a stop may take on a busy machine. It is less than eight times
-/// kByeBound: with eight endpoints, a stop that waits kByeBound for each of them is too slow.
+/// Longest time, in seconds, that a stop may take on a busy machine. Less than eight times
+/// kByeBound: with eight endpoints, a stop that waits kByeBound for each is too slow.
 constexpr double kNoise = 2;
 
 /// The moment at which a stop begins.
@@ -51,8 +51,8 @@ protected:
 
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
-    /// Runs the plug-in from Load to Unload. Stops it at the moment that GetParam() describes. In
-    /// about half of the rounds Close is called once before that: by the callback, in the record
+    /// Runs the plug-in from Load to Unload and stops it at the moment that GetParam() describes.
+    /// In about half of the rounds Close is called once before that: by the callback, in the record
     /// that the stop follows, or, if the Moment names no record, by this function, before the run.
     ///
     /// @param hold  one of kHolds

@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
-/// A request or reply record as bytes. All bytes are 0xAA at first, so that a test sees which of
-/// them the plug-in wrote. Tests name fields by offset, without pelorin/plugin.h, so that they
-/// detect a wrong offset there.
+/// A request or reply record as bytes. All are 0xAA at first, so that a test sees which of them the
+/// plug-in wrote. Tests name fields by offset, without pelorin/plugin.h, so that they detect a
+/// wrong offset there.
 struct RecordBytes {
     RecordBytes() { bytes.fill(0xAA); }
 

@@ -54,7 +54,7 @@ Network::Network()
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
     // Removes the adapters and firewall rules of the previous test. CTest runs each test in a
-    // process of its own, but a program that is started by hand runs all its tests in one.
+    // process of its own, but a program started by hand runs all its tests in one.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {

@@ -36,7 +36,7 @@ public:
     /// @param match  nft(8) expression for the packets to drop
     static void Drop(const std::string& hook, const std::string& match);
     /// Runs `work` on a thread in the prober's namespace and waits for its end. Sockets that it
-    /// opens stay in that namespace, on whatever thread they are used later.
+    /// opens stay in that namespace, whatever thread uses them later.
     void AsProber(const std::function<void()>& work) const;
 
 private:

@@ -65,8 +65,7 @@ int mutexError = 0;
 
 } // namespace
 
-// The linker redirects calls of pthread_mutex_init here (ld(1), --wrap). They fail with mutexError
-// if that is not 0.
+// Calls of pthread_mutex_init go here (ld(1), --wrap) and fail with mutexError if that is not 0.
 extern "C" int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how);
 extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* how)
 {

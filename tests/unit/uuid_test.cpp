@@ -11,9 +11,9 @@
 #include <unistd.h>
 #include <vector>
 
-// The linker redirects calls of open, read and close to the functions __wrap_... below (ld(1),
-// --wrap). While `script` has steps, each call for the random device takes its result from the next
-// step. All other calls go to the system.
+// Calls of open, read and close go to the functions __wrap_... below (ld(1), --wrap). While
+// `script` has steps, each call for the random device takes its result from the next step; all
+// others go to the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
