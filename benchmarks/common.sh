@@ -1,5 +1,5 @@
-# Functions for benchmarks/answering and benchmarks/scaling, which source this file. Those scripts
-# set $build, the folder of the built programs, and $results, the folder of samples.csv.
+# Functions for benchmarks/answering and benchmarks/scaling, which set $build, the folder of the
+# built programs, and $results, the folder of samples.csv.
 # shellcheck shell=bash disable=SC2154
 
 # shellcheck source=../scripts/network.sh
@@ -9,10 +9,10 @@
 # time from each other.
 readonly server_core=0 load_core=1
 
-# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, from
-# which summary.awk makes the tables. SUBJECT is a server or a number of adapters. CASE is the name
-# of the load, or "memory" or "adapters" for figures without loads to compare. FIGURE says what
-# VALUE is and in which unit ("cpu_us").
+# Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, for
+# summary.awk. SUBJECT is a server or a number of adapters. CASE is the name of the load, or
+# "memory" or "adapters" for figures without loads to compare. FIGURE says what VALUE is and in
+# which unit ("cpu_us").
 Sample()
 {
     local IFS=,
@@ -31,7 +31,7 @@ AwaitAdapters()
 }
 
 # StartServer NAMESPACE OUTPUT COMMAND...: starts the server COMMAND in the namespace (see In of
-# scripts/network.sh), on the core for servers. Its standard output goes to the file OUTPUT. Sets
+# scripts/network.sh), on the core for servers, with its standard output in the file OUTPUT. Sets
 # $server to its process ID.
 StartServer()
 {

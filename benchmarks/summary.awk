@@ -130,8 +130,8 @@ function PrintTargets() {
 
 function Median() { return count ? Digits(Quantile(0.5)) : "–" }
 
-# Prints the row of one figure under one load: the median of each server. After the median of the
-# plug-in comes its ratio to the first server. Prints nothing if no server has a value.
+# Prints the row of one figure under one load: the median of each server, and after that of the
+# plug-in its ratio to the first server. Prints nothing if no server has a value.
 function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, server, any) {
     row = "| " title " | " (load == "memory" ? "–" : load)
     for (server = 1; server <= servers_count; ++server) {
