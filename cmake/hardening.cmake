@@ -1,8 +1,8 @@
 # Flags of the compiler and the linker that make a fault in this code harder to exploit. The plug-in
-# needs them because it runs inside the server and reads what any machine on the network sends. All
-# targets get the flags, the tests too, so that the tests run the code that is delivered.
-# scripts/check-hardening checks the built files. A build with a sanitizer, only for tests, does not
-# get the compiler's flags: _FORTIFY_SOURCE, for example, could hide faults from a sanitizer.
+# needs them because it runs inside the server and reads what any machine on the network sends. The
+# tests get the flags too, so that they run the code that is delivered. scripts/check-hardening
+# checks the built files. A build with a sanitizer, only for tests, does not get the compiler's
+# flags: _FORTIFY_SOURCE, for example, could hide faults from a sanitizer.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
