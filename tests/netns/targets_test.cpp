@@ -22,9 +22,9 @@ using asio::ip::udp;
 
 namespace {
 
-/// A target's answer to each message that arrives by this way and contains the text. The way is
-/// "group" for messages to the group and "direct" for messages to 127.0.0.1. A number behind it, as
-/// in "group6", stands for one message: the sixth to the group.
+/// A target's answer to each message that arrives by `way` and contains `text`. The way is "group"
+/// for messages to the group and "direct" for messages to 127.0.0.1. A number behind it, as in
+/// "group6", stands for one message: the sixth to the group.
 struct Reaction {
     std::string way;
     std::string text;

@@ -74,7 +74,8 @@ Json CClientCheck::DirectError(const std::string& target) const
     return error == seen.directErrors.end() || error->second.empty() ? Json() : Json(error->second);
 }
 
-/// If false, CheckAdapters has already reported `no-multicast`.
+/// Returns whether the adapter can reach the group. If not, CheckAdapters has already reported
+/// `no-multicast`.
 bool CClientCheck::CarriesMulticast() const
 {
     return seen.adapter.loopback || (seen.adapter.flags & IFF_MULTICAST) != 0;

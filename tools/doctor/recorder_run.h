@@ -13,9 +13,10 @@ inline constexpr char kDoctorName[] = "pelorin-doctor";
 inline constexpr double kDefaultWatchSeconds = 10;
 
 /// Examines this machine as a recorder, then watches the Probes that arrive and the answers that
-/// leave. Prints on standard error that a client has to ask now, and shows the remaining time there
-/// if it is a terminal. SIGINT and SIGTERM end the watch early. There is no watch if no socket
-/// could answer a Probe or no packet socket can be opened.
+/// leave. An adapter is not watched if no program has a socket on the discovery port that receives
+/// from it, or if no packet socket can be opened on it. If any adapter is watched, prints on
+/// standard error that a client has to ask now, and shows the remaining time there if it is a
+/// terminal. SIGINT and SIGTERM end the watch early.
 ///
 /// @param names  see CheckAdapters
 ///

@@ -38,8 +38,9 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Returns an adapter at 0.0.0.0, for which the plug-in starts no endpoint. Its name is the number,
-/// so a document with another number is a change for the plug-in.
+/// Returns an adapter at 0.0.0.0, for which the plug-in starts no endpoint. Its name is the number
+/// of times that connected adapters went away. So even if the same adapters are back, the document
+/// differs, and the plug-in restarts its endpoints.
 Adapter MakeCounter(int number)
 {
     Adapter counter{};
