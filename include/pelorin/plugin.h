@@ -283,9 +283,10 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 
 /// Stores the callback, fills the descriptor and creates the plug-in's state if there is none.
 ///
-/// Waits for nothing. Call it first.
+/// Waits for nothing. Call it before all others. It may be called again, also during the run: then
+/// it replaces the callback and fills the descriptor, and the run continues.
 /// Errors: throws boost::thread_resource_error or std::bad_alloc if it cannot create the state; the
-/// callback stays stored.
+/// new callback stays stored.
 ///
 /// [alone], except that the run may be in progress.
 typedef uint64_t (*PelorinLoad)(const PelorinLoadRequest* request, PelorinLoadReply* reply);

@@ -187,8 +187,9 @@ void CDiscoveryUdp::ScheduleRetry()
 }
 
 // waiting --cancelled or stopping--> idle
-//         --wait failed-----------> waiting, with the doubled delay
+//         --wait failed-----------> waiting again
 //         --expired---------------> Restart
+// The last two double the delay first, while it is at most kRetryDoublingBound.
 void CDiscoveryUdp::OnRetryTimer(const error_code& error)
 {
     --pendingOps;

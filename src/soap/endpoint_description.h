@@ -7,8 +7,8 @@ namespace kx {
 
 /// What one discovery endpoint advertises about its recorder.
 struct EndpointDescription {
-    /// Text of wsa:Address, the same for all endpoints of a run. NewUuidString appends a NUL;
-    /// messages contain the text before it.
+    /// Text of wsa:Address, the same for all endpoints of a run. In the plug-in it comes from
+    /// NewUuidString, so its last character is a NUL. Messages contain only the text before it.
     std::string address;
     /// MAC address of the adapter, advertised as the only scope, "mac:...". In the plug-in never
     /// empty, because an adapter without MAC address is left out.

@@ -7,9 +7,10 @@
 
 namespace kx::tools {
 
-/// Looks for recorders as a client does and examines the answers. Takes up to 4 s, or 6 s if late
-/// answers name further addresses to ask. Shows the remaining time of the current step on standard
-/// error if that is a terminal.
+/// Looks for recorders as a client does and examines the answers. Takes up to 4 s: 2 s for the
+/// group, then 2 s for direct Probes. Takes up to 6 s if answers that arrive during the direct
+/// Probes make further addresses known, which are then asked too. Shows the remaining time of the
+/// current step on standard error if that is a terminal.
 ///
 /// @param names   see CheckAdapters
 /// @param target  IPv4 address of a recorder that is also asked directly; may be empty

@@ -52,7 +52,7 @@ public:
     void Open();
 
     /// When watching, follows the adapters. Changes since this object was created are noticed too.
-    /// Does nothing if the kernel's routes choose the adapters.
+    /// Does nothing with --to and without --adapter: then the kernel's routes choose the adapters.
     ///
     /// @param changed  called when an adapter appears, disappears or changes its address or state,
     ///                 because other devices may then be within reach
