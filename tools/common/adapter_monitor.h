@@ -13,6 +13,9 @@ namespace kx::tools {
 /// read again after the rest of it.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
+/// Time after which the adapters are read again if they could not be read.
+inline constexpr std::chrono::seconds kAdapterRetryTime{2};
+
 /// Reports over rtnetlink(7) that adapters of this machine or their IPv4 addresses have changed.
 /// Call ReadAdapters for the new state: its result is complete even if the kernel dropped
 /// announcements because there were too many.

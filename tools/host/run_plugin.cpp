@@ -26,8 +26,6 @@ constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
 /// blocked endpoints first, and it does not act on a document that changes nothing.
 constexpr std::chrono::seconds kActBound{1};
-/// Time after which changes are read again if they could not be read.
-constexpr std::chrono::seconds kRetryInterval{2};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
     "held up";
@@ -129,7 +127,7 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
         if (now >= gathered) {
             // After a failure tries again, because the changes are not reported once more.
             gathered = Attempt([&] { source.ReadChanges(); }) ? steady_clock::time_point::max()
-                                                              : now + kRetryInterval;
+                                                              : now + kAdapterRetryTime;
         }
         if (auto document = source.Next())
             delivery.Start(std::move(*document));

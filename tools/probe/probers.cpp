@@ -12,9 +12,6 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Time until the adapters are read again after a failure.
-constexpr std::chrono::seconds kRetryInterval{2};
-
 /// Returns whether two readings show the same network device with the same address, so that a
 /// prober for one of them works for the other.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
@@ -186,7 +183,7 @@ void CProbers::OnChange()
     } catch (const std::exception& error) {
         complain(error.what());
         // Tries again, because the kernel does not announce the changes once more.
-        OnChangeAfter(kRetryInterval);
+        OnChangeAfter(kAdapterRetryTime);
         return;
     }
     AwaitChange();
