@@ -102,7 +102,7 @@ TEST_F(Discovery, WatchdogRejoinsTwiceAfterARestartThatHearsNothing)
     EXPECT_EQ(Count("Failed to join"), 0U);
 }
 
-TEST_F(Discovery, ForeignHelloKeepsTheWatchdogQuietButAByeDoesNot)
+TEST_F(Discovery, ForeignProbeKeepsTheWatchdogQuietButAByeDoesNot)
 {
     // With this rule the endpoints receive what the prober sends, but not their own Hellos.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
