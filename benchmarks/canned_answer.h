@@ -22,8 +22,7 @@ inline EndpointDescription MakeDescription()
     return description;
 }
 
-/// An answer like the plug-in's, built once. For each Probe only the Probe's identifier is copied
-/// into it, by which the client knows which Probe was answered.
+/// An answer like the plug-in's, built once; for each Probe only its identifier is copied in.
 class CCannedAnswer {
 public:
     CCannedAnswer()

@@ -10,19 +10,18 @@
 readonly server_core=0 load_core=1
 
 # Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, for
-# summary.awk. SUBJECT is a server or a number of adapters. CASE is the name of the load, or
-# "memory" or "adapters" for figures without loads to compare. FIGURE says what VALUE is and in
-# which unit ("cpu_us").
+# summary.awk. SUBJECT is a server or a number of adapters. CASE is the name of the load, "memory"
+# for resident memory in benchmarks/answering, and always "adapters" in benchmarks/scaling. FIGURE
+# says what VALUE is and in which unit ("cpu_us").
 Sample()
 {
     local IFS=,
     echo "$*" >>"$results/samples.csv"
 }
 
-# AwaitAdapters COUNT: waits until COUNT veth adapters in $namespace are in the state UP, which the
-# kernel sets a moment after `ip link set ... up` of both ends of the veth pair. Before that,
-# bench-host would tell the plug-in that the adapter is not connected, and the plug-in would not use
-# it.
+# AwaitAdapters COUNT: waits until COUNT veth adapters in $namespace are in the state UP, which they
+# reach a moment after both ends of the pair are set up. Before that, bench-host would call them not
+# connected, and the plug-in would not use them.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do

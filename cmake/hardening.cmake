@@ -1,8 +1,7 @@
-# Flags of the compiler and the linker that make a fault in this code harder to exploit. The plug-in
-# needs them because it runs inside the server and reads what any machine on the network sends. The
-# tests get the flags too, so that they run the code that is delivered. scripts/check-hardening
-# checks the built files. A build with a sanitizer, only for tests, does not get the compiler's
-# flags: _FORTIFY_SOURCE, for example, could hide faults from a sanitizer.
+# Flags of the compiler and the linker that make a fault harder to exploit: the plug-in runs inside
+# the server and reads what any machine on the network sends. The tests get them too, to run what is
+# delivered. scripts/check-hardening checks the built files. A build with a sanitizer does not get
+# the compiler's flags: _FORTIFY_SOURCE, for example, could hide faults from it.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)

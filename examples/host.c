@@ -34,7 +34,7 @@ static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
     funlockfile(stdout);
 }
 
-// The lent thread: the call of Ioctl returns only after Close.
+// The thread that the host lends to the plug-in: the call of Ioctl returns only after Close.
 static void* Run(void* unused)
 {
     PelorinIoctlRequest request = {.code = PELORIN_RUN};
@@ -74,7 +74,7 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // Stands for no adapter. If the device is deleted and created again, its socket is dead.
+        // Not an adapter. The plug-in's socket is dead if the device is deleted and created again.
         // The index then differs: the document changes, so the plug-in opens all sockets anew.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));

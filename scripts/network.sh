@@ -5,10 +5,9 @@
 # created.
 InOwnNetwork() { [[ ${PELORIN_NETWORK-} == "$(readlink /proc/self/ns/net)" ]]; }
 
-# EnterOwnNetwork SCRIPT [ARGUMENT]...: makes sure that the calling script, SCRIPT, runs in a
-# network namespace of its own. Inside one, returns; outside, starts the script again, with the
-# ARGUMENTs, in a new network namespace and a new PID namespace. When this second run ends, the
-# kernel ends all processes that it has started.
+# EnterOwnNetwork SCRIPT [ARGUMENT]...: returns if InOwnNetwork. Otherwise runs the calling SCRIPT
+# again, in a new network namespace and a new PID namespace: when this second run ends, the kernel
+# ends all its processes.
 EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
@@ -20,8 +19,8 @@ EnterOwnNetwork()
 }
 
 # MakeNamespace: creates another network namespace and sets $namespace to the ID of a process in it,
-# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence,
-# until the kernel ends it at the end of the script (see EnterOwnNetwork).
+# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence; it
+# ends with the second run of EnterOwnNetwork.
 MakeNamespace()
 {
     local own there

@@ -96,10 +96,11 @@ extern "C" {
 // are not empty.
 //
 // An adapter whose IPAddress is 0.0.0.0 is not served, but a change of its entry restarts discovery
-// on all adapters. With such an entry a host reports that eth0 was deleted and created again with
-// the same addresses. Without a restart the plug-in's socket would stay bound to the deleted device
-// and receive nothing. In the example below, the second entry has the interface index of eth0 as
-// its Handle, which differs for the new eth0. Its MACAddress is "-", because it must not be empty.
+// on all adapters. A host needs such an entry when eth0 is deleted and created again with the same
+// addresses: the entry of eth0 stays the same, and without a restart the plug-in's socket would
+// stay bound to the deleted device and receive nothing. So the Handle of the second entry below is
+// not a name but the interface index of eth0, which differs for the new eth0. Its MACAddress is
+// "-", because it must not be empty.
 //
 //     <Qorm Delta="0">
 //         <Servers>

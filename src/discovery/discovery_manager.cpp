@@ -95,10 +95,9 @@ void CDiscoveryManager::StopAll()
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
     // An endpoint's last handler may still be running here, because a handler decrements the counts
-    // that Busy() reads before it does its work. The handler posted here runs on the I/O thread
-    // after that last handler, and its copy of the pointers keeps the endpoints alive until then.
-    // A copy, not a move: if post threw std::bad_alloc, moved endpoints would be destroyed
-    // immediately, while that last handler may still use them.
+    // that Busy() reads before it does its work. The handler posted here runs after it, and keeps
+    // the endpoints alive until then. Copied, not moved: if post threw std::bad_alloc, moved
+    // endpoints would be destroyed while in use.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }

@@ -20,11 +20,11 @@ namespace {
 
 constexpr char kAddressScheme[] = "ktzkx://";
 
-/// The I/O thread of a run. The destructor stops the manager and joins the thread, so that the
-/// thread ends before the manager is destroyed, even if an exception ends the run.
+/// The I/O thread of a run. The destructor stops the manager and joins the thread, also after an
+/// exception.
 ///
-/// Not a boost::thread, which needs the compiled library Boost.Thread: if the host has loaded
-/// another version of this library, the plug-in could call the functions of that version.
+/// Not a boost::thread: the plug-in could then call functions of another version of Boost.Thread
+/// that the host has loaded.
 class CIoThread {
 public:
     /// Errors: std::bad_alloc; boost::thread_resource_error when the thread cannot be started.

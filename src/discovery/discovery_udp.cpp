@@ -124,8 +124,8 @@ bool CDiscoveryUdp::SetUpSocket()
         Report(log, kLogWarning, "Failed to set SO_RCVBUF=1MB. Error (", error,
                "): ", error.message());
     }
-    // Not bound to the adapter's address: such a socket receives no datagrams that are sent to the
-    // group.
+    // Bound to the wildcard address: a socket bound to the adapter's address receives nothing that
+    // is sent to the group.
     socket.bind(udp::endpoint(localEndpoint.protocol(), localEndpoint.port()), error);
     if (error) {
         Report(log, kLogError, "Failed to bind socket. Error (", error, "): ", error.message());
@@ -223,8 +223,7 @@ void CDiscoveryUdp::StopOperations(bool final)
     stopping = true;
     closing = true;
 
-    // The I/O thread runs this teardown after the Bye and after any handler that has seen the flags
-    // unset: see the class comment.
+    // Runs after the Bye and after any handler that saw the flags unset: see the class comment.
     const auto tornDown = boost::make_shared<std::promise<void>>();
     boost::asio::post(ioService, [this, tornDown] {
         CloseSocketAndTimers();

@@ -23,9 +23,8 @@ void CDiscoverySoap::Bye(const EndpointDescription& description, std::string& ou
 void CDiscoverySoap::ProbeMatches(const std::string& probeMessageId,
                                   const EndpointDescription& description, std::string& out) const
 {
-    // Deliberate: RelatesTo is "uuid:" and the whole MessageID of the Probe, which normally begins
-    // with "urn:uuid:" itself. Some clients expect exactly this text and would ignore an answer
-    // with another.
+    // Deliberate: "uuid:", although the MessageID normally begins with "urn:uuid:" itself. Some
+    // clients ignore an answer with any other RelatesTo.
     const std::string relatesTo = "uuid:" + probeMessageId;
 
     XMLDocument document;

@@ -57,9 +57,8 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 ///
 /// @param out  out: a string of size 37, whose last character is a NUL
 ///
-/// Deliberate: the string is one character longer than the text, because CreateUuidText also writes
-/// the NUL, and writes nothing if there is no space for it. The NUL stays in the string. It does no
-/// harm, because the callers use c_str().
+/// Deliberate: the NUL stays in the string. CreateUuidText writes nothing without space for it, and
+/// it does no harm, because the callers use c_str().
 ///
 /// Errors: std::bad_alloc, and those of CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);

@@ -55,8 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(dropped || taken == static_cast<std::ptrdiff_t>(context.adapters.size()),
             "the check agrees on the adapters");
 
-    // Length -1 means up to the first NUL. The result must be the same, because the XML library
-    // stops at the first NUL even if the given length is greater.
+    // Length -1 means up to the first NUL, where the XML library stops whatever the length is.
     kx::PluginContext upToNul;
     const std::string text(reinterpret_cast<const char*>(data), size);
     Apply(upToNul, text.c_str(), -1);

@@ -35,7 +35,7 @@ std::atomic<bool> failed{false};
 
 } // namespace
 
-// Not inlined: the compiler would warn that memory from operator new is passed to free.
+// If this were inlined, the compiler would warn that memory from operator new is passed to free.
 __attribute__((noinline)) void* operator new(std::size_t size)
 {
     if (current == failing && failing != Thread::kTest && !inCallback && --countdown == 0) {

@@ -24,9 +24,8 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends a datagram with a forged source to the group. It leaves by the recorder's adapter cam0;
-/// the recorder receives a copy, as a member of the group. The source may be any address except
-/// 0.0.0.0, which the kernel would replace (raw(7)).
+/// Sends the group a datagram with a forged source, by the recorder's adapter cam0. The recorder, a
+/// member, receives a copy. The kernel would replace the source 0.0.0.0 (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {

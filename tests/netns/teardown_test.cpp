@@ -52,8 +52,8 @@ protected:
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
     /// Runs the plug-in from Load to Unload and stops it at the moment that GetParam() describes.
-    /// In about half of the rounds Close is called once before that: by the callback, in the record
-    /// that the stop follows, or, if the Moment names no record, by this function, before the run.
+    /// About half of the rounds call Close once before that: in the callback, for the record that
+    /// triggers the stop, or, if the Moment names no record, before the run.
     ///
     /// @param hold  one of kHolds
     /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback

@@ -17,9 +17,8 @@ inline constexpr char kDefaultColor[] = "\033[0m";
 /// environment is unset or empty. Thread-safe.
 bool WantsColor();
 
-/// Returns the columns of the terminal on standard output (ioctl_tty(2)). If standard output is not
-/// a terminal or the terminal reports no columns, returns the value of COLUMNS in the environment,
-/// or 80 if that is not a positive number. Thread-safe.
+/// Returns the columns of the terminal on standard output. If there is none or it reports none,
+/// returns COLUMNS in the environment, or 80 if that is not a positive number. Thread-safe.
 std::size_t TerminalWidth();
 
 /// Breaks a text into lines at its spaces. Between words, several spaces become one and line feeds

@@ -43,7 +43,7 @@ struct ClientObservation {
     bool optional = false;
 };
 
-/// Returns whether a recorder answered a Probe. An answer only seen at the adapter counts.
+/// Returns whether a recorder answered a Probe. Counts an answer that only the packet socket saw.
 ///
 /// @param target  the address to which the Probe was sent; empty for the group
 ///

@@ -65,11 +65,9 @@ class CAsker {
 public:
     using OnDatagram = std::function<void(std::string_view payload, const udp::endpoint& source)>;
 
-    /// @param address  for Probes to the group: an adapter's address. For direct Probes: 0.0.0.0;
-    ///                 the kernel's routes choose the adapter, as for a client's connection to a
-    ///                 recorder.
-    /// @param device   for Probes to the group: the adapter's index; they leave by that adapter.
-    ///                 For direct Probes: 0.
+    /// @param address, device  for Probes to the group: the address and the index of the adapter by
+    ///                         which they leave; for direct Probes: 0.0.0.0 and 0, and routes
+    ///                         choose the adapter, as for a client's connection to a recorder
     ///
     /// Errors: boost::system::system_error.
     CAsker(boost::asio::io_context& ioService, const address_v4& address, int device,

@@ -14,8 +14,8 @@ using boost::asio::ip::make_address_v4;
 namespace kx::tools {
 namespace {
 
-/// The Probes of one client: either those to the group, or those to this machine's addresses. They
-/// are judged together: if one was answered, nothing blocks them, and others were lost by chance.
+/// The Probes of one client, either to the group or to this machine's addresses. If one was
+/// answered, nothing blocks them, and others were lost by chance.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -142,12 +142,10 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether the group seems to be joined on this adapter for a socket of another adapter. A
-/// server causes this if it gives the other adapter's Handle with this adapter's IPAddress: the
-/// socket is then bound to the other device, but joins the group here. The kernel does not tell
-/// which socket has joined. So this is assumed if the group is joined here, and a socket without an
-/// address is bound to a device on which it is not joined. The finding is then only a note: the
-/// check of the other device, if any, reports the fault `wrong-device`.
+/// Returns whether the group seems to be joined on this adapter by a socket of another device: a
+/// server gave that device's Handle with this adapter's IPAddress. The kernel does not tell which
+/// socket has joined, so any socket without an address on a device without the group counts. The
+/// finding is then only a note: the check of that device, if any, reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -176,8 +174,9 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Returns whether any of the sockets in `bound` belongs to another program than `socket`, which
-/// receives the Probes to one of the adapter's addresses. The other program gets none of them.
+/// Returns whether a socket in `bound` belongs to another program than `socket`, which receives the
+/// Probes to one of the adapter's addresses. The program of the socket in `bound` then gets none of
+/// these Probes.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);

@@ -145,9 +145,9 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // The plug-in's answer holds "uuid:" and then the whole identifier. RelatesTo compares
-            // only the last 36 characters of each text. If the identifier is shorter, the last 36
-            // of the answer include a part of "uuid:" and differ. EndsWith covers that case.
+            // The plug-in's answer holds "uuid:" and the whole identifier, of which RelatesTo
+            // compares the last 36 characters. For a shorter identifier these include a part of
+            // "uuid:" and differ; EndsWith covers that case.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));

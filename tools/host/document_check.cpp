@@ -277,8 +277,8 @@ private:
         return true;
     }
 
-    /// Finds a device by its name or by an alternative name (altname of ip-link(8)): the kernel
-    /// accepts either when the plug-in binds a socket to the device.
+    /// Finds a device by its name or an alternative name (altname of ip-link(8)): the plug-in can
+    /// bind a socket by either.
     Devices::const_iterator FindDevice(const std::string& name) const
     {
         char ownName[IF_NAMESIZE] = "";

@@ -25,8 +25,8 @@ void Say(const std::string& text);
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
 /// Returns how many times the plug-in has logged, since this process started, that it stops all
-/// endpoints. The plug-in logs this first when it acts on a changed document, and also when its run
-/// ends. Thread-safe.
+/// endpoints. This is its first record when it acts on a changed document, and when its run ends.
+/// Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -20,8 +20,7 @@ std::runtime_error LibraryError(const std::string& what)
 
 void* OpenLibrary(const std::filesystem::path& file)
 {
-    // An absolute path: for a name without a slash, dlopen(3) searches the system's folders instead
-    // of the current one.
+    // Absolute: for a name without a slash, dlopen(3) searches the system's folders.
     void* library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
         throw LibraryError(Compose("cannot load the plug-in: ", dlerror()));

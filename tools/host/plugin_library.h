@@ -80,8 +80,8 @@ private:
     std::thread lent;
 };
 
-/// Returns the path of the plug-in that belongs to this program: pelorin.so in the folder of the
-/// executable, as in a build folder; the installed one if only that exists.
+/// Returns the path of pelorin.so beside the executable, or of the installed one if only that
+/// exists.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc (proc(5)) is not mounted.
 std::filesystem::path OwnPluginFile();

@@ -19,9 +19,8 @@ namespace {
 
 /// Maximum time between two calls of CDelivery::Resend.
 constexpr milliseconds kResendInterval{100};
-/// Minimum time between two sends of a document when CDelivery::Resend no longer sends at every
-/// call. It still sends, because a plug-in that was busy for longer than kActBound may have missed
-/// all earlier sends.
+/// Time between two sends of a document on which the plug-in has acted or had kActBound to act. The
+/// sends go on, because a plug-in that was busy for longer may have missed all earlier ones.
 constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
 /// blocked endpoints first, and it does not act on a document that changes nothing.

@@ -15,10 +15,9 @@ namespace kx::tools {
 /// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
 /// @param limit    maximum time of the run; none: unlimited
 ///
-/// Errors: std::runtime_error for every exception that the plug-in or the host's own code throws,
-/// for example because no thread can be created. Unload is not called then: if the run threw,
-/// Unload would wait forever for a run that ends without an exception. Also std::runtime_error,
-/// after Unload, when the plug-in's run returns before it is asked to.
+/// Errors: std::runtime_error for every exception, the plug-in's and the host's own. Unload is not
+/// called then: after a run that threw, it would wait forever. Also std::runtime_error, after
+/// Unload, when the plug-in's run returns before it is asked to.
 /// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);

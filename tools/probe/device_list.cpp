@@ -14,7 +14,8 @@ using Texts = std::vector<std::string>;
 /// could fill the memory, because RemoveSilent usually keeps a path that never answered.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
-/// Maximum of devices of other types. Without it, forged answers could fill the memory.
+/// Maximum of devices that answered without having the sought type. Without it, forged answers
+/// could fill the memory.
 constexpr std::size_t kMaxOthers = 10'000;
 
 /// Returns whether two lists are equal except for their order. Not std::is_permutation: its time is

@@ -113,8 +113,7 @@ void CMessageSocket::OpenForGroup()
 void CMessageSocket::SetReceiveOptions()
 {
     RequireOption(socket, IPPROTO_IP, IP_PKTINFO, 1);
-    // socket(7): SO_RCVBUFFORCE needs CAP_NET_ADMIN, which root has; SO_RCVBUF does not, but the
-    // kernel limits it to net.core.rmem_max.
+    // socket(7): SO_RCVBUFFORCE needs CAP_NET_ADMIN; SO_RCVBUF is limited to net.core.rmem_max.
     if (!SetOption(socket, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBufferSize))
         RequireOption(socket, SOL_SOCKET, SO_RCVBUF, kReceiveBufferSize);
 }

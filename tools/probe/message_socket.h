@@ -44,9 +44,8 @@ public:
 
     /// Opens the socket for sending messages from an ephemeral port and receiving the answers.
     ///
-    /// The socket is bound to the adapter's IP address. If it were bound to the network device
-    /// only, Probes on loopback would have the address of another adapter as their source or,
-    /// without one, 0.0.0.0, and the plug-in answers no Probe from 0.0.0.0.
+    /// It is bound to the adapter's IP address, so that messages to a single host have this source.
+    /// Those to the group would have it anyway, by IP_MULTICAST_IF.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();

@@ -24,8 +24,7 @@ const tinyxml2::XMLElement* FindNext(const tinyxml2::XMLElement* element, const 
 /// Returns whether an element has this namespace and local name; false for null.
 bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char* localName);
 
-/// Returns "{uri}name". It means the same in every message, while the meaning of "prefix:name"
-/// depends on the declarations in the message.
+/// Returns "{uri}name", which unlike "prefix:name" means the same in every message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
 /// Returns the expanded name for the name of an element, or for a name in the element's text.

@@ -13,8 +13,7 @@ using tinyxml2::XMLElement;
 namespace kx::tools {
 namespace {
 
-/// Builds a message. `soap`, `addressing` and `discovery` are its prefixes for SOAP, WS-Addressing
-/// and WS-Discovery.
+/// Builds a message. `soap`, `addressing` and `discovery` are its namespace prefixes.
 class CMessageBuilder {
 public:
     explicit CMessageBuilder(const std::optional<DeviceType>& type)

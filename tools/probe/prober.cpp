@@ -12,8 +12,9 @@ using std::chrono::system_clock;
 namespace kx::tools {
 namespace {
 
-/// Maximum of different Resolves between two calls of Ask. A message without XAddrs makes us send a
-/// Resolve to every device. Without a maximum, forged ones could make us flood the network.
+/// Maximum of different Resolves between two calls of Ask. Each message without XAddrs makes us
+/// send one, normally to the group. Without a maximum, forged messages could make us flood the
+/// network.
 constexpr std::size_t kMaxResolves = 100;
 
 bool IsAnswer(Message::Kind kind)
@@ -80,8 +81,8 @@ std::uint64_t CProber::DroppedCount()
 
 void CProber::Send()
 {
-    // The timer of an earlier Ask may call this function after a later Ask or a Close, when nothing
-    // is left to send.
+    // The timer of an earlier Ask may call this function when nothing is left to send: an Ask that
+    // sends only once does not cancel the timer, and Close cannot once it has expired.
     if (remaining.times == 0)
         return;
     --remaining.times;

@@ -12,8 +12,7 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Returns whether two readings show the same network device with the same address, so that a
-/// prober for one of them works for the other.
+/// Returns whether a prober for one of two readings works for the other.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
 {
     return left.name == right.name && left.index == right.index &&
@@ -66,9 +65,8 @@ CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
 
 CProbers::~CProbers()
 {
-    // The handler of a prober's timer, which the I/O service owns, may hold the last pointer to the
-    // prober. The service is destroyed after the receiver, and the destructor of a prober that is
-    // still open would use the destroyed receiver.
+    // A pending timer handler may keep a prober alive until the I/O service is destroyed, after the
+    // receiver. The destructor of an open prober uses the receiver.
     for (const AdapterProber& each : probers)
         each.prober->Close();
     if (monitored.is_open())

@@ -20,8 +20,8 @@ namespace kx::tools {
 /// --to and --adapter, one for each host on each named adapter.
 ///
 /// When watching, it follows the adapters (see Follow). If an adapter is deleted and created again
-/// under its name, or gets another address, its probers are replaced, because their sockets no
-/// longer receive anything.
+/// under its name, or gets another address, its probers are replaced, because their sockets are
+/// tied to the old device and address.
 ///
 /// If an adapter cannot be used, the others continue. The user is told once, and again only if a
 /// Probe could be sent on the adapter in the meantime. When watching, each Ask tries again to send,
@@ -33,9 +33,7 @@ class CProbers {
 public:
     using Complaint = std::function<void(const std::string&)>;
 
-    /// @param options   must outlive this object
-    /// @param onHeard   see CProber::OnHeard
-    /// @param complain  called with each message for the user
+    /// @param options  must outlive this object
     ///
     /// Errors: std::runtime_error when the adapters cannot be followed.
     CProbers(boost::asio::io_context& ioService, CReceiver& receiver, const ProbeOptions& options,

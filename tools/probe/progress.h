@@ -5,9 +5,8 @@
 
 namespace kx::tools {
 
-/// One line on standard error that shows the progress. Call Show only if standard error is a
-/// terminal; each call replaces the text. Call Clear before anything else is printed, which would
-/// otherwise appear on the same line. Not thread-safe.
+/// A progress line on standard error; each Show replaces it. Call Show only on a terminal, and
+/// Clear before anything else is printed. Not thread-safe.
 class CProgress {
 public:
     CProgress() = default;

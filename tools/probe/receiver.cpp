@@ -157,7 +157,8 @@ void CReceiver::StopThread()
 /// Receives until StopThread is called.
 void CReceiver::Run()
 {
-    // Signals are for the thread of the I/O service, which may block them.
+    // SIGINT and SIGTERM are for the thread of the I/O service, which blocks them after the first
+    // one. If they were not blocked here too, a second one would kill the process.
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, nullptr);

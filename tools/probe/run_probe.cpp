@@ -66,9 +66,10 @@ std::string IgnoredText(const IgnoredCounts& counts)
     return text;
 }
 
-/// Blocks SIGINT and SIGTERM for the rest of the process. The destructor of the signal set restores
-/// their default action. A second signal, which timeout(1) for example sends, would then kill the
-/// process before it returns its exit status.
+/// Blocks SIGINT and SIGTERM on this thread until the process ends; the receiver's thread always
+/// blocks them. The destructor of the signal set restores their default action. A second signal,
+/// which timeout(1) for example sends, would then kill the process before it returns its exit
+/// status.
 void BlockEndSignals()
 {
     sigset_t ending;
