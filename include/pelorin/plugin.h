@@ -1,11 +1,10 @@
-/// The interface between the plug-in pelorin.so and its host. The host is the program that loads
-/// the plug-in: the recorder's server.
+/// The interface between the plug-in pelorin.so and its host, the recorder's server that loads it.
 ///
-/// The header is valid C99 and C++. It needs only the C library's headers, and there is nothing to
-/// link: a host loads the plug-in by dlopen(3) and looks its entry points up by dlsym(3).
-/// examples/host.c is a complete host; docs/host-interface.md explains what to take care of.
+/// Valid C99 and C++. There is nothing to link: a host loads the plug-in by dlopen(3) and looks its
+/// entry points up by dlsym(3). examples/host.c is a complete host; docs/host-interface.md explains
+/// what to take care of.
 ///
-/// The order of calls. The call of IOCTL with PELORIN_RUN is named "the run" in this header.
+/// The order of calls. "The run" below means the call of IOCTL with PELORIN_RUN.
 ///
 ///     Load                   stores the host's callback
 ///     Open                   registers the plug-in through the callback
@@ -14,11 +13,10 @@
 ///     Close                  asks the run to stop; call it repeatedly until the run has returned
 ///     Unload                 frees the plug-in's state; dlclose(3) may follow
 ///
-/// Compatibility. A host may rely on the names of the eight entry points, on the layouts and values
-/// below, on the documents below, and on the messages that the plug-in sends over the network. It
-/// may not rely on the order of records from different threads, nor on the texts of log records.
-/// The levels of log records keep their meaning. Only the attribute Version of the registration
-/// document tells versions apart.
+/// Compatibility. A host may rely on the names of the entry points, on the layouts, values and
+/// documents below, on the meaning of log levels, and on the messages on the network. It may not
+/// rely on the texts of log records, nor on the order of records from different threads. Only the
+/// attribute Version of the registration document tells versions apart.
 ///
 /// Threads. Each function below names its threads by these tags:
 ///
@@ -31,9 +29,8 @@
 ///
 /// Exceptions. Load, Open and IOCTL throw C++ exceptions when the process runs out of memory or
 /// threads. A host in C cannot catch them, so they end it. A host in C++ catches
-/// `const std::exception&` and calls only what(). It does so before dlclose(3), which unmaps the
-/// code of what(). It does not catch Boost's exception classes, because the Boost that the host is
-/// built with may define them differently.
+/// `const std::exception&`, not Boost's exception classes, which its own version of Boost may
+/// define differently. It calls only what(), before dlclose(3) unmaps the code of what().
 /// If memory runs out on the I/O thread, or while the run stops after Close, the process ends.
 ///
 /// Exit. If the run cannot open or read /dev/urandom, it ends the process by exit(3) with status 74
@@ -62,13 +59,12 @@ extern "C" {
 #define PELORIN_ASSERT_OFFSET(record, field, offset)                                               \
     PELORIN_ASSERT(offsetof(record, field) == (offset))
 
-/// The plug-in's number. It is in the descriptor that Load fills, in every PelorinHostRequest and
-/// in the registration document.
+/// The plug-in's number, in Load's reply, every PelorinHostRequest and the registration document.
 #define PELORIN_MODULE_ID UINT64_C(0x4c0000)
 
 /// Control codes of IOCTL.
-#define PELORIN_RUN UINT32_C(1)        ///< runs discovery on the calling thread until Close
-#define PELORIN_APPLY UINT32_C(2)      ///< sets the port and the adapters, given as a document
+#define PELORIN_RUN UINT32_C(1)        ///< runs discovery until Close
+#define PELORIN_APPLY UINT32_C(2)      ///< sets the port and the adapters
 
 /// Commands of a PelorinHostRequest.
 #define PELORIN_LOG UINT64_C(64)       ///< its data is a log record
@@ -96,10 +92,9 @@ extern "C" {
 // are not empty.
 //
 // An adapter whose IPAddress is 0.0.0.0 is not served, but a change of its entry restarts discovery
-// on all adapters. A host needs such an entry when eth0 is deleted and created again with the same
-// addresses: the entry of eth0 stays the same, and without a restart the plug-in's socket would
-// stay bound to the deleted device and receive nothing. So the Handle of the second entry below is
-// not a name but the interface index of eth0, which differs for the new eth0. Its MACAddress is
+// on all adapters. In the second entry below, Handle is the interface index of eth0. If eth0 is
+// deleted and created again with the same addresses, only this index changes. Without the restart,
+// the plug-in's socket would stay bound to the deleted device and receive nothing. MACAddress is
 // "-", because it must not be empty.
 //
 //     <Qorm Delta="0">
@@ -115,17 +110,16 @@ extern "C" {
 //     </Qorm>
 //
 // Log record, sent by the run. The text has at most 511 bytes before XML characters are escaped. It
-// can contain bytes that were received from the network. So it is not always valid UTF-8, and it
-// can contain control characters, which a strict XML parser refuses.
+// can contain bytes from the network, among them invalid UTF-8 and control characters, which a
+// strict XML parser refuses.
 //
 //     <?xml version="1.0" encoding="UTF-8"?>
 //     <log_msg level="25">Restarting discovery on interface 10.0.0.5</log_msg>
 
-// Records. The comment of a field begins with the field's offset in bytes. Then follows the field's
-// value or its meaning. A field whose meaning only the host knows is named by its offset,
-// such as `fixed4`. A field named `unused` is zero in a PelorinHostRequest; in the host's records
-// the plug-in neither reads nor writes it. The host's records are declared up to the last field
-// that the plug-in uses and may be longer.
+// Records. The comment of a field gives its offset in bytes, then its value or meaning. A field
+// whose meaning only the host knows is named by its offset, such as `fixed4`. Fields named `unused`
+// are zero in a PelorinHostRequest; in records that the host passes, the plug-in neither reads nor
+// writes them. Those records may be longer than declared here.
 
 /// The request that the plug-in passes to the callback. The plug-in sets all fields.
 typedef struct PelorinHostRequest {
@@ -170,10 +164,7 @@ PELORIN_ASSERT_OFFSET(PelorinHostReply, status, 8);
 /// While the callback runs on the I/O thread, the plug-in answers no Probe on any adapter. While it
 /// runs on the lent thread, the plug-in acts on no document.
 ///
-/// Log records of one thread come in order. A host must not conclude from their texts that the
-/// plug-in has acted on a document, because the texts may change.
-///
-/// Three threads call the callback, possibly concurrently:
+/// Three threads call the callback, possibly concurrently. Log records of one thread come in order.
 ///
 /// [any-thread] the one that calls Open, with the registration document
 /// [lent-thread] with log records about stopping discovery, and about starting it for a document
@@ -278,14 +269,14 @@ PELORIN_ASSERT_OFFSET(PelorinTransferReply, result, 24);
 
 // Entry points: the type and the symbol of each. All return 0; statuses are in the replies.
 //
-// Request and reply are the host's memory. The plug-in uses them only until the entry point returns
-// and writes only those fields of a reply that are not named `unused`. A reply must not be null. A
-// request of type `const void*` is not read and may be null.
+// A request, its data and the reply are the host's memory, which the plug-in uses only until the
+// entry point returns. A reply must not be null. A request of type `const void*` is not read and
+// may be null.
 
 /// Stores the callback, fills the descriptor and creates the plug-in's state if there is none.
 ///
-/// Waits for nothing. Call it before all others. It may be called again, also during the run: then
-/// it replaces the callback and fills the descriptor, and the run continues.
+/// Waits for nothing. Call it before all others. It may be called again, even during the run, which
+/// then continues with the new callback.
 /// Errors: throws boost::thread_resource_error or std::bad_alloc if it cannot create the state; the
 /// new callback stays stored.
 ///
@@ -308,25 +299,23 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 /// PELORIN_RUN runs discovery on the calling thread and returns after Close. Discovery runs only
 /// once between Load and Unload: after Close, another run only sends a few log records. Two runs
 /// must not overlap. The calling thread needs a stack of 128 KiB. The I/O thread inherits its
-/// signal mask. Until the run returns, nothing in the process may call exit(3), because exit(3)
-/// destroys objects that the run uses.
+/// signal mask. Until the run returns, nothing in the process may call exit(3), which destroys
+/// objects that the run uses.
 ///
 /// Errors: throws boost::thread_resource_error if it cannot create the I/O service or the I/O
-/// thread, and std::bad_alloc. The host may then call it again. After such an exception, Unload
-/// does not return until a run has returned without an exception.
+/// thread, and std::bad_alloc. The host may then call it again; Unload will not return until a run
+/// has returned without an exception.
 ///
 /// [lent-thread]
 ///
 /// PELORIN_APPLY replaces all adapters by those of a document, and the port if the document has
 /// one. Of concurrent calls the last one wins. It waits neither for the callback nor for the
-/// network. The plug-in does not use the document after the call. A document that cannot be read,
-/// or whose length is below -1, is dropped without a log record. May be called before, during and
-/// after a run.
+/// network. A document that cannot be read, or whose length is below -1, is dropped without a log
+/// record. May be called before, during and after a run.
 ///
 /// The run acts on a document only if it is waiting for one. A document that comes before its first
-/// wait, or while it still acts on an earlier one, is stored but not acted on. So pass the current
-/// document repeatedly. The run compares it with the one that it last acted on, and does nothing if
-/// the port and the adapters are the same.
+/// wait, or while it still acts on an earlier one, is only stored. So pass the current document
+/// repeatedly. The run does nothing if the port and the adapters are those that it last acted on.
 ///
 /// Errors: throws std::bad_alloc; nothing is replaced then.
 ///
@@ -334,9 +323,9 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 typedef uint64_t (*PelorinIoctl)(const PelorinIoctlRequest* request, PelorinIoctlReply* reply);
 #define PELORIN_IOCTL_NAME "IOCTL"
 
-/// Asks the run to stop and does not wait until it has stopped. The run may miss a single call of
-/// Close, so repeat it every 10 ms until the run has returned. Before Load and after Unload, Close
-/// only sets the status.
+/// Asks the run to stop and returns without waiting for it. The run may miss a call of Close, so
+/// repeat it every 10 ms until the run has returned. Before Load and after Unload, Close only sets
+/// the status.
 ///
 /// [any-thread]
 typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply);
@@ -344,10 +333,10 @@ typedef uint64_t (*PelorinClose)(const void* request, PelorinStatusReply* reply)
 
 /// Frees the state that Load created; the callback stays stored.
 ///
-/// Call Close and join the lent thread before Unload. Unload does not ask a run to stop: it waits
-/// until the run has stopped, however long that takes. If the lent thread is not joined, it may
-/// still execute the plug-in's last instructions when Unload returns, and a dlclose(3) would unmap
-/// them. Load may be called again after Unload. If there is no state, Unload only sets the status.
+/// Call Close and join the lent thread before Unload. Unload does not ask a run to stop, but waits
+/// for its end without limit. If the lent thread is not joined, it may still execute the plug-in's
+/// last instructions when Unload returns, and a dlclose(3) would unmap them. Load may be called
+/// again after Unload. If there is no state, Unload only sets the status.
 ///
 /// [alone]
 typedef uint64_t (*PelorinUnload)(const void* request, PelorinStatusReply* reply);
