@@ -71,9 +71,8 @@ std::uint64_t Open(const void* /*request*/, PelorinOpenReply* reply)
 }
 
 // Deliberate: takes no lock. With a lock Close could block, and hosts call it where they must not
-// block. Without one, a Close is missed if it comes after the run loop has checked stopRequested
-// and before the run loop waits for the condition. The run then ends only after another Close or a
-// document has woken it.
+// block. Without one, a Close between the run loop's check of stopRequested and its wait is missed:
+// the run then ends only after another Close or a document has woken it.
 std::uint64_t Close(const void* /*request*/, PelorinStatusReply* reply)
 {
     if (context) {
@@ -92,9 +91,9 @@ std::uint64_t Read(const PelorinTransferRequest* request, PelorinTransferReply* 
 
 std::uint64_t Write(const PelorinTransferRequest* request, PelorinTransferReply* reply)
 {
-    // Deliberate: there is no else branch. A request that is not for this module is for another
-    // one. The host may pass the same reply to that module too, and a result written here would
-    // overwrite the result of that module.
+    // Deliberate: there is no else branch. A request that fails this test is for another module, to
+    // which the host may pass the same reply. A result written here would overwrite that module's
+    // result.
     if (request->flag != 0 || request->destination == kx::kModuleId)
         reply->result = 0;
     return 0;

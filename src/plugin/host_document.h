@@ -11,7 +11,7 @@ namespace kx {
 inline constexpr char kRootElement[] = "Qorm";
 inline constexpr char kDeltaAttribute[] = "Delta";
 
-// The server and adapter document, which the host passes to IOCTL.
+// The server and adapter document.
 inline constexpr char kServersElement[] = "Servers";
 inline constexpr char kServerElement[] = "Server";
 inline constexpr char kPortAttribute[] = "Port";
@@ -25,14 +25,14 @@ inline constexpr char kIpAddressAttribute[] = "IPAddress";
 inline constexpr char kUnservedAddress[] = "0.0.0.0";
 inline constexpr char kConnectedAttribute[] = "Connected";
 
-// The registration document, which Open sends to the host.
+// The registration document.
 inline constexpr char kModulesElement[] = "Modules";
 inline constexpr char kModuleElement[] = "Module";
 inline constexpr char kNameAttribute[] = "Name";
 inline constexpr char kIdAttribute[] = "ID";
 inline constexpr char kVersionAttribute[] = "Version";
 
-// The log record, which the plug-in sends to the host.
+// The log record.
 inline constexpr char kLogElement[] = "log_msg";
 inline constexpr char kLevelAttribute[] = "level";
 

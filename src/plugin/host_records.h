@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// The names that the plug-in's code uses for parts of pelorin/plugin.h, which has the contract.
+/// The plug-in's own names for parts of pelorin/plugin.h.
 namespace kx {
 
 using HostRequest = PelorinHostRequest;

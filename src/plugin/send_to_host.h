@@ -11,8 +11,8 @@ namespace kx {
 /// Sets the callback for SendToHost, replacing an earlier one. Thread-safe.
 void SetHostCallback(HostCallback callback);
 
-/// Calls the host's callback with the data and waits until it returns. Everything that the plug-in
-/// sends to the host goes through this function. Not to be called before SetHostCallback.
+/// Calls the host's callback with the data. Everything that the plug-in sends to the host goes
+/// through this function. Not to be called before SetHostCallback.
 ///
 /// @param command  kLogCommand or kRegisterCommand
 /// @param data     valid for the host during the call only

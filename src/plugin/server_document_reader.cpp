@@ -30,9 +30,8 @@ const XMLElement* Child(const XMLElement* parent, const char* name)
 
 } // namespace
 
-// Deliberate: not XMLElement::QueryIntAttribute. Since tinyxml2 8.1 it reads "0x10" as 16, where
-// older versions and sscanf(3) read 0. The port that a document gives would then depend on the
-// library's version.
+// Deliberate: not XMLElement::QueryIntAttribute. It reads "0x10" as 16 since tinyxml2 8.1 and as 0
+// before, so a document's port would depend on the library's version.
 bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& value)
 {
     const char* text = element.Attribute(name);
@@ -41,8 +40,8 @@ bool ReadInteger(const XMLElement& element, const char* name, std::int32_t& valu
 
 bool ParseServerDocument(tinyxml2::XMLDocument& document, const char* text, std::int32_t length)
 {
-    // A length below -1 would become a huge size_t. tinyxml2 could not allocate that many bytes,
-    // and its std::bad_alloc would leave IOCTL and reach the host.
+    // A length below -1 would become a huge size_t, which tinyxml2 cannot allocate. Its
+    // std::bad_alloc would reach the host.
     return length >= kUpToNul &&
            document.Parse(text, static_cast<std::size_t>(length)) == tinyxml2::XML_SUCCESS;
 }

@@ -26,8 +26,7 @@ struct ServerSettings {
 /// Errors: std::bad_alloc. Thread-safe.
 std::optional<ServerSettings> ReadServerDocument(const char* text, std::int32_t length);
 
-// The steps of ReadServerDocument. They are public because pelorin-host --check repeats them to
-// explain what the plug-in reads from a document.
+// The steps of ReadServerDocument, public because pelorin-host --check explains a document by them.
 
 /// Returns false if tinyxml2 cannot parse the text, and `document` then holds the error; returns
 /// false without an error in `document` if `length` is less than -1.
