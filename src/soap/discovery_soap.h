@@ -11,11 +11,11 @@
 
 namespace kx {
 
-/// Builds and reads the messages of a WS-Discovery target, which here is a recorder (WS-Discovery
-/// (April 2005), SOAP 1.2). Works on texts only: it neither logs nor uses a socket.
+/// Builds and reads the messages of a recorder, which is a WS-Discovery target (WS-Discovery (April
+/// 2005), SOAP 1.2). Neither logs nor uses a socket.
 ///
-/// CDiscoveryManager owns the plug-in's only object of this class, and its endpoints share it.
-/// Thread-safe, because `types` does not change after the first endpoint has started.
+/// CDiscoveryManager owns the plug-in's only object, which all endpoints share. Thread-safe,
+/// because `types` does not change after the first endpoint has started.
 class CDiscoverySoap {
 public:
     /// Names of the device types, without prefix.
@@ -35,7 +35,7 @@ public:
     /// Precondition: no name in `types` contains a line feed. The XML parser converts other line
     /// ends to line feeds, so ParseProbe could find such a name where this function does not.
     ///
-    /// @param data, length  received bytes; nothing after them is read, so no NUL is needed
+    /// @param data, length  received bytes; no terminating NUL is needed
     bool MayMatch(const char* data, std::size_t length) const;
 
     /// Parses a datagram and decides whether it is a Probe for one of `types` (WS-Discovery (April
@@ -75,9 +75,9 @@ void NamespacePrefixFor(const tinyxml2::XMLElement* element, const char* fragmen
 
 /// Returns whether the prefix followed by one of the types occurs anywhere in the text.
 ///
-/// Deliberate: searches for a substring instead of comparing whole names. Some clients do not
-/// declare the vendor's namespace, so the prefix is empty, and ask for "dn:NetworkVideoRecorder".
-/// The substring matches. With a comparison these clients would get no answer.
+/// Deliberate: searches for a substring. Some clients do not declare the vendor's namespace, so the
+/// prefix is empty, and ask for "dn:NetworkVideoRecorder". If whole names were compared, they would
+/// get no answer.
 bool AnyTypeListed(const std::vector<std::string>& types, const std::string& typesText,
                    const std::string& prefix);
 

@@ -27,8 +27,8 @@ void AppendText(XMLElement& parent, const char* name, const char* text)
 
 /// Attaches the XML declaration and s:Envelope; returns s:Envelope.
 ///
-/// Deliberate: declares XML 1.1, although the documents for the host declare 1.0. A client that
-/// compares the first line byte by byte would drop a message that declares 1.0.
+/// Deliberate: declares XML 1.1. A client that compares the first line byte by byte would drop a
+/// message that declares 1.0.
 XMLElement* MakeEnvelope(XMLDocument& document)
 {
     document.InsertEndChild(document.NewDeclaration("xml version=\"1.1\" encoding=\"UTF-8\""));
@@ -121,9 +121,8 @@ void AppendTarget(XMLElement& parent, const EndpointDescription& description, XM
         parent.InsertEndChild(scopes);
     parent.InsertEndChild(MakeXAddrs(document, description.xaddrs));
     // Deliberate: always 1, although WS-Discovery (April 2005) 4.1 requires a higher number after a
-    // change of the metadata. A run does not know the number that the previous run reached, and
-    // would count from 1 again. A client that identifies the recorder by its MAC address and
-    // remembers a higher number would then ignore the new metadata as old.
+    // change of the metadata. Each run would count from 1 again. A client that identifies the
+    // recorder by its MAC address and remembers a higher number would ignore new metadata as old.
     AppendText(parent, "wsd:MetadataVersion", "1");
 }
 

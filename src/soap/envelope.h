@@ -24,9 +24,8 @@ tinyxml2::XMLElement* MakeMacScope(tinyxml2::XMLDocument& document, const std::s
 /// Creates wsd:Types with all types, separated by spaces. Each type that does not begin with the
 /// vendor's prefix gets it: X becomes ktz:X. Without types, the element is empty.
 ///
-/// Deliberate: a type with another prefix gets the vendor's prefix too, so dn:X becomes ktz:dn:X.
-/// The envelope does not declare dn, and a client that resolves prefixes would refuse a message
-/// with dn:X.
+/// Deliberate: a type with another prefix gets the vendor's too: dn:X becomes ktz:dn:X. A client
+/// that resolves prefixes would refuse dn:X, because the envelope does not declare dn.
 tinyxml2::XMLElement* MakeTypes(tinyxml2::XMLDocument& document,
                                 const std::vector<std::string>& types);
 
@@ -52,8 +51,7 @@ tinyxml2::XMLElement* OpenMessage(tinyxml2::XMLDocument& document, const char* a
 tinyxml2::XMLElement* AppendElement(tinyxml2::XMLElement& parent, const char* name);
 
 /// Attaches to a Hello or a ProbeMatch the elements that describe the recorder, in the order that
-/// the WS-Discovery schema requires: endpoint reference, types, scopes, transport addresses,
-/// metadata version.
+/// the WS-Discovery schema requires.
 ///
 /// @param scopes  from MakeMacScope or MakeScopes; null leaves the element out
 void AppendTarget(tinyxml2::XMLElement& parent, const EndpointDescription& description,

@@ -28,12 +28,11 @@ inline constexpr char kDiscoveryUrn[] = "urn:schemas-xmlsoap-org:ws:2005:04:disc
 inline constexpr char kAnonymousUri[] =
     "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous";
 
-/// A namespace URI in a received message is recognised only if it begins with this text.
+/// Begins every namespace URI that CDiscoverySoap::ParseProbe recognises.
 inline constexpr char kHttpScheme[] = "http://";
 
-// Parts of URIs by which CDiscoverySoap::ParseProbe recognises namespaces. The first three occur
-// in the URIs of other versions of the standards too. The last one is the whole URI of the vendor's
-// namespace without "http://".
+// Parts of URIs by which ParseProbe recognises namespaces. The first three occur in the URIs of
+// other versions of the standards too. The last one is kVendorDiscoveryUri without "http://".
 inline constexpr char kEnvelopeFragment[] = "/soap-envelope";
 inline constexpr char kDiscoveryFragment[] = "/discovery";
 inline constexpr char kAddressingFragment[] = "/addressing";
