@@ -1,5 +1,5 @@
-// If ParseProbe accepts the input as a Probe: composes the answer, checks its text, and checks that
-// pelorin-probe can read it.
+// If ParseProbe accepts the input: composes the answer and checks its text, and that pelorin-probe
+// can read it.
 
 #include "discovery_soap.h"
 #include "message_reader.h"

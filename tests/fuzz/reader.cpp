@@ -1,5 +1,5 @@
-// Reads the input as pelorin-probe reads a datagram, and checks the result. Prints each device as
-// JSON and as a table with --wide, and checks that no control characters of the input remain.
+// Reads the input as pelorin-probe reads a datagram. Prints each device as JSON and as a table with
+// --wide, and checks that no control characters of the input remain.
 
 #include "event_json.h"
 #include "event_table.h"

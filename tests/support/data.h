@@ -5,16 +5,14 @@
 #include <string>
 #include <vector>
 
-/// One case of a table in tests/data. The table's first lines explain the expected result and the
-/// text.
+/// One case of a table in tests/data, whose first lines explain `expected` and `text`.
 struct DataCase {
     std::string name;
     std::string expected;
     std::string text;
 };
 
-/// Returns the content of a file; the name is relative to tests/data. Throws std::runtime_error if
-/// the file cannot be opened.
+/// Returns the content of a file in tests/data. Throws std::runtime_error if it cannot be opened.
 inline std::string ReadData(const std::string& name)
 {
     std::ifstream file(PELORIN_TEST_DATA "/" + name);

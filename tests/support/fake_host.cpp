@@ -61,16 +61,15 @@ void FakeHost::Lend()
 void FakeHost::Run()
 {
     Lend();
-    // Nothing reports that the plug-in waits for documents. But it notices a changed document only
-    // while it waits, and then logs a stop, even if it has no endpoints. So hand over one port
-    // after another until it logs something.
+    // Only a plug-in that waits for documents notices a changed one. It then logs a stop, even
+    // without endpoints. So hand over one port after another until it logs something.
     for (int port = 1; Log().empty(); ++port) {
         Apply(MakeTestDocument({}, std::to_string(port)));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    // The same document twice, because the plug-in may still be busy with an earlier document when
-    // the first one arrives, and then misses it. A document without adapters keeps the plug-in busy
-    // for about 10 ms. So after 40 ms it waits again, and all its records have arrived.
+    // Twice, because the plug-in misses a document while it is busy with an earlier one. A document
+    // without adapters keeps it busy for about 10 ms. So after 40 ms it waits again, and all its
+    // records have arrived.
     for (int time = 0; time < 2; ++time) {
         Apply(MakeTestDocument({}, "22609"));
         std::this_thread::sleep_for(std::chrono::milliseconds(40));

@@ -14,9 +14,8 @@
 #include <thread>
 #include <vector>
 
-/// A request or reply record as bytes. All are 0xAA at first, so that a test sees which of them the
-/// plug-in wrote. Tests name fields by offset, without pelorin/plugin.h, so that they detect a
-/// wrong offset there.
+/// The bytes of a request or reply record. All are 0xAA at first, to show which of them the plug-in
+/// writes. Tests name fields by offset, to detect a wrong offset in pelorin/plugin.h.
 struct RecordBytes {
     RecordBytes() { bytes.fill(0xAA); }
 
@@ -47,7 +46,7 @@ struct HostCall {
 };
 
 /// A host that loads the plug-in and keeps all records that the plug-in sends. Only one may exist
-/// at a time: the callback receives no pointer that would tell several hosts apart.
+/// at a time: the callback could not tell several hosts apart.
 class FakeHost {
 public:
     FakeHost();
@@ -64,7 +63,7 @@ public:
     /// Calls IOCTL code 1 (run) on a separate thread.
     void Lend();
     /// Calls Lend and hands over documents until the run has port 22609 and no adapters and waits
-    /// for another document. Then deletes the records kept so far.
+    /// for another document. Then calls Forget.
     void Run();
     void Apply(const std::string& document) const;
     /// Repeats Close until the run has returned; does nothing without a run.
@@ -73,7 +72,7 @@ public:
     std::vector<HostCall> Calls() const;
     /// Deletes the calls kept so far.
     void Forget();
-    /// Returns the records kept so far: log records as "level text", others as they are.
+    /// Returns the records kept: log records as "level text", others as they are.
     std::vector<std::string> Log() const;
     /// Returns the times of the records that contain the text.
     std::vector<std::chrono::steady_clock::time_point> Times(const std::string& text) const;

@@ -53,8 +53,8 @@ Network::Network()
         ThrowUnless(unshare(CLONE_NEWNET) == 0, "unshare");
         prober = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     }).join();
-    // Removes the adapters and firewall rules of the previous test. CTest runs each test in a
-    // process of its own, but a program started by hand runs all its tests in one.
+    // Removes the adapters and firewall rules of the previous test: a program that is started by
+    // hand, not by CTest, runs all its tests in one process.
     Run("for each in cam0 cam1 cam9; do ip link del $each 2>/dev/null || true; done;"
         "nft flush ruleset");
     for (int cable = 0; cable < 2; ++cable) {
@@ -115,8 +115,7 @@ void Socket::Send(const std::string& text, const std::string& address)
 std::optional<Datagram> Socket::Receive(std::chrono::milliseconds bound)
 {
     pollfd readable{socket.native_handle(), POLLIN, 0};
-    // Not below 0: ReceiveAll passes a negative time if its bound has just passed, and poll(2)
-    // would then wait forever.
+    // Not below 0: poll(2) would wait forever. ReceiveAll passes less if its bound has just passed.
     if (poll(&readable, 1, std::max(0, static_cast<int>(bound.count()))) <= 0)
         return std::nullopt;
     std::string text(65536, '\0');

@@ -9,11 +9,10 @@
 #include <string>
 #include <vector>
 
-/// Moves the program to a new network namespace: replaces it by scripts/own-network, which starts
-/// it again there. Returns only there. Where the system does not allow namespaces, the process ends
-/// with an error.
+/// Starts the program again in a new network namespace, by scripts/own-network, and returns only
+/// there. Where the system does not allow namespaces, the process ends with an error.
 ///
-/// @param arguments  all arguments of main; the first one, the program's name, is not used
+/// @param arguments  all of main's; the first one, the program's name, is not used
 void EnterOwnNetwork(const std::vector<std::string>& arguments);
 
 /// Two network namespaces joined by two virtual cables (veth(4)): that of the process, where the
@@ -51,8 +50,8 @@ struct Datagram {
 /// An IPv4 UDP socket that is bound to a device.
 class Socket {
 public:
-    /// Binds to the address and the port; port 0 stands for any free one. With the discovery port,
-    /// binds to the wildcard address instead and joins the group on the address's adapter.
+    /// Binds to the address and port; 0 is any free port. With the discovery port, binds to the
+    /// wildcard address instead and joins the group on the address's adapter.
     Socket(const std::string& device, const std::string& address, std::uint16_t port);
 
     /// Sends to the discovery port of the address. Ignores a failure.
@@ -69,7 +68,7 @@ private:
     boost::asio::ip::udp::socket socket;
 };
 
-/// Returns a Probe for `types`, a list separated by spaces. In the Probe, the prefix ktz stands for
-/// the namespace of the recorder's type.
+/// Returns a Probe for `types`, a list separated by spaces. The prefix ktz stands for the namespace
+/// of the recorder's type.
 std::string Probe(const std::string& messageId,
                   const std::string& types = "ktz:NetworkVideoRecorder");

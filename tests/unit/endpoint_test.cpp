@@ -20,9 +20,9 @@ using Lines = std::vector<std::string>;
 
 namespace kx {
 
-/// Gives the tests access to the endpoint's handlers and state. A handler decrements pendingOps,
-/// and OnReceive also pendingReceives. So each function here that calls a handler first sets these
-/// counts as if the operation had been started.
+/// Calls handlers of the endpoint and shows its state. A handler decrements pendingOps, and
+/// OnReceive also pendingReceives. So these counts are set before each call of a handler, as if the
+/// operation had been started.
 struct DiscoveryUdpPeer {
     explicit DiscoveryUdpPeer(CDiscoveryUdp& peer) : endpoint(peer) {}
 
@@ -32,7 +32,7 @@ struct DiscoveryUdpPeer {
         endpoint.OnRetryTimer(error);
     }
     /// Passes a datagram to OnReceive. Returns whether the endpoint counted it as activity and did
-    /// not answer it. If it does not answer, OnReceive starts the next receive, so one is pending.
+    /// not answer it. Without an answer, OnReceive starts the next receive, so one is pending.
     bool OnIgnored(const std::string& text, const boost::asio::ip::udp::endpoint& source)
     {
         endpoint.activitySeen = false;
@@ -191,7 +191,7 @@ TEST(Manager, IoServiceThatCannotBeMadeIsAThreadResourceError)
     mutexError = 0;
 }
 
-/// Throws a system_error when a Bye is logged: in SendBye, which is a handler on the I/O thread.
+/// Throws a system_error when SendBye, a handler on the I/O thread, logs.
 struct ThrowingLog : RecordingLog {
     void Log(std::int32_t level, const std::string& text) override
     {

@@ -12,8 +12,8 @@
 #include <vector>
 
 // Calls of open, read and close go to the functions __wrap_... below (ld(1), --wrap). While
-// `script` has steps, each call for the random device takes its result from the next step; all
-// others go to the system.
+// `script` has steps, calls for the random device take their results from it, and all others go to
+// the system.
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 ssize_t __real_read(int descriptor, void* data, size_t size);
@@ -51,9 +51,8 @@ extern "C" int __wrap_open(const char* path, int flags, ...)
     return static_cast<int>(Play('o'));
 }
 
-// The C library's headers can turn a call of open into one of these functions: open64 with
-// _FILE_OFFSET_BITS 64, which newer versions of tinyxml2 set, and __open_2 or __open64_2 with
-// _FORTIFY_SOURCE.
+// The C library's headers can turn open into these functions: with _FILE_OFFSET_BITS 64, which
+// newer versions of tinyxml2 set, and with _FORTIFY_SOURCE.
 extern "C" int __wrap_open64(const char* path, int flags, ...)
 {
     return __wrap_open(path, flags);

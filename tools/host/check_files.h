@@ -9,14 +9,13 @@ namespace kx::tools {
 /// results on standard output.
 ///
 /// @param names      files; "-" is standard input
-/// @param elsewhere  the documents are for another machine: their adapters are not compared with
-///                   the devices of this one
+/// @param elsewhere  does not compare the adapters with the devices of this machine
 /// @param json       prints one JSON object per document; otherwise a line for each finding and one
 ///                   for the verdict
 /// @return the exit status: 0 if all documents are usable, otherwise 1
 ///
-/// Errors: std::runtime_error when a file or the devices of this machine cannot be read (nothing is
-/// printed then), or when standard output cannot be written.
+/// Errors: std::runtime_error when a file or the devices cannot be read (nothing is printed then),
+/// or when standard output cannot be written.
 int CheckFiles(const std::vector<std::string>& names, bool elsewhere, bool json);
 
 } // namespace kx::tools

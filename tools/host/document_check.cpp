@@ -50,7 +50,7 @@ std::string HandleFault(const std::string& handle)
 {
     if (const auto colon = handle.find(':'); colon != std::string::npos && colon > 0)
         return Compose("is a label of an address; the device is ", handle.substr(0, colon));
-    // For the kernel \xa0 is a space too, also as a byte of a character in UTF-8.
+    // For the kernel the byte \xa0 is a space, even inside a UTF-8 character.
     if (handle.find_first_of("%/: \t\n\v\f\r\xa0") != std::string::npos || handle == "." ||
         handle == "..")
         return "cannot be the name of a device";
@@ -166,7 +166,7 @@ private:
             Compose(parentName, " has no element ", name, OtherSpelling(parent, name)));
     }
 
-    /// Notes the elements that follow `first` and have its name: the plug-in does not read them.
+    /// Notes later siblings with the name of `first`: the plug-in does not read them.
     void NoteFurther(const XMLElement& first)
     {
         for (const XMLElement* each = first.NextSiblingElement(first.Name()); each;
@@ -224,9 +224,9 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Notes what may keep the plug-in from starting an endpoint for the adapter, and counts the
-    /// adapter in `startedCount` if it can start. Call it for the adapters in the document's order:
-    /// after an invalid address the plug-in starts no further endpoint.
+    /// Notes what may keep the adapter's endpoint from starting, and counts it in `startedCount` if
+    /// it can start. Call it in the document's order: after an invalid address the plug-in starts
+    /// no further endpoint.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);

@@ -38,9 +38,8 @@ std::string Summary(int port, const std::vector<Adapter>& adapters)
     return Compose("port ", port, ", adapters:", list.empty() ? " none" : list);
 }
 
-/// Returns an adapter at 0.0.0.0, for which the plug-in starts no endpoint. Its name is the number
-/// of times that connected adapters went away. So even if the same adapters are back, the document
-/// differs, and the plug-in restarts its endpoints.
+/// Returns an adapter at 0.0.0.0, for which the plug-in starts no endpoint. Its name is the number,
+/// so that a new number changes the document even if the other adapters are as before.
 Adapter MakeCounter(int number)
 {
     Adapter counter{};
@@ -93,8 +92,8 @@ int CAdapterSource::Descriptor() const
 
 void CAdapterSource::ReadChanges()
 {
-    // The old and the new list of adapters alone do not show a device that was deleted and is back
-    // with its old name and index, for example after a move to another network namespace and back.
+    // The two lists of adapters do not show a device that was deleted and is back with its name and
+    // index, for example from another network namespace.
     if (monitor)
         deleted.merge(monitor->ReadDeleted());
     const std::vector<Adapter> before = std::exchange(adapters, readListed());
@@ -163,7 +162,7 @@ std::string ReadDocument(const std::string& name)
         }
         std::istream& input = name == kStandardInput ? std::cin : file;
         std::string text{std::istreambuf_iterator<char>(input), {}};
-        // std::cin, unlike a file's stream, ends at an error as at the end of the input.
+        // Unlike a file's stream, std::cin reports a read error as the end of the input.
         if (name == kStandardInput && std::ferror(stdin))
             throw std::system_error(errno, std::generic_category());
         if (text.size() > std::numeric_limits<std::int32_t>::max())

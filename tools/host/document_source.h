@@ -54,7 +54,7 @@ public:
     virtual int Descriptor() const { return -1; }
 
     /// Reads the changes; call it when the descriptor is readable. Next then returns a document
-    /// only if it differs from the one that Next returned last. Errors: as Read.
+    /// only if it differs from the last one. Errors: as Read.
     virtual void ReadChanges() {}
 
     /// Returns the document to hand over if there is a new one since the last call.
@@ -81,17 +81,15 @@ public:
 private:
     const int port;
     const ReadListed readListed;
-    /// Exists only if the adapters are watched. Created before the first Read, so that no change
-    /// after that Read is missed.
+    /// Empty without `follow`. Created before the first Read, so that no change after it is missed.
     std::optional<CAdapterMonitor> monitor;
     std::vector<Adapter> adapters;
-    /// Indexes of the devices that were deleted since `adapters` was read. A member, so that they
-    /// are not lost when readListed throws.
+    /// Indexes of the devices that were deleted since `adapters` was read. A member, to keep them
+    /// when readListed throws.
     std::set<int> deleted;
-    /// How many times ReadChanges found that a connected adapter was deleted or renamed or is no
-    /// longer connected. An adapter that is back under its name may be another device, and the
-    /// sockets of the old device receive nothing. This number is part of the document, so that each
-    /// change of it makes the plug-in open new sockets.
+    /// How many times ReadChanges found a connected adapter deleted, renamed or disconnected. An
+    /// adapter that is back under its name may be another device, and sockets of the old device
+    /// receive nothing. A new number changes the document, so the plug-in opens new sockets.
     int goneCount = 0;
     std::string handedOverText;
 };
@@ -100,8 +98,7 @@ private:
 class CFileSource : public IDocumentSource {
 public:
     /// @param file       see ReadDocument
-    /// @param elsewhere  the document is for another machine: its adapters are not compared with
-    ///                   the devices of this one
+    /// @param elsewhere  does not compare the adapters with the devices of this machine
     CFileSource(std::string file, bool elsewhere);
 
     void Read() override;

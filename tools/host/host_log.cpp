@@ -98,8 +98,7 @@ std::string Format(const Entry& entry)
     if (logForm == LogForm::kJson) {
         Json json{{"time", TimeText(now, gmtime_r, "%Y-%m-%dT%H:%M:%S") + "Z"}};
         json.update(ToJson(entry));
-        // A record can contain invalid UTF-8 from the network: `replace` prints U+FFFD for it,
-        // where dump would otherwise throw.
+        // `replace`, because dump would otherwise throw at invalid UTF-8 from the network.
         return json.dump(-1, ' ', true, Json::error_handler_t::replace);
     }
     const TextEntry text = ToTextEntry(entry);

@@ -19,14 +19,12 @@ void SetLogForm(LogForm form);
 /// Thread-safe.
 void Say(const std::string& text);
 
-/// The host's callback, a PelorinHostCallback: prints a record of the plug-in on standard output
-/// and flushes it. Updates StopRecordCount. Does not touch the reply, whose status therefore stays
-/// 0. Thread-safe.
+/// The host's PelorinHostCallback: prints a record of the plug-in on standard output, flushes it
+/// and updates StopRecordCount. Does not change the reply. Thread-safe.
 void OnPluginRequest(const PelorinHostRequest* request, PelorinHostReply* reply);
 
-/// Returns how many times the plug-in has logged, since this process started, that it stops all
-/// endpoints. This is its first record when it acts on a changed document, and when its run ends.
-/// Thread-safe.
+/// Returns how many times the plug-in has logged that it stops all endpoints. This is its first
+/// record when it acts on a changed document, and when its run ends. Thread-safe.
 unsigned StopRecordCount();
 
 } // namespace kx::tools

@@ -105,8 +105,7 @@ LogForm ChooseLogForm(bool json)
     return WantsColor() ? LogForm::kColored : LogForm::kPlain;
 }
 
-/// Prints the names that no adapter has. The host waits for these adapters, and a user who
-/// misspelt a name would otherwise not see why nothing happens.
+/// Prints the names that no adapter has, so that a user who misspelt one sees why nothing happens.
 void SayWhatIsMissing(const std::vector<std::string>& names)
 {
     const std::vector<Adapter> adapters = ReadAdapters();
@@ -130,7 +129,7 @@ int Host(const HostOptions& options)
         limit = ToDuration(*options.limitSeconds);
 
     // SIGPIPE would end the host when the reader of its output, such as head(1), ends first. The
-    // host has to continue and close the plug-in later, so that the plug-in sends a Bye.
+    // plug-in would then send no Bye.
     std::signal(SIGPIPE, SIG_IGN);
     const CSignalQueue signals;
     const CPluginLibrary plugin(options.pluginFile ? std::filesystem::path(*options.pluginFile)

@@ -48,8 +48,7 @@ CPluginLibrary::CPluginLibrary(const std::filesystem::path& file)
       close(FindEntry<PelorinClose>(*this, PELORIN_CLOSE_NAME)),
       unload(FindEntry<PelorinUnload>(*this, PELORIN_UNLOAD_NAME))
 {
-    // Never called here. A server may refuse a plug-in that lacks one of them, so this host does
-    // too.
+    // Never called here, but a server may refuse a plug-in that lacks one of them.
     for (const char* name : {PELORIN_READ_NAME, PELORIN_WRITE_NAME, PELORIN_SEEK_NAME})
         Find(name);
 }

@@ -18,7 +18,7 @@ struct Registration {
     std::string version;
 };
 
-/// A record with any other command, or one that cannot be read.
+/// A record with an unknown command, or one that cannot be read.
 struct UnknownRecord {
     std::uint64_t command;
     std::string data;
@@ -26,8 +26,8 @@ struct UnknownRecord {
 
 using PluginRecord = std::variant<LogRecord, Registration, UnknownRecord>;
 
-/// Reads the record in a request to the host's callback. The record is dataLength bytes long, with
-/// or without a NUL at its end. Thread-safe.
+/// Reads the record in a request to the host's callback, with or without a NUL at its end.
+/// Thread-safe.
 PluginRecord ReadPluginRecord(const PelorinHostRequest& request);
 
 } // namespace kx::tools

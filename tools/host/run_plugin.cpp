@@ -22,8 +22,8 @@ constexpr milliseconds kResendInterval{100};
 /// Time between two sends of a document on which the plug-in has acted or had kActBound to act. The
 /// sends go on, because a plug-in that was busy for longer may have missed all earlier ones.
 constexpr std::chrono::seconds kRepeatInterval{2};
-/// Time in which the plug-in normally acts on a document. It takes longer if it has to stop several
-/// blocked endpoints first, and it does not act on a document that changes nothing.
+/// Time in which the plug-in normally acts on a document that changes something. It takes longer if
+/// it has to stop several blocked endpoints first.
 constexpr std::chrono::seconds kActBound{1};
 constexpr char kNotActedText[] =
     "The plug-in did not act on this within a second: it brings nothing new, or the plug-in is "
@@ -54,19 +54,17 @@ public:
         settled = false;
     }
 
-    /// Sends the current document. Until the plug-in has acted on it or kActBound has passed, every
-    /// call sends; afterwards, one call in each kRepeatInterval.
-    ///
-    /// Until StopRecordCount is greater than 0, every call sends even after kActBound: the run of
-    /// the plug-in may not have begun to wait for documents.
+    /// Sends the current document: at every call until the plug-in has acted on it or kActBound has
+    /// passed, then once in each kRepeatInterval. While StopRecordCount is 0, at every call even
+    /// after kActBound: the run may not have begun to wait for documents.
     void Resend()
     {
         const auto now = steady_clock::now();
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // A new stop record may belong to the previous document: `acted` is then true too early. So
-        // the document is sent once more below in any case, and again after kRepeatInterval.
+        // True too early if the new stop record belongs to the previous document. So the document
+        // is sent once more below in any case, and again after kRepeatInterval.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;
@@ -86,8 +84,7 @@ private:
     bool settled = false;
 };
 
-/// Calls `read`. If it throws, prints the reason and returns false; the current document stays in
-/// use.
+/// Calls `read`. If it throws, prints the reason and returns false.
 template <class Read>
 bool Attempt(const Read& read)
 {
@@ -114,8 +111,8 @@ bool HandleSignals(const CSignalQueue& signals, IDocumentSource& source)
 /// Hands documents to the running plug-in until the deadline, SIGINT, SIGTERM or the end of the
 /// run.
 ///
-/// When the source reports a change, waits for kAdapterGatherTime before it reads the changes: they
-/// come in bursts, and each changed document makes the plug-in restart all endpoints.
+/// Reads changes only kAdapterGatherTime after the source reports one: they come in bursts, and
+/// each changed document makes the plug-in restart all endpoints.
 void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const CPluginRun& run,
                     const CSignalQueue& signals, steady_clock::time_point deadline)
 {
@@ -124,7 +121,7 @@ void ServeUntilStop(const CPluginLibrary& plugin, IDocumentSource& source, const
     for (auto now = steady_clock::now(); now < deadline && !run.EndsWithin(milliseconds::zero());
          now = steady_clock::now()) {
         if (now >= gathered) {
-            // After a failure tries again, because the changes are not reported once more.
+            // Tries again after a failure, because the changes are not reported again.
             gathered = Attempt([&] { source.ReadChanges(); }) ? steady_clock::time_point::max()
                                                               : now + kAdapterRetryTime;
         }
@@ -173,8 +170,8 @@ void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSig
     try {
         RunFromLoadToUnload(plugin, source, signals, limit);
     } catch (const std::exception& error) {
-        // Replaces the exception and copies its text: the code of a plug-in's exception, such as
-        // what(), is in the library, and the caller closes the library before the text is printed.
+        // Copies the text: the code of a plug-in's exception, such as what(), is in the library,
+        // which the caller closes before the text is printed.
         throw std::runtime_error(Compose("the plug-in failed: ", error.what()));
     }
 }

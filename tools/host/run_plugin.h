@@ -15,9 +15,9 @@ namespace kx::tools {
 /// @param signals  SIGINT and SIGTERM end the run; SIGHUP makes the source read again
 /// @param limit    maximum time of the run; none: unlimited
 ///
-/// Errors: std::runtime_error for every exception, the plug-in's and the host's own. Unload is not
-/// called then: after a run that threw, it would wait forever. Also std::runtime_error, after
-/// Unload, when the plug-in's run returns before it is asked to.
+/// Errors: std::runtime_error if the run returns before it is asked to, and for every exception,
+/// the plug-in's and the host's own. After an exception Unload is not called: it would wait forever
+/// for a run that threw.
 /// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);
