@@ -12,14 +12,14 @@ public:
     /// Sends the first 511 bytes of the text to the host. At kLogLocal, prints them to standard
     /// error instead.
     ///
-    /// Errors: std::bad_alloc, and what the host's callback throws. The status that the host
-    /// returns is ignored: a refused record is not sent again.
-    /// Thread-safe; holds no lock while it calls the host's callback.
+    /// Errors: std::bad_alloc, and what the host's callback throws. A record that the host refuses
+    /// is lost.
+    /// Thread-safe; holds no lock while it calls the callback.
     void Log(std::int32_t level, const std::string& text) override;
 
 private:
-    /// Deliberate: unused and never opened, because the host stores the records. A log file written
-    /// here would repeat them and grow without limit.
+    /// Deliberate: never opened. The host stores the records; a file here would repeat them and
+    /// grow without limit.
     std::ofstream logFile;
 };
 

@@ -7,8 +7,8 @@
 
 namespace kx::log {
 
-// Levels of log records. A record of any level except kLogLocal is sent to the host, even if its
-// level is not one of these.
+// Levels of log records. Records of every level except kLogLocal, listed here or not, go to the
+// host.
 inline constexpr std::int32_t kLogLocal = PELORIN_LEVEL_LOCAL;
 inline constexpr std::int32_t kLogInfo = PELORIN_LEVEL_INFO;
 inline constexpr std::int32_t kLogWarning = PELORIN_LEVEL_WARNING;

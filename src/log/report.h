@@ -7,8 +7,7 @@
 
 namespace kx::log {
 
-/// Joins the pieces into a message (see Compose) and writes it to the log. Writes all log messages
-/// of the plug-in.
+/// Joins the pieces into a message (see Compose) and writes it to the log.
 ///
 /// @param sink   the log; null: standard output, whatever the level
 /// @param level  as for ICoreLog::Log
