@@ -8,8 +8,8 @@ namespace kx {
 inline constexpr std::uint16_t kDiscoveryPort = 3702;
 inline constexpr char kMulticastGroup[] = "239.255.255.250";
 
-/// Number of hops that a message to the group may travel (IP_MULTICAST_TTL of ip(7)). The plug-in
-/// and the tools use the same number, so that a tool's Probe travels as far as a recorder's Hello.
+/// Hops that a message to the group may travel (IP_MULTICAST_TTL of ip(7)). The tools use the same
+/// number, so that their Probe travels as far as a recorder's Hello.
 inline constexpr int kMulticastTtl = 32;
 
 } // namespace kx

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-/// Sizes of the plug-in's discovery socket. pelorin-doctor uses them to judge a recorder's socket
-/// and which Probes the recorder can read. The benchmarks use them to receive as the plug-in does.
+/// Sizes of the plug-in's discovery socket. pelorin-doctor judges recorders by them, and the
+/// benchmarks receive with them.
 namespace kx {
 
 /// Maximum bytes that are read from a datagram. The kernel truncates a longer datagram.

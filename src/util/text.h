@@ -15,8 +15,8 @@ namespace kx {
 template <class Piece>
 inline constexpr bool kIsText = std::is_convertible_v<const Piece&, std::string_view>;
 
-/// Returns whether a piece is a text or an integer of more than one byte, which AppendPlain appends
-/// as a stream would. Other pieces need a stream, which prints char and std::uint8_t as characters.
+/// Returns whether AppendPlain appends a piece as a stream would: true for a text and for an
+/// integer of more than one byte. A stream prints char and std::uint8_t as characters.
 template <class Piece>
 constexpr bool IsPlain()
 {
@@ -42,8 +42,8 @@ void AppendPlain(std::string& text, const Piece& piece)
 /// Joins its arguments into one text, each printed as std::ostream does in the classic locale. With
 /// the global locale, which the host may have set, port 22609 could become 22,609.
 ///
-/// Uses no stream if IsPlain is true for all arguments: constructing the stream would take longer
-/// than the rest of the work.
+/// Uses no stream if IsPlain is true for all arguments: constructing it would take longer than the
+/// rest of the work.
 ///
 /// Thread-safe.
 template <class... Pieces>

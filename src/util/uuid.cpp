@@ -16,9 +16,8 @@ int OpenRandomDevice()
 {
     for (;;) {
         errno = 0;
-        // Deliberate: no O_CLOEXEC or other flag. A host may have a seccomp(2) filter that allows
-        // only this call as it is. The filter would refuse a call with other flags, and err() below
-        // would end the host's process.
+        // Deliberate: no O_CLOEXEC or other flag. A host's seccomp(2) filter may refuse a call with
+        // other flags, and err() below would then end the process.
         const int device = open(kRandomDevice, O_RDONLY);
         if (device >= 0)
             return device;

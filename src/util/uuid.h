@@ -6,9 +6,8 @@
 
 namespace kx {
 
-/// A 128-bit random identifier. CoCreateGuid fills its 16 bytes in memory order. FormatGuidText
-/// prints the first three fields as integers, so on a little-endian machine it prints the bytes of
-/// each of them in reverse order.
+/// A 128-bit random identifier. FormatGuidText prints the first three fields as integers, so on a
+/// little-endian machine the text shows the bytes of each in reverse order.
 ///
 /// Per field: its offset in bytes, and the groups of the text that show it.
 struct GUID {
@@ -33,8 +32,8 @@ inline constexpr std::size_t kUuidTextSize = 37;
 /// @return always 0
 ///
 /// Errors: if /dev/urandom cannot be opened or read, writes one line to standard error (err(3)) and
-/// ends the whole process with exit status 74 (EX_IOERR of sysexits(3)). If it cannot be closed,
-/// only writes a warning to standard error.
+/// ends the process with exit status 74 (EX_IOERR of sysexits(3)). If it cannot be closed, only
+/// writes a line.
 /// Thread-safe; every call opens /dev/urandom again.
 std::int32_t CoCreateGuid(GUID* guid);
 
@@ -58,7 +57,7 @@ void CreateUuidText(char* buffer, std::size_t capacity);
 /// @param out  out: a string of size 37, whose last character is a NUL
 ///
 /// Deliberate: the NUL stays in the string. CreateUuidText writes nothing without space for it, and
-/// it does no harm, because the callers use c_str().
+/// the callers read the text with c_str().
 ///
 /// Errors: std::bad_alloc, and those of CoCreateGuid. Thread-safe.
 void NewUuidString(std::string& out);
