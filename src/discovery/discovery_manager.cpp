@@ -27,8 +27,8 @@ using log::Report;
 
 namespace {
 
-/// Runs the handlers of the I/O service as io_context::run does. With Boost 1.87 or later `error`
-/// is never set: run then reports errors by exception only.
+/// Calls io_context::run. With Boost 1.87 or later `error` is never set: run then reports errors by
+/// exception only.
 std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 {
 #if BOOST_VERSION < 108700
@@ -43,8 +43,8 @@ std::size_t RunHandlers(boost::asio::io_context& ioService, error_code& error)
 
 CDiscoveryManager::CDiscoveryManager()
 {
-    // Deliberate: each run has a new endpoint address. If all runs used the same one, clients would
-    // not notice a restart of the recorder when the Bye is lost.
+    // Deliberate: each run has a new endpoint address. With the same address for all runs, clients
+    // would not notice a restart when the Bye is lost.
     // Deliberate: it is a bare UUID without "urn:uuid:", as installed clients expect.
     NewUuidString(endpointAddress);
     try {
@@ -83,7 +83,7 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 void CDiscoveryManager::StopAll()
 {
     // Has to be the first record of a stop: tools/host/host_log.cpp, tools/soak/report.awk and
-    // benchmarks/plugin_host.cpp recognise the beginning of a stop by this text.
+    // benchmarks/plugin_host.cpp recognise a stop by this text.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });
@@ -94,8 +94,8 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // An endpoint's last handler may still be running here, because a handler decrements the counts
-    // that Busy() reads before it does its work. The handler posted here runs after it, and keeps
+    // An endpoint's last handler may still be running: handlers first decrement the counts that
+    // Busy() reads, then do their work. The handler posted here runs after the last one and keeps
     // the endpoints alive until then. Copied, not moved: if post threw std::bad_alloc, moved
     // endpoints would be destroyed while in use.
     boost::asio::post(*ioService, [released = endpoints] {});
@@ -105,9 +105,8 @@ void CDiscoveryManager::StopAll()
 void CDiscoveryManager::Shutdown()
 {
     StopAll();
-    // The I/O thread resets the guard `work`. If the manager's thread did, it could do so before
-    // RunIoService creates the guard. Nothing would then reset the guard, and RunIoService would
-    // never return.
+    // The I/O thread resets `work`: the manager's thread could do so before RunIoService creates
+    // it. Nothing would reset it later, and RunIoService would never return.
     boost::asio::post(*ioService, [this] { work.reset(); });
 }
 

@@ -34,9 +34,8 @@ public:
     ///
     /// @param multicastEnabled  as for the constructor of CDiscoveryUdp
     ///
-    /// Errors: logs an exception derived from std::runtime_error and returns. Other exceptions,
-    /// such as std::bad_alloc, leave the function. In both cases the adapters after the failed one
-    /// get no endpoint.
+    /// Errors: logs a std::runtime_error and returns. Other exceptions, such as std::bad_alloc,
+    /// leave the function. In both cases the adapters after the failed one get no endpoint.
     ///
     /// Deliberate: an address that is not an IPv4 address ends the call in this way too. If only
     /// its adapter were skipped, recorders would announce themselves on networks where they have
@@ -45,9 +44,8 @@ public:
 
     /// Lets every endpoint whose socket is open send a Bye, stops all endpoints and releases them.
     /// Returns when no asynchronous operation of an endpoint is outstanding, after 10 ms at least.
-    /// This wait has no upper limit, because the host's callback may block the I/O thread. An
-    /// endpoint is destroyed after its last handler has returned, which can be shortly after this
-    /// function returns.
+    /// This wait has no upper limit, because the host's callback may block the I/O thread. The
+    /// endpoints may be destroyed shortly after the return.
     void StopAll();
 
     /// Calls StopAll, then lets RunIoService return.
@@ -69,7 +67,7 @@ private:
     /// Threads: I/O.
     boost::shared_ptr<Work> work;
     std::vector<boost::shared_ptr<CDiscoveryUdp>> endpoints;
-    /// The endpoint address in all messages of the run (wsa:Address): one UUID for all adapters.
+    /// wsa:Address in all messages of the run: one UUID for all adapters.
     std::string endpointAddress;
 
 public:

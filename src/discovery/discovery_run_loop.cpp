@@ -20,11 +20,10 @@ namespace {
 
 constexpr char kAddressScheme[] = "ktzkx://";
 
-/// The I/O thread of a run. The destructor stops the manager and joins the thread, also after an
-/// exception.
+/// The I/O thread of a run. The destructor stops the manager and joins the thread.
 ///
-/// Not a boost::thread: the plug-in could then call functions of another version of Boost.Thread
-/// that the host has loaded.
+/// Not a boost::thread: its functions could come from another version of Boost.Thread that the host
+/// has loaded.
 class CIoThread {
 public:
     /// Errors: std::bad_alloc; boost::thread_resource_error when the thread cannot be started.
@@ -54,8 +53,8 @@ private:
 
 /// Returns whether two lists hold the same adapters, `xAddr` aside, in the same order.
 ///
-/// Deliberate: the same adapters in another order are a change. If they were not, a server that
-/// changes their order to restart all endpoints would restart none.
+/// Deliberate: another order is a change. Otherwise a server that reorders the adapters to restart
+/// all endpoints would restart none.
 bool SameAdapters(const std::vector<AdapterRecord>& left, const std::vector<AdapterRecord>& right)
 {
     const auto key = [](const AdapterRecord& adapter) {

@@ -80,9 +80,9 @@ void CDiscoveryUdp::Restart()
         return;
     }
     // The I/O thread starts the operations. If the manager's thread started them in the first
-    // Restart, their handlers could run on the I/O thread while the manager's thread still uses the
-    // same fields. `pendingOps` need not count this dispatched handler: a stop waits for the
-    // teardown, which is posted later and so runs after this handler.
+    // Restart, their handlers could run while that thread still uses the same fields. `pendingOps`
+    // need not count this handler: a stop waits for the teardown, which is posted later and so runs
+    // after it.
     boost::asio::dispatch(ioService, [this, hello = MakeHello()] {
         if (stopping)
             return;
@@ -152,9 +152,9 @@ bool CDiscoveryUdp::BindToDevice()
     static_assert(sizeof(request.ifr_name) == 16);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-    // Deliberate: the device name is used as a format, so a "%" in it is interpreted. If the name
-    // were copied instead, a name with a "%" would select another device than the one that
-    // installed servers rely on. The name comes from the server, never from the network.
+    // Deliberate: the device name is used as a format. If it were copied instead, a name with a "%"
+    // would select another device than the one that installed servers rely on. The name comes from
+    // the server, never from the network.
     std::snprintf(request.ifr_name, sizeof(request.ifr_name), adapter.handle.c_str());
 #pragma GCC diagnostic pop
     if (setsockopt(socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, &request, sizeof(request)) <
@@ -189,19 +189,19 @@ void CDiscoveryUdp::ScheduleRetry()
 // waiting --cancelled or stopping--> idle
 //         --wait failed-----------> waiting again
 //         --expired---------------> Restart
-// The last two double the delay first, while it is at most kRetryDoublingBound.
+// The last two double the delay first, see kRetryDoublingBound.
 void CDiscoveryUdp::OnRetryTimer(const error_code& error)
 {
     --pendingOps;
     restartPending = false;
 
-    // Deliberate: an error with kAbortedValue counts as cancelled, whatever its category. If it
-    // counted as a failed wait, it would double the delay and schedule another restart.
+    // Deliberate: an error with kAbortedValue counts as cancelled, whatever its category. As a
+    // failed wait it would double the delay and schedule another restart.
     if (stopping || WasCancelled(error) || error.value() == kAbortedValue)
         return;
 
-    // Deliberate: the delay is never reset. If a successful restart reset it, an endpoint whose
-    // sends or receives fail again and again would restart, and send a Hello, every three seconds.
+    // Deliberate: nothing resets the delay. If a successful restart did, an endpoint whose sends or
+    // receives fail again and again would send a Hello every three seconds.
     if (retryDelaySeconds <= kRetryDoublingBound)
         retryDelaySeconds *= 2;
 
@@ -234,7 +234,7 @@ void CDiscoveryUdp::StopOperations(bool final)
     tornDown->get_future().wait_for(kMaxStopWait);
 
     // If the wait has timed out, the I/O thread is blocked in the host's callback or in a Bye. The
-    // flag makes SendBye try no more, so that the teardown can run.
+    // flag abandons the Bye, so that the teardown can run.
     byeDone = true;
 }
 

@@ -19,8 +19,8 @@
 
 namespace kx {
 
-/// Time between two checks in a loop that waits: StopAll for the end of all operations, SendBye for
-/// space in the socket's send buffer.
+/// Time between two checks while StopAll waits for the end of all operations, or SendBye for space
+/// in the socket's send buffer.
 inline constexpr std::chrono::milliseconds kPollInterval{10};
 /// Maximum time that SendBye tries to send, and that StopOperations waits for the teardown: 0.49 s.
 /// Each endpoint whose Bye is blocked delays a stop by up to this time.
@@ -28,7 +28,7 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 
 /// The discovery endpoint of one network adapter: announces the recorder there, answers Probes and
 /// opens its socket again after failures. Its watchdog joins the multicast group again if neither a
-/// Hello nor a Probe arrives. Held by shared pointer.
+/// Hello nor a Probe arrives.
 ///
 ///     constructed --Restart--> listening: receive pending, watchdog armed, Hello sent
 ///     listening --receive failed, or 4th or later failed send in a row--> back-off: socket closed
@@ -36,28 +36,26 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the manager's thread runs the constructor and the first Restart, which either hands the
-/// start of all operations to the I/O thread or, if the socket cannot be set up, starts the retry
-/// timer. After that, the manager's thread only stops the endpoint. Of the fields that change, the
-/// two threads then share only the atomic ones. Everything else runs on the I/O thread.
+/// Threads: the manager's thread runs the constructor, the first Restart and StopOperations(true);
+/// everything else runs on the I/O thread. The first Restart hands the start of all operations to
+/// the I/O thread or, if the socket cannot be set up, starts the retry timer. Of the fields that
+/// change, the two threads share only the atomic ones from then on.
 ///
 /// Teardown: StopOperations(true) sets `stopping` and `closing`, then posts the teardown to the I/O
 /// thread. A handler that checked the flags before they were set can still open a socket or start a
-/// timer. The I/O thread runs one handler at a time, so the teardown runs after that handler,
-/// closes the socket and cancels the timer. For the same reason no system call is using the
-/// descriptor that the teardown closes.
+/// timer. The teardown runs after that handler on the same thread: it closes that socket and
+/// cancels that timer, and no system call is using the descriptor meanwhile.
 ///
 /// Counting: `pendingOps` counts the outstanding asynchronous operations and the posted teardown.
 /// The manager releases an endpoint only when the count is 0.
-///  - A completion handler decrements the count first. The teardown decrements it last, so the
-///    endpoint stays busy until the teardown is complete.
+///  - A completion handler decrements the count first, the teardown last, so that the endpoint
+///    stays busy until the teardown is complete.
 ///  - The count is incremented after the operation is started. If the start throws std::bad_alloc,
 ///    no handler would undo an earlier increment, and a stop would wait forever.
 ///  - No completion handler runs before that increment: the I/O thread is still running the code
 ///    that started the operation, or the manager's thread has started the retry timer, which takes
-///    seconds. The teardown can run before StopOperations has counted it, so the count can be too
-///    low by one for a moment. That is harmless, because only the manager's thread reads the count,
-///    after StopOperations.
+///    seconds. The teardown can run before it is counted. The count is then too low by one for a
+///    moment, which is harmless: only the manager's thread reads it, after StopOperations.
 class CDiscoveryUdp {
 public:
     /// @param ioService         outlives the endpoint
@@ -77,7 +75,7 @@ public:
     CDiscoveryUdp(const CDiscoveryUdp&) = delete;
     CDiscoveryUdp& operator=(const CDiscoveryUdp&) = delete;
 
-    /// Closes the socket if it is open, and cancels the timers. Sends nothing and logs nothing.
+    /// Closes the socket and cancels the timers. Sends and logs nothing.
     ///
     /// Threads: any, after the last handler of the endpoint has returned.
     ~CDiscoveryUdp(); // NOLINT(bugprone-exception-escape): cancelling a timer cannot fail
@@ -89,9 +87,8 @@ public:
     /// Threads: manager for the first call of an endpoint, I/O for the others.
     void Restart();
 
-    /// Sends one Bye synchronously and ignores failures. The endpoint sends nothing after it.
-    /// Returns when the kernel has accepted the datagram or the send has failed, after kMaxStopWait
-    /// at most, and earlier if StopOperations abandons the Bye.
+    /// Sends one Bye synchronously and ignores failures. The endpoint sends nothing after it. Tries
+    /// for kMaxStopWait at most, and no longer once StopOperations abandons the Bye.
     ///
     /// Threads: I/O.
     void SendBye();
@@ -100,8 +97,8 @@ public:
     ///
     /// @param final  false: does this before it returns; back-off follows. Threads: I/O, or manager
     ///               in the first Restart.
-    ///               true: for good. Posts this work to the I/O thread and waits for it, but no
-    ///               longer than kMaxStopWait; then abandons a blocked Bye. Threads: manager.
+    ///               true: for good. Posts this work to the I/O thread and waits for it, for
+    ///               kMaxStopWait at most; then abandons a blocked Bye. Threads: manager.
     void StopOperations(bool final);
 
     /// Returns whether an asynchronous operation or the teardown is outstanding. When it returns
@@ -114,14 +111,14 @@ public:
 private:
     friend struct DiscoveryUdpPeer; ///< tests use it to call a private handler with any error
 
-    /// Each pending send or retry of a message holds a pointer to its text.
+    /// Each pending send holds a pointer to its text.
     using Message = boost::shared_ptr<std::string>;
 
     // Threads of all private functions: I/O, unless a comment says otherwise.
 
-    // Set-up, back-off and teardown, in discovery_udp.cpp. In the first Restart, SetUpSocket,
-    // BindToDevice, JoinGroup, ScheduleRetry and CloseSocketAndTimers run on the manager's thread.
-    // The destructor calls CloseSocketAndTimers on any thread.
+    // Set-up, back-off and teardown, in discovery_udp.cpp. In the first Restart, all of them but
+    // OnRetryTimer run on the manager's thread. The destructor calls CloseSocketAndTimers on any
+    // thread.
     bool SetUpSocket();
     bool BindToDevice();
     void JoinGroup(boost::system::error_code& error);
@@ -146,8 +143,8 @@ private:
     void SendMessage(const Message& message);
     void OnSendComplete(const Message& message, const boost::system::error_code& error);
 
-    /// Set when the socket is closed or about to be closed, cleared by Restart. While set, the
-    /// handlers of receives, of sends and of the watchdog only decrement the counts.
+    /// Set before the socket is closed, cleared by Restart. While set, the handlers of receives, of
+    /// sends and of the watchdog only decrement the counts.
     std::atomic<bool> closing{false};
     /// Set when the endpoint is stopped for good, never cleared. Handlers then start no operation
     /// and no restart.
@@ -166,14 +163,13 @@ private:
     const boost::asio::ip::address_v4 groupAddress;
     const std::uint16_t port;
     const boost::asio::ip::udp::endpoint groupEndpoint;
-    /// The adapter's address, which selects the interface of the group membership, and the local
-    /// port. The socket is bound to this port on the wildcard address.
+    /// The local port, and the adapter's address, which is used only to select the interface of the
+    /// group membership.
     const boost::asio::ip::udp::endpoint localEndpoint;
 
     boost::asio::ip::udp::socket socket;
     boost::asio::ip::udp::endpoint senderEndpoint;
-    /// A retry uses the current value, so it goes where the latest message went, even if it repeats
-    /// an earlier message.
+    /// Where the latest message goes. Every retry goes there too, even one of an earlier message.
     boost::asio::ip::udp::endpoint sendDestination;
     /// kRecorderReadSize bytes, and one for the NUL that OnDatagram writes after a datagram.
     std::vector<char> receiveBuffer;
@@ -181,9 +177,9 @@ private:
     bool restartPending = false;
     std::int32_t retryDelaySeconds;
     boost::asio::steady_timer retryTimer;
-    /// Failed sends since the last successful send. A restart does not reset it.
+    /// Failed sends since the last successful send.
     std::int32_t sendRetryCount = 0;
-    /// Number of times that the watchdog has joined the group again. Never reset.
+    /// Number of times that the watchdog has joined the group again.
     std::int32_t rejoinCount = 0;
     /// A Hello or a Probe was received since the last Restart.
     bool activitySeen = false;

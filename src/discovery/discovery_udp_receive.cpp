@@ -18,8 +18,7 @@ using log::Report;
 namespace {
 
 /// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Linux truncates
-/// such a datagram and reports no error, so only a test produces the code. OnReceive compares only
-/// the number.
+/// such a datagram and reports no error, so only a test produces the code.
 constexpr int kReceiveTooSmall = 234;
 
 } // namespace
@@ -64,8 +63,8 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
     std::string messageId;
     std::string typesText;
     std::string action;
-    // MayMatch saves the parsing of most datagrams, but does not tell their action. Until a Hello
-    // or a Probe was received, every datagram is parsed, because the watchdog needs its action.
+    // MayMatch saves the parsing of most datagrams. Until a Hello or a Probe was received, every
+    // datagram is parsed, because the watchdog needs its action.
     if (multicastEnabled && soap &&
         (!activitySeen || soap->MayMatch(receiveBuffer.data(), length)) &&
         soap->ParseProbe(receiveBuffer.data(), length, messageId, typesText, action) == 1 &&
@@ -74,10 +73,10 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
         AnswerProbe(messageId, typesText);
         return;
     }
-    // A Hello or a Probe, such as the endpoint's own Hello, normally comes to the group. So it
-    // counts as a sign that the membership works.
-    // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast, even without
-    // a working membership. If it counted, the watchdog would not join the group again.
+    // A Hello or a Probe normally comes to the group, so it counts as a sign that the membership
+    // works.
+    // Deliberate: no other action counts. An answer (ProbeMatches) arrives by unicast even without
+    // a membership. If it counted, the watchdog would not join the group again.
     if (!activitySeen && (EndsWith(action, "Hello") || EndsWith(action, "Probe")))
         NoteActivity();
     StartReceive();
@@ -86,19 +85,19 @@ void CDiscoveryUdp::OnDatagram(std::size_t length)
 /// Deliberate: does not wait for the random delay of WS-Discovery (April 2005) 2.4. Clients with a
 /// short timeout would miss a delayed answer.
 ///
-/// Deliberate: answers a repeated Probe again. A client repeats a Probe if the answer was lost, and
-/// would otherwise never get one.
+/// Deliberate: answers a repeated Probe. A client whose answer was lost would otherwise never get
+/// one.
 ///
-/// Deliberate: leaves it to OnSendComplete to start the next receive. If it were started here, the
-/// next answer could change `sendDestination` while this one is being sent. If the send then
-/// failed, its retry would go to the wrong client.
+/// Deliberate: leaves the next receive to OnSendComplete. If it were started here, the next answer
+/// could change `sendDestination` while this one is being sent, and a retry of this one would go to
+/// the wrong client.
 void CDiscoveryUdp::AnswerProbe(const std::string& messageId, const std::string& typesText)
 {
     // Faster than operator<< of udp::endpoint, which needs a stream. For IPv4 both give the same.
     const std::string prober =
         Compose(senderEndpoint.address().to_string(), ":", senderEndpoint.port());
-    // scripts/soak recognises this record by its first word. It and scripts/memcheck recognise the
-    // record below by "Send ProbeMatch".
+    // scripts/soak recognises this record by "Probe"; scripts/soak and scripts/memcheck recognise
+    // the one below by "Send ProbeMatch".
     Report(log, kLogInfo, "Probe ", messageId, " for ", typesText, " from ", prober);
     const auto answer = boost::make_shared<std::string>();
     soap->ProbeMatches(messageId, description, *answer);

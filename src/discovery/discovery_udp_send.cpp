@@ -46,8 +46,7 @@ CDiscoveryUdp::Message CDiscoveryUdp::MakeHello()
 void CDiscoveryUdp::SendBye()
 {
     // So that nothing follows the Bye, cancel() ends a send that is still waiting. With `stopping`
-    // set, the handlers that run later send nothing and do not take the cancelled operations for
-    // failures.
+    // set, later handlers send nothing and do not take cancelled operations for failures.
     stopping = true;
     error_code ignored;
     socket.cancel(ignored);
@@ -61,9 +60,8 @@ void CDiscoveryUdp::SendBye()
     Report(log, kLogInfo, "Sending Bye to ", groupEndpoint);
     sendDestination = groupEndpoint;
 
-    // Not a blocking send: it could wait without limit for space in the send buffer, and no thread
-    // could abandon it. So this loop sends without blocking and polls. If the socket is closed,
-    // non_blocking fails and nothing is sent.
+    // Polls instead of blocking, so that StopOperations can abandon a send that waits for space in
+    // the send buffer. If the socket is closed, non_blocking fails and nothing is sent.
     error_code error;
     socket.non_blocking(true, error);
     const auto end = std::chrono::steady_clock::now() + kMaxStopWait;
@@ -92,8 +90,8 @@ void CDiscoveryUdp::SendMessage(const Message& message)
 //                                  row on, or when the socket is closed, this handler schedules a
 //                                  restart first.
 //         --sent-----------------> idle
-// In the last two cases a receive is started if none is pending. That is normal after an answer to
-// a Probe: AnswerProbe leaves the next receive to this handler.
+// In the last two cases a receive is started if none is pending: AnswerProbe leaves the next
+// receive to this handler.
 void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& error)
 {
     --pendingOps;
@@ -108,8 +106,8 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
             ScheduleRetry();
         ++sendRetryCount;
         // Deliberate: retries even after ScheduleRetry has closed the socket. Otherwise the record
-        // below would be missing from the log. That last retry fails, and its handler then only
-        // decrements `pendingOps`, because `closing` is set.
+        // below would be missing from the log. That retry fails, and its handler only decrements
+        // `pendingOps`, because `closing` is set.
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {

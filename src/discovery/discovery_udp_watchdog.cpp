@@ -13,8 +13,8 @@ using log::Report;
 
 namespace {
 
-/// Time in which a Hello or a Probe has to arrive after a Restart or after the watchdog has joined
-/// the group again. If the group membership works, at least the endpoint's own Hello arrives.
+/// Time in which a Hello or a Probe has to arrive after the endpoint has joined the group. If the
+/// membership works, at least its own Hello arrives.
 constexpr std::chrono::seconds kWatchdogPeriod{3};
 /// Maximum number of times that the watchdog of an endpoint joins the group again.
 constexpr std::int32_t kMaxRejoins = 2;
@@ -39,8 +39,8 @@ void CDiscoveryUdp::NoteActivity()
 void CDiscoveryUdp::OnActivityTimer(const error_code& error)
 {
     --pendingOps;
-    // Deliberate: rejoinCount is never reset. If a restart reset it, an endpoint that never
-    // receives its own Hello would send two more Hellos after each back-off.
+    // Deliberate: nothing resets rejoinCount. If a restart did, an endpoint that never receives its
+    // own Hello would send two more Hellos after each back-off.
     if (stopping || closing || activitySeen || rejoinCount >= kMaxRejoins || WasCancelled(error))
         return;
 
