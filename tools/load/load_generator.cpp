@@ -82,8 +82,8 @@ CLoadGenerator::CLoadGenerator(const Load& wanted)
 
 LoadResult CLoadGenerator::Run()
 {
-    // 1 ns. By default, the kernel may prolong each wait by 50 us: too much at 100,000 messages a
-    // second, where one is due every 10 us.
+    // 1 ns. The default lets the kernel prolong each wait by 50 us, but at 100,000 messages a
+    // second, one is due every 10 us.
     ThrowOnError(prctl(PR_SET_TIMERSLACK, 1), "prctl");
     start = steady_clock::now();
     for (;;) {
@@ -93,8 +93,8 @@ LoadResult CLoadGenerator::Run()
             Send(DueCount(now), now);
         else if (questions.empty())
             return result;
-        // Without a rate, never sleeps: the server would have to wake this process when it sends an
-        // answer, and would measurably lose time.
+        // Without a rate, never sleeps: to wake this process with each answer would cost the server
+        // measurable time.
         if (load.rate > 0)
             Wait(NextDueTime(now));
         Receive();
@@ -113,9 +113,9 @@ std::uint64_t CLoadGenerator::DueCount(Time now) const
     return std::min({due, load.maxCount - result.sent, std::uint64_t{kMaxBatchSize}});
 }
 
-/// Returns when a wait for answers has to end: when the next message is due, when the oldest
-/// question has waited for kAnswerBound or when the sending ends, whichever comes first, but at
-/// most kAnswerBound from now. Call it only with a rate.
+/// Returns when a wait for answers has to end: when the next message is due, the oldest question
+/// has waited for kAnswerBound or the sending ends, at most kAnswerBound from now. Call it only
+/// with a rate.
 CLoadGenerator::Time CLoadGenerator::NextDueTime(Time now) const
 {
     Time next = now + kAnswerBound;
@@ -198,9 +198,9 @@ void CLoadGenerator::OnAnswer(std::string_view answer, std::uint32_t source, Tim
     result.elapsed = now - start;
 }
 
-/// Removes the oldest questions that wait for no further answer, and writes the record if there is
-/// one. Without a record, a question waits for its first answer, at most for kAnswerBound; with a
-/// record, for the whole of kAnswerBound, because several devices may answer.
+/// Removes the oldest questions that are answered or lost, and writes the record if there is one.
+/// With a record, each question stays for the whole of kAnswerBound, because several devices may
+/// answer.
 void CLoadGenerator::ForgetSettled(Time now)
 {
     while (!questions.empty() && ((questions.front().answered && !load.record) ||

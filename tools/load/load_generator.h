@@ -45,15 +45,14 @@ struct LoadResult {
 
 /// Sends messages and waits for the answers. With a rate (an open loop), sends at equal intervals,
 /// answered or not. Without one (a closed loop), sends the next message when one is answered or
-/// lost, and never sleeps, so it keeps a processor core busy. Not thread-safe.
+/// lost, and keeps a processor core busy. Not thread-safe.
 class CLoadGenerator {
 public:
     /// Errors: boost::system::system_error when the socket cannot be created.
     explicit CLoadGenerator(const Load& load);
 
-    /// Sends the messages. Returns when each is answered or lost; if there is a record, when a
-    /// second has passed after each; if no answers are wanted, when all are sent. May be called
-    /// once.
+    /// Sends the messages. Returns when all are answered or lost; with a record, a second after the
+    /// last was sent; if no answers are wanted, when all are sent. May be called once.
     ///
     /// Errors: std::system_error when sending, waiting or receiving fails.
     LoadResult Run();

@@ -100,8 +100,8 @@ std::vector<std::string> ReadTemplates(const LoadOptions& options)
                                kIdentifierMark)};
 }
 
-/// Returns the time in microseconds that about this share (0 to 1) of the round trips does not
-/// exceed; 0 if there are none. Reorders them.
+/// Returns the percentile `share` (0 to 1) of the round trips, in microseconds; 0 if there are
+/// none. Reorders them.
 double Percentile(std::vector<std::uint32_t>& roundTrips, double share)
 {
     if (roundTrips.empty())

@@ -13,9 +13,9 @@ inline constexpr char kIdentifierMark[] = "{id}";
 
 /// The messages of one run: copies of the templates in turn, each with an identifier of its own.
 ///
-/// An identifier is "urn:uuid:" and a UUID. The last group of the UUID is the message's number; the
-/// other groups are the same in all messages of the run. NumberIn searches an answer for these
-/// groups: parsing the XML would make the load generator slower than the servers that it measures.
+/// An identifier is "urn:uuid:" and a UUID, whose last group is the message's number. The other
+/// groups are the same throughout the run. NumberIn searches an answer for them: parsing the XML
+/// would be slower than the servers that are measured.
 class CNumberedMessages {
 public:
     /// @param templates  at least one; each kIdentifierMark in them is replaced

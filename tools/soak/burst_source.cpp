@@ -74,9 +74,9 @@ void CBurstSource::SendBurst()
     other.join();
 }
 
-/// Returns a random document. It lists up to two connected adapters, each either loopback or one
-/// that does not exist. One document in a burst, on average, is huge instead: it lists thousands of
-/// adapters, none of them connected. One document in four is truncated.
+/// Returns a random document with up to two connected adapters, each loopback or one that does not
+/// exist. On average, one document in a burst lists thousands instead, none of them connected. One
+/// document in four is truncated.
 std::string CBurstSource::MakeDocument()
 {
     const bool huge = RandomBelow(random, 2 * kDocumentsPerThread) == 0;

@@ -8,9 +8,9 @@
 
 namespace kx::tools {
 
-/// Supplies the documents of a server that follows its adapters. At random times, Next also hands
-/// the plug-in a burst of random documents, from two threads concurrently, and then returns the
-/// correct document. Next also prints ProcessState, at most once a second.
+/// Supplies the documents of a server that follows its adapters. At random times, Next first hands
+/// the plug-in a burst of random documents from two threads, then returns the correct document. It
+/// also prints ProcessState, at most once a second.
 class CBurstSource : public IDocumentSource {
 public:
     /// @param served     Load of this library is called before Next; outlives this object

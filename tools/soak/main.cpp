@@ -51,8 +51,8 @@ bool RunOneLife(const CSignalQueue& signals, std::mt19937& random, steady_clock:
     return steady_clock::now() >= end;
 }
 
-/// Waits until this thread is the only one, for a tenth of a second at most: the kernel lists a
-/// thread for a moment after it was joined, which is not a leak.
+/// Waits up to 0.1 s until this thread is the only one: the kernel still lists a thread for a
+/// moment after it was joined.
 void AwaitThreadEnds()
 {
     for (int poll = 0; poll < 10 && ThreadCount() > 1; ++poll)

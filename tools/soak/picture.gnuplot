@@ -1,5 +1,5 @@
-# Draws memory, descriptors, threads and Probes over time. A curve has about 300 points at most: in
-# a long run, each is the average of several samples.
+# Draws memory, descriptors, threads and Probes over time. A curve has at most about 300 points,
+# which in a long run are averages of several samples.
 #
 #   gnuplot -c picture.gnuplot SAMPLES PICTURE
 #
@@ -14,8 +14,8 @@ minutes(second) = floor(second / step) * step / 60.0
 # A life of the plug-in is the time from Load to Unload. Column 6 is the number of threads: more
 # than one within a life, one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
-# An empty line interrupts the curve "between lives" where there is no sample for more than 60 s:
-# the last life takes a third of the soak, and a straight line would otherwise cross it.
+# An empty line interrupts the curve "between lives" where it has no sample for more than 60 s, so
+# that no straight line crosses the last life, a third of the soak.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1

@@ -6,9 +6,8 @@
 namespace kx::tools {
 
 /// Returns the resources of this process: "heap N, resident N, descriptors N, threads N". The heap
-/// is the memory that is allocated and not freed, by mallinfo2(3); resident is the memory that the
-/// process occupies in RAM, by statm of proc(5). Both are in bytes. Freed memory in the allocator's
-/// caches (tcache) counts as heap.
+/// in use (mallinfo2(3); includes freed memory in the allocator's caches, tcache) and the resident
+/// memory (statm of proc(5)) are in bytes.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc is not mounted.
 /// Thread-safe.

@@ -6,7 +6,7 @@
 # HOST-LOG is the log of pelorin-soak, with an additional line for each change of an adapter. PROBES
 # and UNANSWERABLE are records of pelorin-load: Probes for recorders, and messages that must not be
 # answered. ADDRESS is the address of the steady adapter, the only one that never changes. FILE gets
-# a line for each second: the samples. A life of the plug-in is the time from Load to Unload.
+# the samples, a line for each second. A life of the plug-in is the time from Load to Unload.
 
 BEGIN {
     margin = 0.25 # s; near a start or stop of the steady adapter's endpoint, no answer is required
@@ -14,26 +14,26 @@ BEGIN {
     long_life = 3 # s; in a longer life at least one Probe must be answered
     min_share = 0.99 # of the Probes that must be answered; a few may be lost
 
-    # The maximum of descriptors and of threads while the plug-in runs, minus their number after its
-    # first life. Descriptors: three of the I/O service, one socket for each adapter, and the
-    # sockets and files by which the host watches and reads the adapters. Threads: the one lent to
-    # the plug-in, the plug-in's I/O thread, and one that sends a burst.
+    # How many more descriptors and threads a life may have than there were after the first life:
+    # three descriptors of the I/O service, one socket for each adapter, and those with which the
+    # host watches and reads the adapters; the thread lent to the plug-in, the plug-in's I/O thread,
+    # and one that sends a burst.
     max_more["descriptors"] = 12
     max_more["threads"] = 3
 
     # Allowed growth in bytes: the minimum of the last quarter of the samples minus the minimum of
-    # the second quarter. After each life ("Gone") the heap is the same except for a few texts.
-    # Within a life ("Running") it depends on the number of adapters. Resident memory may grow more,
-    # because the allocator does not always return the memory of a huge document to the system.
+    # the second quarter. After lives ("Gone") the heap differs by a few texts only; within a life
+    # ("Running") it depends on the number of adapters. Resident memory may grow more, because the
+    # allocator does not always return the memory of a huge document to the system.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
 }
 
 # The next two rules convert the time of day in each line to seconds that continue to grow after
-# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one, that two
-# lines are in the wrong order. All files begin at about the same time, so each sets `now` back to
-# `start`, the time of the very first line.
+# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one, two lines
+# in the wrong order. Each file sets `now` back to `start`, the time of the very first line, because
+# all files begin at about the same time.
 FNR == 1 {
     ++file
     now = start
