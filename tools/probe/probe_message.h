@@ -8,9 +8,9 @@
 /// The messages of a client, in the form that most devices can read: XML 1.0 on one line, with all
 /// namespaces declared on the envelope element, each with a prefix.
 ///
-/// The namespace of WS-Discovery is declared before that of the device type. A recorder takes the
-/// first namespace whose URI contains "/discovery" for that of WS-Discovery, but the URI of its
-/// device type contains that too. In the other order it would not recognise the Probe.
+/// The namespace of WS-Discovery is declared before that of the device type: a recorder takes the
+/// first URI that contains "/discovery" for that of WS-Discovery, and the URI of its device type
+/// contains "/discovery" too.
 namespace kx::tools {
 
 /// A message of a client, and the identifier that the answers repeat in wsa:RelatesTo.

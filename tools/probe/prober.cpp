@@ -13,8 +13,7 @@ namespace kx::tools {
 namespace {
 
 /// Maximum of different Resolves between two calls of Ask. Each message without XAddrs makes us
-/// send one, normally to the group. Without a maximum, forged messages could make us flood the
-/// network.
+/// send one, normally to the group: forged ones could otherwise make us flood the network.
 constexpr std::size_t kMaxResolves = 100;
 
 bool IsAnswer(Message::Kind kind)
@@ -81,8 +80,8 @@ std::uint64_t CProber::DroppedCount()
 
 void CProber::Send()
 {
-    // The timer of an earlier Ask may call this function when nothing is left to send: an Ask that
-    // sends only once does not cancel the timer, and Close cannot once it has expired.
+    // The timer of an earlier Ask may still call this function: an Ask that sends only once does
+    // not cancel the timer, and Close cannot once it has expired.
     if (remaining.times == 0)
         return;
     --remaining.times;
@@ -139,14 +138,13 @@ void CProber::OnAnnouncement(const Datagram& datagram)
     const auto* message = std::get_if<Message>(&read);
     if (message && !IsAnswer(message->kind))
         HandOver(*message, datagram);
-    // A message of another kind is not counted: the Probes of other clients to the group arrive
-    // here too.
+    // Other kinds are not counted: the Probes of other clients to the group arrive here too.
     else if (!message && std::get<Unread>(read) != Unread::kOtherMessage)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// Returns the time from a Probe to its answer. The latest repetition before the answer counts.
-/// This is a guess: repetitions are identical, so the answer does not tell which one it belongs to.
+/// Returns how long an answer took, counted from the latest repetition before it. This is a guess:
+/// repetitions are identical, so the answer does not tell which one it belongs to.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

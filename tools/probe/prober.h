@@ -35,12 +35,12 @@ struct IgnoredCounts {
 /// Looks for devices on one adapter: sends Probes to the discovery group or to one host, and
 /// receives the answers. When watching the group, it also receives announcements (Hello and Bye).
 ///
-/// Create it with std::make_shared. The handler of its timer shares its ownership, so it may be
-/// closed and released while the I/O service runs. Threads: the one that runs the I/O service.
+/// Create it with std::make_shared: the handler of its timer shares its ownership, so that it may
+/// be released while the I/O service runs. Threads: the one that runs the I/O service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
-    /// Called for each device in each answer to our messages and in each announcement, also when
-    /// the same message arrives repeatedly.
+    /// Called for each device in each answer to our messages and in each announcement, repetitions
+    /// included.
     ///
     /// @return whether to ask the device for its XAddrs with a Resolve
     using OnHeard = std::function<bool(Message::Kind, const Heard&)>;

@@ -26,9 +26,8 @@ std::vector<udp::endpoint> Destinations(const ProbeOptions& options)
     return {{boost::asio::ip::make_address_v4(kMulticastGroup), kDiscoveryPort}};
 }
 
-/// A Probe without a type asks every device, but some devices, such as recorders, answer only a
-/// Probe for one of their types. If no type is sought, Probes for common types are therefore sent
-/// too.
+/// If no type is sought, also asks for common types: some devices, such as recorders, answer only a
+/// Probe for one of their types.
 std::vector<ClientMessage> MakeProbes(const std::optional<DeviceType>& sought)
 {
     std::vector<ClientMessage> probes{MakeProbe(sought)};
@@ -65,8 +64,8 @@ CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
 
 CProbers::~CProbers()
 {
-    // A pending timer handler may keep a prober alive until the I/O service is destroyed, after the
-    // receiver. The destructor of an open prober uses the receiver.
+    // A pending timer handler may keep a prober alive longer than the receiver, which the
+    // destructor of an open prober uses.
     for (const AdapterProber& each : probers)
         each.prober->Close();
     if (monitored.is_open())
@@ -180,7 +179,7 @@ void CProbers::OnChange()
             onChanged();
     } catch (const std::exception& error) {
         complain(error.what());
-        // Tries again, because the kernel does not announce the changes once more.
+        // Tries again, because the kernel announces each change only once.
         OnChangeAfter(kAdapterRetryTime);
         return;
     }

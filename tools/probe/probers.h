@@ -16,19 +16,18 @@
 
 namespace kx::tools {
 
-/// Owns the probers. Without --to there is one for each adapter; with --to, one for each host; with
-/// --to and --adapter, one for each host on each named adapter.
+/// Owns the probers: without --to one for each adapter; with --to one for each host; with --to and
+/// --adapter one for each host on each named adapter.
 ///
-/// When watching, it follows the adapters (see Follow). If an adapter is deleted and created again
-/// under its name, or gets another address, its probers are replaced, because their sockets are
-/// tied to the old device and address.
+/// When watching, it follows the adapters (see Follow). If an adapter is created again or gets
+/// another address, its probers are replaced, because their sockets are tied to the old device and
+/// address.
 ///
 /// If an adapter cannot be used, the others continue. The user is told once, and again only if a
-/// Probe could be sent on the adapter in the meantime. When watching, each Ask tries again to send,
-/// and each change of an adapter tries again to open the sockets that could not be opened.
+/// Probe could be sent on it in the meantime. When watching, each Ask tries again to send, and each
+/// change of an adapter tries again to open sockets.
 ///
-/// Must outlive the run of the I/O service, whose handlers refer to it. Threads: the one that runs
-/// the I/O service.
+/// Must outlive the run of the I/O service. Threads: the one that runs the I/O service.
 class CProbers {
 public:
     using Complaint = std::function<void(const std::string&)>;
@@ -44,13 +43,12 @@ public:
 
     /// Creates the probers.
     ///
-    /// Errors: std::runtime_error when a named adapter does not exist or has no IPv4 address, when
-    /// neither --adapter nor --to is given and no adapter except loopback has an IPv4 address, or
-    /// when the adapters cannot be read. A failure to open a socket is only reported to `complain`.
+    /// Errors: those of ReadAdapters, SelectAdapters and ReadUsableAdapters. A failure to open a
+    /// socket is only reported to `complain`.
     void Open();
 
     /// When watching, follows the adapters. Changes since this object was created are noticed too.
-    /// Does nothing with --to and without --adapter: then the kernel's routes choose the adapters.
+    /// Does nothing when the kernel's routes choose the adapters (--to without --adapter).
     ///
     /// @param changed  called when an adapter appears, disappears or changes its address or state,
     ///                 because other devices may then be within reach
@@ -58,8 +56,8 @@ public:
     /// Errors: std::runtime_error.
     void Follow(std::function<void()> changed);
 
-    /// Sends new Probes with each prober. A prober that cannot send is removed; when watching, it
-    /// is kept, because the failure may be temporary.
+    /// Sends new Probes with each prober. Unless watching, removes a prober that cannot send; when
+    /// watching, the failure may be temporary.
     void Ask(const ProbeSchedule& schedule);
 
     bool None() const { return probers.empty(); }

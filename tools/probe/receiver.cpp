@@ -130,8 +130,8 @@ void CReceiver::Finish()
         const auto open = sockets;
         for (const auto& each : open) {
             // Without a limit, this would not end while datagrams arrive faster than they are read.
-            // The limit for each socket is kMaxQueuedBytes, about what its buffer can hold: the
-            // kernel doubles the requested 32 MB (socket(7)).
+            // kMaxQueuedBytes is about what a socket's buffer can hold: the kernel doubles the
+            // requested 32 MB (socket(7)).
             const std::size_t limit = queuedBytes + kMaxQueuedBytes;
             while (queuedBytes < limit && Receive(each.first))
                 continue;
@@ -212,8 +212,8 @@ void CReceiver::Enqueue(Received received)
         boost::asio::post(ioService, [this] { Deliver(); });
 }
 
-/// Hands over at most kBatchSize datagrams, so that the I/O service can also handle timers and
-/// signals while many datagrams arrive.
+/// Hands over at most kBatchSize datagrams, so that the I/O service handles timers and signals in
+/// between.
 void CReceiver::Deliver()
 {
     {

@@ -28,12 +28,11 @@ struct Datagram {
 };
 
 /// Receives on UDP sockets in a separate thread, and hands the datagrams over on the thread that
-/// runs the I/O service. That thread may be slow, because it parses the datagrams and prints to a
-/// terminal. If it received them too, the sockets' buffers would overflow when all devices of a
-/// large site answer at the same time.
+/// runs the I/O service. That thread also parses and prints: if it received too, the sockets'
+/// buffers would overflow when all devices of a large site answer at the same time.
 ///
-/// Datagrams wait in a queue between the two threads. While the queue is full (64 MB), further
-/// datagrams stay in the sockets' buffers. The kernel drops and counts those that do not fit.
+/// While the queue between the threads is full (64 MB), further datagrams stay in the sockets'
+/// buffers. The kernel drops and counts those that do not fit.
 ///
 /// While this object exists, the run of the I/O service does not end by itself. Threads: public
 /// functions on the thread that runs the I/O service.
@@ -58,7 +57,7 @@ public:
     /// Stops receiving on a socket and discards its queued datagrams.
     void Remove(int descriptor);
 
-    /// Returns whether the queue holds datagrams that are not yet handed over.
+    /// Returns whether datagrams wait in the queue.
     bool HasBacklog();
 
     /// Stops the thread, then hands over all datagrams in the queue and in the sockets' buffers.
@@ -89,8 +88,8 @@ private:
     boost::asio::io_context& ioService;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
 
-    /// Guards the fields from here to `stopping`. Locked while Receive runs: no reception is in
-    /// progress when Remove returns, so its caller may close the socket.
+    /// Guards the fields from here to `stopping`. Locked while Receive runs, so that the caller of
+    /// Remove may close the socket afterwards.
     std::mutex mutex;
     std::condition_variable roomMade; ///< the queue has space again, or `stopping` is set
     std::map<int, std::shared_ptr<const Handlers>> sockets; ///< by descriptor

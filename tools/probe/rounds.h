@@ -17,8 +17,7 @@ namespace kx::tools {
 /// answered, the round sends another Probe, up to three in all, because datagrams get lost. It
 /// sends no more than needed, because every recorder logs each Probe that it answers.
 ///
-/// Must outlive the run of the I/O service, because the timer's handler refers to it. Threads: the
-/// one that runs the I/O service.
+/// Must outlive the run of the I/O service. Threads: the one that runs the I/O service.
 class CRounds {
 public:
     /// @param ask   sends a new Probe on every adapter

@@ -67,9 +67,8 @@ std::string IgnoredText(const IgnoredCounts& counts)
 }
 
 /// Blocks SIGINT and SIGTERM on this thread until the process ends; the receiver's thread always
-/// blocks them. The destructor of the signal set restores their default action. A second signal,
-/// which timeout(1) for example sends, would then kill the process before it returns its exit
-/// status.
+/// blocks them. The destructor of the signal set restores their default action: a second signal,
+/// for example from timeout(1), would then kill the process before it returns its exit status.
 void BlockEndSignals()
 {
     sigset_t ending;
@@ -81,8 +80,7 @@ void BlockEndSignals()
 
 /// One run of the tool.
 ///
-/// `ioService` and `receiver` stand before the members that use them, because the last member is
-/// destroyed first.
+/// `ioService` and `receiver` stand before the members that use them, to outlive them.
 class CLookup {
 public:
     explicit CLookup(const ProbeOptions& lookupOptions)
@@ -175,7 +173,7 @@ int CLookup::Run()
 
 void CLookup::StartProbers(double timeoutSeconds)
 {
-    // The second half of the timeout leaves the devices time to answer the last repetition.
+    // All repetitions are sent in the first half of the timeout, to leave time for the answers.
     const ProbeSchedule schedule{
         options.times, std::min<steady_clock::duration>(
                            kMaxProbeInterval, ToDuration(timeoutSeconds) / (2 * options.times))};
@@ -241,8 +239,8 @@ bool CLookup::OnHeard(Message::Kind kind, const Heard& heard)
 {
     for (const Event& each : devices.Record(kind, heard)) {
         Show(each);
-        // A device that says Hello may be a listed one that restarted with a new wsa:Address. A
-        // Probe to all devices shows whether the listed one still answers.
+        // A device that says Hello may be a listed one with a new wsa:Address. A round shows
+        // whether the listed one still answers.
         if (kind == Message::Kind::kHello && each.kind == Event::Kind::kAppeared)
             rounds.AskSoon();
     }
@@ -258,8 +256,8 @@ void CLookup::Show(const Event& event)
         std::cout << ToJsonLine(event) + "\n";
     else
         table.Print(event);
-    // The posted handler flushes once for all lines printed before it runs. A flush for each line
-    // would be slow when many devices answer.
+    // One flush for all lines printed before the handler runs: a flush for each line would be slow
+    // when many devices answer.
     if (!std::exchange(flushPosted, true)) {
         boost::asio::post(ioService, [this] {
             flushPosted = false;

@@ -33,13 +33,11 @@ struct ProbeOptions {
 /// Looks for devices and prints them on standard output as they answer. Blocks until the timeout
 /// has passed or, when watching, until SIGINT or SIGTERM arrives. Not thread-safe.
 ///
-/// @return exit status: 0 when a device was found, or when a signal ended the watching; 1 when no
-///         device was found; kExitError (run_tool.h) when no adapter can be used, after messages on
-///         standard error. When watching, an adapter on which sending fails counts as usable,
-///         because the next Probe may succeed.
+/// @return exit status: 0 when a device was found or a signal ended the watching; 1 when none was
+///         found; kExitError (run_tool.h) when no adapter can be used, after messages on standard
+///         error. When watching, an adapter on which only sending fails counts as usable.
 ///
-/// Errors: std::runtime_error, with a text for the user, for example when a named adapter does not
-/// exist or standard output cannot be written.
+/// Errors: std::runtime_error with a text for the user.
 int RunProbe(const ProbeOptions& options);
 
 } // namespace kx::tools
