@@ -43,8 +43,7 @@ void Drop(std::vector<Adapter>& adapters, const Predicate& unwanted)
     adapters.erase(std::remove_if(adapters.begin(), adapters.end(), unwanted), adapters.end());
 }
 
-/// Returns all zeros if the hardware address is not a MAC address: that of a tunnel, for example,
-/// has another length.
+/// Returns all zeros for a hardware address that is not a MAC address, such as that of a tunnel.
 std::string MacText(nl_addr* address)
 {
     char text[sizeof(kNoMacAddress)];
@@ -53,8 +52,7 @@ std::string MacText(nl_addr* address)
                : kNoMacAddress;
 }
 
-/// Returns the IPv4 addresses of a device in the order of the kernel, which lists primary addresses
-/// before secondary ones.
+/// Returns the IPv4 addresses of a device in the order of the kernel, primary addresses first.
 std::vector<std::string> AddressesOf(nl_cache* addresses, int index)
 {
     std::vector<std::string> found;

@@ -8,18 +8,16 @@ namespace kx::tools {
 /// A network adapter of this machine.
 struct Adapter {
     std::string name; ///< network device name
-    /// Interface index. A device that is deleted and created again under its name usually gets
-    /// another index. New sockets are then needed: those bound to the deleted device receive
-    /// nothing.
+    /// Interface index. A device that is created again under its name usually has another one, and
+    /// needs new sockets: group memberships end with the deleted device.
     int index;
-    std::string ipAddress; ///< first IPv4 address; empty without one
-    /// MAC address as "aa:bb:cc:dd:ee:ff"; all zeros without one, as for loopback.
-    std::string macAddress;
-    bool connected; ///< has an IPv4 address, is up, and has a carrier or cannot detect one
+    std::string ipAddress;  ///< first IPv4 address; empty without one
+    std::string macAddress; ///< as "aa:bb:cc:dd:ee:ff"; all zeros without one
+    bool connected;         ///< has an IPv4 address, is up, and has a carrier or cannot detect one
     bool loopback;
     /// RFC 2863 operational state, an IF_OPER_* value of linux/if.h. When it changes, pelorin-probe
-    /// --watch asks again. Comparing `connected` is not enough: a bridge without a port is already
-    /// connected, in the state "unknown"; with its first port the state is "up".
+    /// --watch asks again. `connected` would not show that a bridge got its first port: it is true
+    /// before (state "unknown") and after ("up").
     int operationalState;
     unsigned flags = 0;                      ///< the IFF_* flags of netdevice(7)
     std::vector<std::string> addresses = {}; ///< all IPv4 addresses, ipAddress first

@@ -46,9 +46,8 @@ void CAdapterMonitor::FreeSocket::operator()(nl_sock* freed) const
     nl_socket_free(freed);
 }
 
-// Does not use the link cache of libnl, which may have a second entry for a device, of the IPv6
-// family. The kernel does not announce deletions in that family, so a deleted device would stay in
-// the cache.
+// Does not use libnl's link cache, which may list a device a second time, in the IPv6 family. The
+// kernel announces no deletions in that family: a deleted device would stay in the cache.
 CAdapterMonitor::CAdapterMonitor() : socket(nl_socket_alloc())
 {
     if (!socket)
@@ -69,9 +68,8 @@ int CAdapterMonitor::Descriptor() const
 
 std::set<int> CAdapterMonitor::ReadDeleted()
 {
-    // nl_recvmsgs_default fails when no announcement is left. It also fails once after the kernel
-    // dropped announcements; those that are left then keep the descriptor readable, so the caller
-    // calls again.
+    // nl_recvmsgs_default fails when no announcement is left, and once after the kernel dropped
+    // some. The rest then keeps the descriptor readable, so the caller calls again.
     while (nl_recvmsgs_default(socket.get()) >= 0)
         continue;
     return std::exchange(deleted, {});

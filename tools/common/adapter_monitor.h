@@ -9,16 +9,14 @@ struct nl_sock;
 namespace kx::tools {
 
 /// Time to wait after a change before the adapters are read. Changes come in bursts: a new adapter
-/// is announced several times before it has its address. If a burst takes longer, the adapters are
-/// read again after the rest of it.
+/// is announced several times before it has its address. After a longer burst they are read again.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
-/// Time after which the adapters are read again if they could not be read.
+/// Time to wait after the adapters could not be read.
 inline constexpr std::chrono::seconds kAdapterRetryTime{2};
 
-/// Reports over rtnetlink(7) that adapters of this machine or their IPv4 addresses have changed.
-/// Call ReadAdapters for the new state: its result is complete even if the kernel dropped
-/// announcements because there were too many.
+/// Reports over rtnetlink(7) that adapters or their IPv4 addresses have changed. Call ReadAdapters
+/// for the new state: its result is complete even if the kernel dropped announcements.
 ///
 /// Not thread-safe.
 class CAdapterMonitor {
@@ -37,7 +35,7 @@ public:
 
     /// Reads the announcements that have arrived, without waiting.
     ///
-    /// @return the indexes of the devices that were deleted since the last call, except those whose
+    /// @return the indexes of the devices deleted since the last call, except those whose
     ///         announcement the kernel dropped
     std::set<int> ReadDeleted();
 

@@ -10,8 +10,7 @@ namespace kx::tools {
 namespace {
 
 /// Makes mbrtowc(3) and wcwidth(3) read UTF-8 in the calling thread while this object exists,
-/// whatever the user's locale. If the system lacks the locale C.UTF-8, they recognise only ASCII
-/// characters.
+/// whatever the user's locale. On a system without C.UTF-8 they recognise only ASCII.
 class CUtf8 {
 public:
     CUtf8() : former(uselocale(Locale())) {}
@@ -40,8 +39,8 @@ Character FirstCharacter(const char* text, std::size_t length)
     wchar_t character = 0;
     std::mbstate_t state{};
     const std::size_t used = std::mbrtowc(&character, text, length, &state);
-    // mbrtowc(3) returns 0 for a NUL. For a truncated or an invalid character it returns -2 or -1,
-    // which are huge numbers as a size_t.
+    // mbrtowc(3) returns 0 for a NUL, and -1 or -2, huge as a size_t, for an invalid or truncated
+    // character.
     if (used == 0 || used > length)
         return {1, 0};
     return {used, wcwidth(character)};

@@ -10,9 +10,9 @@
 
 namespace kx::tools {
 
-/// Escapes a text for one line of a terminal. The text may come from any machine on the network.
-/// Each byte of a character that fills no column becomes "\xhh": control characters, marks that
-/// change the direction of writing, invalid UTF-8. Thread-safe.
+/// Escapes a text, which any machine may have sent, for one line of a terminal. Each byte of a
+/// character that fills no column becomes "\xhh": control characters, marks that change the
+/// direction of writing, invalid UTF-8. Thread-safe.
 std::string Printable(const std::string& text);
 
 /// Returns how many columns of a terminal a text from Printable fills. Thread-safe.

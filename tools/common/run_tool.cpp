@@ -13,13 +13,11 @@
 namespace kx::tools {
 namespace {
 
-/// Maximum of a time on the command line, about 32 years. The steady clock counts nanoseconds in 64
-/// bits, which would overflow after 292 years.
+/// Maximum of a time on the command line, about 32 years. The steady clock overflows after 292.
 constexpr double kMaxSeconds = 1e9;
 
-/// Formats the help as CLI11 does, with three differences: wraps the descriptions at the terminal's
-/// width, shows only the type of the value after an option's name, and shows the default value at
-/// the end of the option's description.
+/// Formats the help as CLI11 does, but wraps descriptions at the terminal's width, shows only the
+/// value's type after an option's name, and puts the default value after the description.
 class CHelpFormatter : public CLI::Formatter {
 public:
     explicit CHelpFormatter(std::size_t terminalWidth) : width(terminalWidth) {}
@@ -29,8 +27,8 @@ public:
         return Wrap(app->get_description(), width) + "\n";
     }
 
-    /// Returns only the type of the value. CLI11 would also list the options that exclude this one,
-    /// and that list would be longer than the rest.
+    /// Returns only the type of the value: CLI11 would add the options that exclude this one, a
+    /// long list.
     std::string make_option_opts(const CLI::Option* option) const override
     {
         const bool isFlag = option->get_type_size() == 0;
@@ -110,8 +108,7 @@ void Complain(const std::string& name, const std::string& text)
 
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description)
 {
-    // allow_extra_args(false): each --adapter takes one name. By default, CLI11 takes all words up
-    // to the next option as names.
+    // Without allow_extra_args(false), CLI11 takes all words up to the next option as names.
     CLI::Option* option =
         app.add_option("--adapter", names, description)->allow_extra_args(false)->type_name("NAME");
     if (!names.empty())

@@ -43,7 +43,7 @@ void Complain(const std::string& name, const std::string& text);
 ///               Outlives the parsing of the command line.
 void AddAdapterOption(CLI::App& app, std::vector<std::string>& names, const char* description);
 
-/// Returns a check that accepts a positive number of seconds up to 1e9, also with a fraction.
+/// Returns a check for a positive number of seconds up to 1e9, fractions included.
 ///
 /// Not CLI::PositiveNumber, which also accepts "nan" and times that the steady clock cannot hold.
 CLI::Validator PositiveSeconds();

@@ -17,12 +17,12 @@ inline constexpr char kDefaultColor[] = "\033[0m";
 /// environment is unset or empty. Thread-safe.
 bool WantsColor();
 
-/// Returns the columns of the terminal on standard output. If there is none or it reports none,
-/// returns COLUMNS in the environment, or 80 if that is not a positive number. Thread-safe.
+/// Returns the columns of the terminal on standard output; if unknown, COLUMNS in the environment
+/// if that is a positive number, else 80. Thread-safe.
 std::size_t TerminalWidth();
 
 /// Breaks a text into lines at its spaces. Between words, several spaces become one and line feeds
-/// stay. A word that is longer than a line gets a separate line.
+/// stay. A word longer than a line gets a separate line.
 ///
 /// @param width   columns of a line; 0 counts as 1
 /// @param indent  spaces at the beginning of each line except the first, not counted in `width`

@@ -4,9 +4,8 @@
 
 namespace kx::tools {
 
-/// Returns the version of this tool's package. If the tool was built in a git repository, the
-/// commit follows, with "-dirty" if the sources differ from the commit:
-/// "8.6.2.115651 (commit 0123456789ab-dirty)". Thread-safe.
+/// Returns the version of this tool's package. A build in a git repository adds the commit, with
+/// "-dirty" if the sources differ from it: "8.6.2.115651 (commit 0123456789ab-dirty)". Thread-safe.
 std::string VersionText();
 
 } // namespace kx::tools
