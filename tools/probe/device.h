@@ -31,9 +31,8 @@ std::string HostOf(const std::string& uri);
 /// the device does not have the address that it advertises, is behind a NAT, or sends from another
 /// of its addresses.
 ///
-/// False when nothing can be compared: there are no XAddrs, the host of one is not an IPv4 address,
-/// or the source is 0.0.0.0. If only loopback has an IPv4 address, a recorder on loopback sends its
-/// Hello from 0.0.0.0. Thread-safe.
+/// False if there are no XAddrs, the host of one is not an IPv4 address, or the source is 0.0.0.0,
+/// as for a Hello on loopback if only loopback has an IPv4 address. Thread-safe.
 bool AdvertisesOtherHost(const Device& device, const boost::asio::ip::address& source);
 
 } // namespace kx::tools

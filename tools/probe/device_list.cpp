@@ -10,16 +10,15 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Maximum of paths known by Hello alone; no site has so many. Without a maximum, forged Hellos
-/// could fill the memory, because RemoveSilent usually keeps a path that never answered.
+/// Maximum of paths known by Hello alone; no site has so many. Without it, forged Hellos could fill
+/// the memory: RemoveSilent usually keeps a path that never answered.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
-/// Maximum of devices that answered without having the sought type. Without it, forged answers
-/// could fill the memory.
+/// Maximum of recorded devices of other types. Without it, forged answers could fill the memory.
 constexpr std::size_t kMaxOthers = 10'000;
 
 /// Returns whether two lists are equal except for their order. Not std::is_permutation: its time is
-/// quadratic, more than a second for the 16,000 words that fit into a datagram.
+/// quadratic, more than a second for 16,000 words, and so many fit into a datagram.
 bool AreSame(const Texts& left, const Texts& right)
 {
     if (left.size() != right.size() || left == right)
@@ -66,8 +65,8 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 {
 }
 
-// The transitions of a path (see CDeviceList) to a device of the sought type, and the event of
-// each. "Known by Hello alone" means that no Probe was answered by this path yet.
+// The transitions of a path (see CDeviceList) to a device of the sought type, and their events.
+// "Known by Hello alone": no Probe was answered by this path yet.
 //
 // unknown --watching: Hello or answer---------------> known: kAppeared
 // unknown --asking once: answer with XAddrs---------> known: kAnswer
@@ -139,8 +138,7 @@ std::vector<Event> CDeviceList::RecordBye(const Heard& heard)
     return events;
 }
 
-/// Records the XAddrs, types and scopes of a ResolveMatches for the paths of its device that have
-/// no XAddrs yet and are on the adapter that received it. Ignores one without XAddrs.
+/// Records a ResolveMatches that has XAddrs, for each path of its device and adapter that has none.
 ///
 /// @return when watching, a kChanged event for each such path; when asking once, a kAnswer event
 ///         for each that was held
@@ -257,12 +255,11 @@ void CDeviceList::MakeRoom(std::vector<Event>& events)
 
 /// Returns the path by which a message came; the end of `paths` when it is unknown.
 ///
-/// The message must have the same device, adapter and XAddrs as the path and, when asking once, the
-/// same IP address of the source. The XAddrs may differ in these cases:
-/// - The message has no XAddrs, and those of the path came in a ResolveMatches.
-/// - When watching, if no other path fits: the message or the path has no XAddrs.
-/// When asking once, any other message without XAddrs gets a path of its own, because each answer
-/// is shown as it arrived.
+/// Message and path have the same device, adapter and XAddrs and, when asking once, the same source
+/// IP address. The XAddrs may differ in these cases:
+/// - The message has none, and those of the path came in a ResolveMatches.
+/// - One of the two has none, and no other path fits. Only when watching: when asking once, each
+///   answer is shown as it arrived.
 CDeviceList::Paths::iterator CDeviceList::Find(const Heard& heard)
 {
     const Texts& xaddrs = heard.device.xaddrs;

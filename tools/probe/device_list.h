@@ -33,9 +33,9 @@ struct Event {
     /// Bye. kLost: it stopped responding, or the list was full.
     enum class Kind { kAnswer, kAppeared, kChanged, kGone, kLost };
     Kind kind;
-    /// What is known about one path (see CDeviceList): `device` from all messages by this path, the
-    /// other fields from its latest Hello or answer to a Probe. For kGone, source and time are
-    /// those of the Bye; for kLost, the time is that of the removal; neither has a roundTrip.
+    /// What is known about one path (see CDeviceList): `device` from all its messages, the other
+    /// fields from its latest Hello or answer to a Probe. kGone has the source and time of the Bye,
+    /// kLost the time of the removal; neither has a roundTrip.
     Heard heard;
     bool otherPath;            ///< the list has another path of the device
     std::optional<Device> was; ///< the device before a kChanged event; otherwise none
@@ -46,15 +46,15 @@ const char* NameOf(Event::Kind kind);
 
 /// The devices of the sought type that sent messages, each with its paths.
 ///
-/// A path is an adapter together with the XAddrs of a message. The XAddrs are needed, because a
-/// device with two IP addresses on one adapter sends a message for each of them, often from the
-/// same source. When asking once, each answer is shown with its source, so the source's IP address
-/// is part of the path too. Its port is not, because some devices answer from a new port each time.
+/// A path is an adapter together with the XAddrs of a message: a device with two IP addresses on
+/// one adapter sends a message for each of them, often from the same source. When asking once, each
+/// answer is shown with its source, so the source's IP address is part of the path too. Its port is
+/// not: some devices answer from a new port each time.
 ///
 /// A device that restarts without a Bye may use a new wsa:Address and then looks like a second
-/// device. The MAC address does not tell whether both are one device, because two recorders on one
-/// machine share it. Therefore, when watching, all devices are asked again in rounds, and
-/// RemoveSilent removes the paths that should have answered but did not.
+/// device. The MAC address does not tell whether both are one: two recorders on one machine share
+/// it. Therefore, when watching, all devices are asked again in rounds, and RemoveSilent removes
+/// the paths that should have answered but did not.
 ///
 /// Not thread-safe.
 class CDeviceList {
@@ -71,8 +71,8 @@ public:
     /// @return the events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);
 
-    /// Returns whether the message came by a listed path whose XAddrs are not known. The caller
-    /// then asks the device for them with a Resolve.
+    /// Returns whether the message came by a listed path without XAddrs. The caller then asks the
+    /// device for them with a Resolve.
     bool LacksXAddrs(const Heard& heard);
 
     /// Releases the answers that are still held and returns a kAnswer event for each.
@@ -81,10 +81,9 @@ public:
     /// Begins a round. A path is now silent until a Hello or an answer to a Probe arrives by it.
     void StartRound();
 
-    /// Returns whether any path that should have answered is silent. A path should answer if its
-    /// device has answered a Probe on the same adapter before, or if a listed device with the same
-    /// MAC address has: that may be the same device before or after a restart. Other silent paths
-    /// do not count, because a firewall may keep Probes from their devices.
+    /// Returns whether any path that should have answered is silent: a Probe on its adapter was
+    /// answered before by its device or, because devices restart, by a listed one with the same MAC
+    /// address. Other silent paths do not count: a firewall may keep Probes from their devices.
     bool AnySilent();
 
     /// Removes the silent paths that AnySilent counts and returns a kLost event for each.

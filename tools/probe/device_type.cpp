@@ -31,8 +31,8 @@ constexpr KnownPrefix kKnownPrefixes[] = {
 /// Prefix in our Probe if the user gives none and the namespace has no well-known one.
 constexpr char kOtherPrefix[] = "t";
 
-/// Characters that XML does not allow in a prefix or a local name. Not all: only those that would
-/// break the message or its list of types, and the braces of "{URI}Name".
+/// Of the characters that XML does not allow in a prefix or a local name, those that would break
+/// the message or its list of types, and the braces of "{URI}Name".
 constexpr char kNotInName[] = ": \t\r\n<>&\"'{}=/";
 
 std::string UriOf(const std::string& prefix)

@@ -8,8 +8,7 @@ namespace kx::tools {
 
 /// A device type: a name in a namespace (WS-Discovery (April 2005) 5.1).
 struct DeviceType {
-    /// Prefix of the name in our Probe. XML lets the sender choose any prefix, but some devices
-    /// answer only the one that they expect.
+    /// Prefix of the name in our Probe. Some devices answer only the prefix that they expect.
     std::string prefix;
     std::string uri;  ///< namespace
     std::string name; ///< local name
@@ -20,16 +19,15 @@ DeviceType RecorderType();
 
 /// Reads a device type as a user gives it: "Name", "prefix:Name" or "{URI}Name".
 ///
-/// @param uri  namespace of the name; must be empty with "{URI}Name". If it is empty with the other
-///             forms, "prefix:Name" needs a well-known prefix, which selects the namespace, and
-///             "Name" is in the namespace of the recorders' type.
+/// @param uri  namespace of the name; must be empty with "{URI}Name". If it is empty, "prefix:Name"
+///             needs a well-known prefix, which selects the namespace, and "Name" is in the
+///             namespace of the recorders' type.
 ///
 /// Errors: std::runtime_error, with a text for the user.
 /// Thread-safe.
 DeviceType ParseDeviceType(const std::string& text, const std::string& uri);
 
-/// Returns whether the device has a type with the namespace and the local name of `type`; prefixes
-/// do not matter. Thread-safe.
+/// Returns whether a device is of this type; prefixes do not matter. Thread-safe.
 bool HasType(const Device& device, const DeviceType& type);
 
 /// Shortens an expanded name, "{uri}Name", to "prefix:Name" if its namespace has a well-known

@@ -11,8 +11,8 @@
 namespace kx::tools {
 namespace {
 
-/// Maximum width of a column. A longer cell is printed whole. Without a maximum, one long answer,
-/// which any machine on the network can send, would make all later lines too wide for the terminal.
+/// Maximum width of a column; a longer cell is printed whole. Without it, one long answer, which
+/// any machine can send, would make all later lines too wide.
 constexpr std::size_t kMaxColumnWidth = 80;
 
 constexpr char kOtherPathIndent[] = "  ";

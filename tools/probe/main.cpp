@@ -18,8 +18,8 @@ constexpr char kDescription[] =
 
 constexpr int kMaxTimes = 100;
 
-/// Options as given. Probe() interprets them after the whole command line is read, because the
-/// meaning of --type depends on --namespace.
+/// Options as given. Probe() interprets them once all are read: the meaning of --type depends on
+/// --namespace.
 struct Texts {
     std::vector<std::string> hosts;
     std::string type = kDeviceType;

@@ -38,9 +38,8 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body has an element that kBodyForms names, in any namespace. If it has none in
-/// the namespace of WS-Discovery (April 2005), such an element shows that the message is of another
-/// version.
+/// Returns whether a body has an element that kBodyForms names, in any namespace. The caller found
+/// none in the namespace of WS-Discovery (April 2005), so the message is of another version.
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {
@@ -107,8 +106,7 @@ std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length)
     if (document.Parse(data, length) != tinyxml2::XML_SUCCESS)
         return Unread::kNotWellFormed;
     const XMLElement* root = document.RootElement();
-    // In any namespace: some devices answer in SOAP 1.1, which has another namespace than SOAP 1.2,
-    // and nothing below depends on the version.
+    // In any namespace: some devices answer in SOAP 1.1, which has another namespace than SOAP 1.2.
     const XMLElement* header = FindInAnyNamespace(root, "Header");
     const XMLElement* body = FindInAnyNamespace(root, "Body");
     for (const BodyForm& form : kBodyForms) {

@@ -46,8 +46,8 @@ enum class Unread {
 std::variant<Message, Unread> ReadMessage(const char* data, std::size_t length);
 
 /// Returns whether an answer relates to the message with this identifier, "urn:uuid:" and a UUID.
-/// Some devices repeat the identifier with another prefix, two prefixes or none, so only the UUID
-/// at the end is compared, ignoring case. Thread-safe.
+/// Only the UUID is compared, ignoring case: some devices repeat it with another prefix, two
+/// prefixes or none. Thread-safe.
 bool RelatesTo(const Message& answer, const std::string& identifier);
 
 } // namespace kx::tools

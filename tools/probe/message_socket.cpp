@@ -22,9 +22,8 @@ using boost::system::system_error;
 namespace kx::tools {
 namespace {
 
-/// Bytes requested for the receive buffer, enough for nearly 30,000 answers of recorders: the
-/// kernel doubles the number (socket(7)), and counts about 2,300 bytes for an answer of about 1,100
-/// bytes.
+/// Bytes requested for the receive buffer. The kernel doubles them (socket(7)) and counts about
+/// 2,300 for a recorder's answer: room for nearly 30,000 answers.
 constexpr int kReceiveBufferSize = 32 * 1024 * 1024;
 
 constexpr char kCannotProbe[] = "cannot probe";
@@ -44,7 +43,7 @@ void RequireOption(udp::socket& socket, int level, int name, const Value& value)
         throw system_error(errno, boost::system::system_category());
 }
 
-/// The index selects the adapter, because another one may have the same address.
+/// The index selects the adapter: two adapters may have the same address.
 ip_mreqn GroupOn(const Adapter& adapter)
 {
     return {{inet_addr(kMulticastGroup)}, {inet_addr(adapter.ipAddress.c_str())}, adapter.index};
@@ -93,15 +92,14 @@ void CMessageSocket::OpenForGroup()
     std::string failure = kCannotListen;
     try {
         socket.open(udp::v4());
-        // Shares the port with a recorder on this machine. Bound to the group's address instead of
-        // the wildcard address, this socket never receives a datagram that was sent to the recorder
-        // alone.
+        // Shares the port with a recorder on this machine. Bound to the group's address, this
+        // socket never receives what was sent to the recorder alone.
         socket.set_option(udp::socket::reuse_address(true));
         failure = Compose("cannot bind port ", kDiscoveryPort, " for announcements");
         socket.bind({make_address_v4(kMulticastGroup), kDiscoveryPort});
         failure = kCannotListen;
-        // ip(7): with the default of 1, the socket would also receive messages that arrive on other
-        // adapters, if any program has joined the group there.
+        // ip(7): with the default of 1, the socket would also receive from each adapter on which
+        // another socket has joined the group.
         RequireOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0);
         RequireOption(socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, GroupOn(adapter));
         SetReceiveOptions();
@@ -150,8 +148,8 @@ std::uint32_t CMessageSocket::DroppedCount()
 {
     if (!socket.is_open())
         return droppedCount;
-    // Not SO_RXQ_OVFL (socket(7)): that option reports drops only together with a later datagram,
-    // and after the last drop there is often none.
+    // Not SO_RXQ_OVFL (socket(7)), which reports drops only together with a later datagram: often
+    // there is none.
     std::uint32_t memory[SK_MEMINFO_VARS] = {};
     socklen_t size = sizeof(memory);
     getsockopt(socket.native_handle(), SOL_SOCKET, SO_MEMINFO, memory, &size);

@@ -23,8 +23,7 @@ public:
                  const boost::system::error_code& error, const std::string& advice = "");
 };
 
-/// Returns a placeholder for all adapters: for each datagram of a socket opened with it, the
-/// kernel's routes choose the adapter.
+/// Returns a placeholder for all adapters: the kernel's routes choose one for each datagram sent.
 Adapter AnyAdapter();
 
 /// A UDP socket on one adapter or, with AnyAdapter, on all.
@@ -44,8 +43,8 @@ public:
 
     /// Opens the socket for sending messages from an ephemeral port and receiving the answers.
     ///
-    /// It is bound to the adapter's IP address, so that messages to a single host have this source.
-    /// Those to the group would have it anyway, by IP_MULTICAST_IF.
+    /// It is bound to the adapter's IP address, because IP_MULTICAST_IF sets this source only for
+    /// messages to the group.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();

@@ -5,12 +5,11 @@
 #include <string>
 #include <vector>
 
-/// Functions for XML namespaces, which tinyxml2 does not know. A prefix is declared on an element
-/// or on one that contains it; the innermost declaration counts. A name without a prefix belongs to
+/// Functions for XML namespaces, which tinyxml2 does not know. A name without a prefix belongs to
 /// the default namespace.
 ///
-/// No function fails. Every element that is passed may be null. Thread-safe as long as the document
-/// does not change.
+/// No function fails. Elements passed may be null. Thread-safe as long as the document does not
+/// change.
 namespace kx::tools {
 
 /// Returns the first child element with this namespace and local name, or null.
@@ -27,15 +26,15 @@ bool IsElement(const tinyxml2::XMLElement* element, const char* uri, const char*
 /// Returns "{uri}name", which unlike "prefix:name" means the same in every message.
 std::string ExpandedName(const std::string& uri, const std::string& localName);
 
-/// Returns the expanded name for the name of an element, or for a name in the element's text.
-/// Returns the name unchanged when no namespace is declared for it.
+/// Returns the expanded name for the name of an element, or for a name in the element's text;
+/// unchanged when no namespace is declared for it.
 std::string ExpandedName(const tinyxml2::XMLElement* element, const std::string& name);
 
 /// Returns a name without its prefix.
 std::string LocalName(const std::string& name);
 
 /// Returns the words of an element's text, split at white space, without comments and child
-/// elements. Serves for lists such as Types and for single words such as Address.
+/// elements.
 std::vector<std::string> Words(const tinyxml2::XMLElement* element);
 
 } // namespace kx::tools
