@@ -9,7 +9,7 @@ struct nl_sock;
 namespace kx::tools {
 
 /// Time to wait after a change before the adapters are read. Changes come in bursts: a new adapter
-/// is announced several times before it has its address. After a longer burst they are read again.
+/// is announced several times before it has its address. A longer burst causes a second reading.
 inline constexpr std::chrono::milliseconds kAdapterGatherTime{75};
 
 /// Time to wait after the adapters could not be read.
