@@ -1,5 +1,5 @@
 // A complete host in C99: loads the plug-in, passes it this machine's connected adapters, prints
-// what it sends, and stops it on SIGINT or SIGTERM. 22609 below is the port of the server.
+// what it sends, and stops it on SIGINT or SIGTERM. 22609 below is the server's port.
 //
 //     cc -std=c99 -I ../include host.c -o host -pthread -ldl
 //     ./host /usr/lib/x86_64-linux-gnu/pelorin/pelorin.so 22609
@@ -21,11 +21,11 @@
 static PelorinIoctl Ioctl;
 
 // Called by the threads of main, Run and the plug-in, also concurrently. The plug-in waits, so a
-// server should only queue. A lock taken here and held around an entry point can deadlock.
+// server should only queue. A lock taken here that is also held around an entry point can deadlock.
 static void OnRecord(const PelorinHostRequest* request, PelorinHostReply* reply)
 {
     (void)reply;
-    // The text can contain bytes from the network. A terminal must not get control characters.
+    // The text can contain control characters from the network, which must not reach a terminal.
     const unsigned char* text = request->data;
     flockfile(stdout);
     for (uint32_t i = 0; i + 1 < request->dataLength; ++i)
@@ -74,8 +74,8 @@ static char* MakeDocument(const char* port)
                 " Connected='1'/>",
                 mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], device,
                 inet_ntoa(((struct sockaddr_in*)each->ifa_addr)->sin_addr));
-        // Not an adapter. The plug-in's socket is dead if the device is deleted and created again.
-        // The index then differs: the document changes, so the plug-in opens all sockets anew.
+        // Not an adapter. If the device is deleted and created again, its new index changes the
+        // document, and the plug-in replaces its dead socket.
         fprintf(out, "<Adapter MACAddress='-' Handle='%u' IPAddress='0.0.0.0' Connected='1'/>",
                 if_nametoindex(device));
     }
