@@ -14,7 +14,7 @@ struct Advice {
     const char* lookedAt;
     const char* means;
     const char* remedy;                ///< "" when nothing is to be done
-    std::vector<const char*> commands; ///< for a shell; the remedy says what they are for
+    std::vector<const char*> commands; ///< for a shell
 };
 
 /// Returns the advice for a finding.
@@ -23,8 +23,8 @@ struct Advice {
 /// Thread-safe.
 const Advice& AdviceFor(const Finding& finding);
 
-/// Fills in a text or command of an advice: replaces {adapter} by the finding's adapter and any
-/// other {word} by the text that the evidence has under this name.
+/// Replaces {adapter} in a text or command of an advice by the finding's adapter, and any other
+/// {word} by the text that the evidence has under this name.
 ///
 /// Errors: nlohmann::json::exception when the evidence has no such text.
 /// Thread-safe.

@@ -125,7 +125,7 @@ void CClientCheck::CheckDirect()
     for (const SeenAnswer& each : seen.answers) {
         const std::string target = each.source.to_string();
         const std::string& address = each.device.address;
-        // An address that became known only after the last direct Probes was not asked directly.
+        // An address that became known after the last direct Probes was not asked.
         if (!each.target.empty() || !WasAsked(seen, target) ||
             !asked.insert({target, address}).second)
             continue;
@@ -167,9 +167,9 @@ void CClientCheck::CheckTarget()
     }
 }
 
-/// Adds a finding for each recorder for which AdvertisesOtherHost is true and that did not answer a
-/// direct Probe to any address in its XAddrs. Adds none if one of them was not asked because it
-/// became known too late: the recorder might answer there.
+/// Adds a finding for each recorder for which AdvertisesOtherHost is true and that answered no
+/// direct Probe to an address in its XAddrs. Adds none if one of these addresses became known too
+/// late to be asked: the recorder might answer there.
 void CClientCheck::CheckAddresses()
 {
     std::set<std::pair<std::string, std::string>> reported;
@@ -198,9 +198,9 @@ void CClientCheck::CheckAddresses()
     }
 }
 
-/// Called when no recorder answered. Adds a finding about other devices that answered, else about a
-/// Probe to the group that was not sent, else that nothing came. Does not add the last if there is
-/// a `target`: CheckTarget has then already reported `nothing-came`.
+/// Called when no recorder answered. Reports that other devices answered, else that the Probe to
+/// the group was not sent, else that nothing came. Leaves out the last if there is a `target`:
+/// CheckTarget has reported it.
 void CClientCheck::CheckSilence()
 {
     const Level level = seen.optional || !CarriesMulticast() ? Level::kNote : Level::kFault;

@@ -39,16 +39,15 @@ namespace {
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// Time to wait for answers after the first Probe to the group, and again after the first direct
-/// Probe of each round (see AskDirectly).
+/// Probes of each round.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// Time after which the Probes for recorders are sent again, because a datagram can get lost. A
-/// direct Probe that is already answered is not sent again.
+/// Time after which Probes for recorders, except answered direct ones, are sent again: a datagram
+/// can get lost.
 constexpr std::chrono::milliseconds kRepeatAfter{250};
 
 /// Time after the first Probe to the group. If no recorder has answered on an adapter by then, a
-/// Probe for devices of any type follows there: an answer of any device shows that the network
-/// carries Probes and answers.
+/// Probe for devices of any type follows there: any answer shows that Probes and answers pass.
 constexpr std::chrono::seconds kAskAllAfter{1};
 
 constexpr std::chrono::milliseconds kProgressInterval{100};
@@ -57,7 +56,7 @@ constexpr std::chrono::milliseconds kProgressInterval{100};
 struct Question {
     ClientMessage probe;
     ClientObservation* seen;
-    std::string target; ///< the address to which it was sent; empty for the group
+    std::string target; ///< where it was sent; empty for the group
 };
 
 /// A socket that sends Probes and receives the answers.
@@ -65,16 +64,16 @@ class CAsker {
 public:
     using OnDatagram = std::function<void(std::string_view payload, const udp::endpoint& source)>;
 
-    /// @param address, device  for Probes to the group: the address and the index of the adapter by
-    ///                         which they leave; for direct Probes: 0.0.0.0 and 0, and routes
-    ///                         choose the adapter, as for a client's connection to a recorder
+    /// @param address, device  address and index of the adapter by which Probes to the group leave;
+    ///                         for direct Probes 0.0.0.0 and 0: routes choose the adapter, as for a
+    ///                         client's connection to a recorder
     ///
     /// Errors: boost::system::system_error.
     CAsker(boost::asio::io_context& ioService, const address_v4& address, int device,
            OnDatagram handler)
         : onDatagram(std::move(handler)), socket(ioService, {address, 0})
     {
-        // The index, because another adapter may have the same address.
+        // By index: another adapter may have the same address.
         ip_mreqn adapter{};
         adapter.imr_ifindex = device;
         if (device != 0 && setsockopt(socket.native_handle(), IPPROTO_IP, IP_MULTICAST_IF, &adapter,
@@ -212,7 +211,7 @@ void CClientRun::AskGroup()
 
 void CClientRun::AskDirectly()
 {
-    // The second time, asks the addresses that became known since the first time.
+    // The second round asks the addresses that became known since the first.
     for (int time = 0; time < 2 && AskNewAddresses(); ++time) {
         phase = {"asking directly", steady_clock::now()};
         Wait(kRepeatAfter, true);
@@ -224,7 +223,7 @@ void CClientRun::AskDirectly()
     }
 }
 
-/// Asks each known address directly that was not asked yet. Returns whether there was one.
+/// Directly asks each known address that was not asked yet. Returns whether there was one.
 bool CClientRun::AskNewAddresses()
 {
     bool any = false;
@@ -285,7 +284,7 @@ void CClientRun::Wait(steady_clock::duration phaseTime, bool untilAllAnswered)
 }
 
 /// Returns whether every direct Probe is answered. An answer that only the packet socket has seen
-/// does not count: the socket that asked may still receive it.
+/// does not count: the asking socket may still receive it.
 bool CClientRun::AllAnswered() const
 {
     return std::all_of(questions.begin(), questions.end(), [](const Question& question) {
@@ -316,8 +315,8 @@ void CClientRun::OnDatagram(std::string_view payload, const udp::endpoint& sourc
             seen.otherDevices.insert(address.to_string());
             continue;
         }
-        // An answer can come several times: from the packet socket and from the socket that asked,
-        // and for each copy of a repeated Probe.
+        // An answer can come several times: from the packet socket and the socket that asked, and
+        // for each copy of a Probe.
         const auto known =
             std::find_if(seen.answers.begin(), seen.answers.end(), [&](const SeenAnswer& each) {
                 return each.target == question->target && each.source == address &&
@@ -352,8 +351,7 @@ Findings ExamineClient(const std::vector<std::string>& names, const std::string&
     for (ClientObservation& each : run.observations) {
         each.reversePathDropCount = ReadReversePathDrops() - dropsBefore;
         each.optional = names.empty() && anyFound && !isFound(each);
-        // If the adapter was removed, went down or lost its addresses meanwhile, only this is
-        // reported.
+        // If the adapter has become unusable meanwhile, only that is reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found = recheck.usable.empty() ? recheck.findings : CheckClient(each);
         findings.insert(findings.end(), found.begin(), found.end());

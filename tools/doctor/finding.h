@@ -7,7 +7,7 @@
 
 namespace kx::tools {
 
-/// How bad a finding is, in the order in which findings are printed.
+/// How bad a finding is, in printing order.
 enum class Level { kOk, kNote, kFault };
 
 /// The result of one check.

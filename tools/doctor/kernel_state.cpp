@@ -20,9 +20,9 @@ namespace kx::tools {
 
 std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 {
-    // The file has a line for each device, such as "2 eth0 : 1 V3"; the colon follows a long name
-    // without a space. A line for each group of the device follows. It begins with tabs; then come
-    // the group's address, printed as a native integer in hexadecimal, and the number of sockets.
+    // The file has a line for each device, such as "2 eth0 : 1 V3" (no space follows a long name),
+    // and below it one for each of the device's groups: tabs, the group's address as a native
+    // integer in hexadecimal, and the number of sockets.
     constexpr char kFile[] = "/proc/net/igmp";
     std::ifstream file(kFile);
     if (!file)
@@ -50,7 +50,7 @@ std::map<std::string, int> ReadGroupMembers(const address_v4& group)
 
 std::uint64_t ReadReversePathDrops()
 {
-    // The file has two lines for each protocol: the names of its counters, then their values.
+    // Each protocol has two lines: the names of its counters, then their values.
     std::ifstream file("/proc/net/netstat");
     for (std::string names, values; std::getline(file, names) && std::getline(file, values);) {
         std::istringstream nameWords(names);

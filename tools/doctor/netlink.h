@@ -18,9 +18,9 @@ NetlinkMessage MakeNetlinkMessage(int type, int flags);
 /// Sends a request to the kernel over netlink(7) and calls `onAnswer` with each message of the
 /// reply.
 ///
-/// @param protocol  NETLINK_ROUTE or another family
-/// @param onAnswer  must not throw: it is called by C code
-/// @return 0, or a negative error number of libnl, whose text nl_geterror returns
+/// @param protocol  such as NETLINK_ROUTE
+/// @param onAnswer  must not throw: C code calls it
+/// @return 0, or a negative error number for nl_geterror of libnl
 ///
 /// Errors: std::bad_alloc.
 /// Thread-safe.

@@ -25,7 +25,7 @@ namespace {
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// Returns a filter (SO_ATTACH_FILTER of socket(7)) that passes UDP datagrams from or to the ports.
-/// Without it, the kernel would pass every packet to this program, a recorder's video included.
+/// Without it, this program would receive every packet, a recorder's video included.
 std::vector<sock_filter> MakeFilter(const std::vector<std::uint16_t>& ports)
 {
     const auto ancillary = [](int offset) {

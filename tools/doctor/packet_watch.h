@@ -19,20 +19,19 @@ struct SeenDatagram {
     bool outgoing; ///< leaves this machine
     boost::asio::ip::udp::endpoint source;
     boost::asio::ip::udp::endpoint destination;
-    std::string_view payload; ///< valid during the call of the handler only
+    std::string_view payload; ///< valid only during the handler
 };
 
-/// Watches the UDP datagrams over IPv4 on an adapter with a packet socket (packet(7)). It sees
-/// arriving datagrams before a firewall or reverse-path filtering can drop them, and leaving
-/// datagrams only if no firewall has dropped them. Of a fragmented datagram it sees only the first
-/// fragment.
+/// Watches the IPv4 UDP datagrams on an adapter with a packet socket (packet(7)). It sees arriving
+/// datagrams before a firewall or reverse-path filtering can drop them, but leaving datagrams only
+/// after the firewall. Of a fragmented datagram it sees only the first fragment.
 ///
-/// Threads: the one that runs the I/O service, which also calls the handler.
+/// Threads: the one that runs the I/O service. The handler is called there.
 class CPacketWatch {
 public:
     using OnDatagram = std::function<void(const SeenDatagram& datagram)>;
 
-    /// @param ports  the handler gets only datagrams from or to one of these ports
+    /// @param ports  the handler gets only datagrams from or to these
     ///
     /// Errors: boost::system::system_error; operation_not_permitted without CAP_NET_RAW.
     CPacketWatch(boost::asio::io_context& ioService, const Adapter& adapter,

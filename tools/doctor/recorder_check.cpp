@@ -15,7 +15,7 @@ namespace kx::tools {
 namespace {
 
 /// The Probes of one client, either to the group or to this machine's addresses. If one was
-/// answered, nothing blocks them, and others were lost by chance.
+/// answered, nothing blocks the others.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -41,8 +41,7 @@ std::vector<Prober> GroupByProber(const std::vector<SeenProbe>& probes)
     return list;
 }
 
-/// Checks one adapter of a recorder. The steps before CheckProbes set flags, so that CheckProbes
-/// does not report a missing answer that an earlier finding explains.
+/// Checks one adapter of a recorder. CheckProbes needs the flags that the earlier steps set.
 class CRecorderCheck {
 public:
     CRecorderCheck(const MachineState& machineState, const RecorderObservation& observation)
@@ -90,7 +89,7 @@ private:
     const MachineState& machine;
     const RecorderObservation& seen;
     const Adapter& adapter;
-    /// Sockets that are bound to the adapter's device and to no address, as those of a recorder.
+    /// Sockets bound to the adapter's device and to no address, as a recorder's are.
     std::vector<UdpSocket> bound;
     Findings findings;
     bool listening = false;
@@ -142,10 +141,10 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether the group seems to be joined on this adapter by a socket of another device: a
+/// Returns whether a socket of another device seems to have joined the group on this adapter: a
 /// server gave that device's Handle with this adapter's IPAddress. The kernel does not tell which
-/// socket has joined, so any socket without an address on a device without the group counts. The
-/// finding is then only a note: the check of that device, if any, reports the fault `wrong-device`.
+/// socket has joined, so any socket without an address on a device without the group counts.
+/// `not-listening` is then only a note: the check of that device reports the fault `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)
@@ -174,9 +173,8 @@ void CRecorderCheck::CheckDirectReceiver()
     }
 }
 
-/// Returns whether a socket in `bound` belongs to another program than `socket`, which receives the
-/// Probes to one of the adapter's addresses. The program of the socket in `bound` then gets none of
-/// these Probes.
+/// Returns whether `socket`, which receives the direct Probes to one of the adapter's addresses,
+/// keeps them from another program: one that has a socket in `bound`.
 bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
 {
     const auto owner = machine.owners.find(socket.inode);
@@ -186,9 +184,8 @@ bool CRecorderCheck::IsOtherProgram(const UdpSocket& socket) const
             return false;
         if (owner != machine.owners.end() && other != machine.owners.end())
             return owner->second.process != other->second.process;
-        // One of the processes is unknown, so the sockets are compared. Those of one recorder are
-        // bound to no address and belong to one user, and there is at most one for each address of
-        // the adapter.
+        // An owner is unknown, so the sockets are compared. Those of one recorder are bound to no
+        // address, belong to one user, and are at most as many as the adapter's addresses.
         return !socket.address.is_unspecified() || each.user != socket.user ||
                bound.size() > adapter.addresses.size();
     });
@@ -240,7 +237,7 @@ void CRecorderCheck::CheckProbes()
     AddProbers("probe-answered", Level::kOk, answered, "answered");
     AddProbers("reverse-path", Level::kFault, filtered, "not answered");
     AddProbers("probes-blocked", Level::kFault, blocked, "not answered");
-    // What fills the recorder's buffer can fill the watch's too. Then it may have missed Probes.
+    // If the recorder's buffer overflowed, the watch's may have overflowed too and lost Probes.
     if (seen.probes.empty() && !dropping) {
         Add("no-probe-came", Level::kNote,
             {{"own", adapter.ipAddress}, {"otherProbes", seen.otherProbeCount}},
@@ -274,7 +271,7 @@ void CRecorderCheck::AddProbers(const char* name, Level level, const std::vector
                                   : ", to which the route leads by " + route;
         }
     }
-    // {prober} in the texts of advice.cpp stands for a single address: that of the first prober.
+    // {prober} in advice.cpp stands for a single address: the first prober's.
     Add(name, level,
         {{"probers", list},
          {"prober", probers.front().address},
@@ -298,7 +295,7 @@ std::vector<UdpSocket> CRecorderCheck::Receiving() const
 std::string CRecorderCheck::DeviceName(int index) const
 {
     const auto name = machine.deviceNames.find(index);
-    // A socket bound to a deleted device keeps the index, which has no name now.
+    // A socket bound to a deleted device keeps the index, which has no name.
     return name != machine.deviceNames.end() ? name->second : Compose("if", index);
 }
 

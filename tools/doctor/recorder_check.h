@@ -20,7 +20,7 @@ struct SeenProbe {
     std::string identifier; ///< text of its MessageID
     bool toGroup;           ///< false: sent to an address of this machine
     bool answered = false;  ///< an answer to it left by the same adapter
-    int routeBack = 0;      ///< index of the device to which the route to the prober leads; 0: none
+    int routeBack = 0;      ///< index of the device of the route to the prober; 0: no route
 };
 
 /// What was observed on the whole machine.
@@ -38,10 +38,10 @@ struct MachineState {
 struct RecorderObservation {
     Adapter adapter;
     bool portTaken = false; ///< another program has the discovery port and does not share it
-    bool watched = false;   ///< a packet socket watched the adapter and filled in the fields below
+    bool watched = false;   ///< a packet socket filled in the fields below
     std::vector<SeenProbe> probes;
-    /// Probes that arrived and that no recorder answers because of their content (such as other
-    /// types), their length, or a source that IsAnswerable rejects.
+    /// Arrived Probes that no recorder answers because of their content (such as other types),
+    /// length or source (see IsAnswerable).
     std::size_t otherProbeCount = 0;
 };
 

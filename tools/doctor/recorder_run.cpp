@@ -40,15 +40,15 @@ using std::chrono::steady_clock;
 namespace kx::tools {
 namespace {
 
-/// If a Probe arrives just before the watch ends, the watch lasts this long after the Probe, so
-/// that its answer is seen.
+/// The watch lasts this long after a Probe that arrives just before its end, so that the answer is
+/// seen.
 constexpr std::chrono::milliseconds kAnswerTime{500};
 
 constexpr std::chrono::milliseconds kProgressInterval{200};
 
 /// Returns whether another program has the port and does not share it. Call it only if no socket is
-/// bound to the adapter's device: for a moment it opens a socket there, which would take datagrams
-/// of a recorder.
+/// bound to the adapter's device: for a moment it opens one, which would take a recorder's
+/// datagrams.
 bool IsPortTaken(const Adapter& adapter)
 {
     boost::asio::io_context service;
@@ -145,9 +145,8 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // The plug-in's answer holds "uuid:" and the whole identifier, of which RelatesTo
-            // compares the last 36 characters. For a shorter identifier these include a part of
-            // "uuid:" and differ; EndsWith covers that case.
+            // The plug-in's answer holds "uuid:" and the whole identifier. RelatesTo compares the
+            // last 36 characters, so it fails for a shorter identifier; EndsWith covers that case.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));
@@ -226,8 +225,7 @@ Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeco
 
     const std::vector<Adapter> later = ReadAdapters();
     for (const RecorderObservation& each : observations) {
-        // If the adapter was removed, went down or lost its addresses meanwhile, only this is
-        // reported.
+        // If the adapter has become unusable meanwhile, only that is reported.
         const CheckedAdapters recheck = CheckAdapters(later, {each.adapter.name});
         const Findings found =
             recheck.usable.empty() ? recheck.findings : CheckRecorder(machine, each);

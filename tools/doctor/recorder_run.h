@@ -13,10 +13,9 @@ inline constexpr char kDoctorName[] = "pelorin-doctor";
 inline constexpr double kDefaultWatchSeconds = 10;
 
 /// Examines this machine as a recorder, then watches the Probes that arrive and the answers that
-/// leave. An adapter is not watched if no program has a socket on the discovery port that receives
-/// from it, or if no packet socket can be opened on it. If any adapter is watched, prints on
-/// standard error that a client has to ask now, and shows the remaining time there if it is a
-/// terminal. SIGINT and SIGTERM end the watch early.
+/// leave. Watches only adapters from which a socket on the discovery port receives and on which a
+/// packet socket can be opened. If there are any, asks on standard error to run a client now, and
+/// shows the remaining time there if that is a terminal. SIGINT and SIGTERM end the watch early.
 ///
 /// @param names  see CheckAdapters
 ///

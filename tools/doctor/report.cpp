@@ -49,7 +49,7 @@ void PrintBlock(std::ostream& out, const Finding& finding, bool colored)
     if (*advice.remedy)
         PrintParagraph(out, "do", FillIn(advice.remedy, finding));
     for (const char* each : advice.commands) {
-        // Not wrapped at the terminal's width, so that a command can be copied in one piece.
+        // Not wrapped, so that a command can be copied in one piece.
         out << kIndent << std::setw(kLabelWidth) << "" << Printable(FillIn(each, finding)) << '\n';
     }
 }

@@ -22,8 +22,8 @@ using boost::asio::ip::address_v6;
 namespace kx::tools {
 namespace {
 
-/// Returns the address that a socket is bound to as an IPv4 address; nothing if it is an IPv6
-/// address at which no IPv4 datagram can arrive.
+/// Returns the address of a socket as IPv4; nothing if it is an IPv6 address at which no IPv4
+/// datagram can arrive.
 std::optional<address_v4> AddressOf(const inet_diag_msg& message)
 {
     address_v4::bytes_type ipv4;
@@ -40,8 +40,7 @@ std::optional<address_v4> AddressOf(const inet_diag_msg& message)
     return boost::asio::ip::make_address_v4(boost::asio::ip::v4_mapped, address);
 }
 
-/// Adds the socket that the message describes if it is on the port, is not connected and receives
-/// IPv4.
+/// Adds the socket that the message describes, if ReadUdpSockets is to return it.
 void AddSocket(nlmsghdr* header, std::uint16_t port, std::vector<UdpSocket>& sockets)
 {
     std::array<nlattr*, INET_DIAG_MAX + 1> attributes{};
@@ -70,8 +69,8 @@ int Score(const UdpSocket& socket)
 
 } // namespace
 
-// The socket bound last comes first: the kernel adds a socket to the head of its port's list when
-// it is bound, and dumps the list from the head.
+// In reverse order of binding: bind(2) puts a socket at the head of its port's list, which the
+// kernel dumps from the head.
 std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
 {
     std::vector<UdpSocket> sockets;
@@ -88,7 +87,7 @@ std::vector<UdpSocket> ReadUdpSockets(std::uint16_t port)
             error = AskKernel(NETLINK_SOCK_DIAG, request.get(),
                               [&](nlmsghdr* header) { AddSocket(header, port, sockets); });
         }
-        // A kernel without IPv6 returns an error for AF_INET6: there are no such sockets then.
+        // A kernel without IPv6 has no such sockets and returns an error for AF_INET6.
         if (error < 0 && family == AF_INET)
             throw std::runtime_error(Compose("cannot list the UDP sockets: ", nl_geterror(error)));
     }
