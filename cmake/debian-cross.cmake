@@ -1,7 +1,7 @@
 # Toolchain file: builds for the Debian architecture that the environment variable DEB_HOST_ARCH
-# names ("arm64"; dpkg-architecture(1)). Uses Debian's cross compiler and that architecture's
-# libraries. If DEB_HOST_ARCH is set, scripts/dependencies installs both. For the libraries, apt
-# must know the architecture (`dpkg --add-architecture arm64`).
+# names ("arm64"; dpkg-architecture(1)). If it is set, scripts/dependencies installs the cross
+# compiler and the libraries. For the libraries, apt must know the architecture
+# (`dpkg --add-architecture arm64`).
 #
 #   DEB_HOST_ARCH=arm64 CMAKE_TOOLCHAIN_FILE=$PWD/cmake/debian-cross.cmake scripts/build release
 
@@ -21,9 +21,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${DEB_HOST_GNU_CPU})
 set(CMAKE_C_COMPILER ${DEB_HOST_GNU_TYPE}-gcc)
 set(CMAKE_CXX_COMPILER ${DEB_HOST_GNU_TYPE}-g++)
-# The folders in which CMake and pkg-config look for the architecture's libraries, and the folder in
-# which ours are installed. Headers and CMake packages that do not depend on the architecture are
-# those of the system that builds.
+# Where CMake and pkg-config look for the architecture's libraries, and where ours are installed.
+# Architecture-independent headers and CMake packages are those of the system that builds.
 set(CMAKE_LIBRARY_ARCHITECTURE ${DEB_HOST_MULTIARCH})
 set(CMAKE_INSTALL_LIBDIR lib/${DEB_HOST_MULTIARCH})
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${DEB_HOST_MULTIARCH}/pkgconfig:/usr/share/pkgconfig)

@@ -1,6 +1,6 @@
-# Defines what `cmake --install` installs and where, and makes two Debian packages of it: pelorin
-# (component "runtime") is for the machine of a recorder or a client, pelorin-dev (component "dev")
-# for the developers of servers.
+# Defines what `cmake --install` installs, and two Debian packages of it: pelorin (component
+# "runtime") for the machine of a recorder or a client, pelorin-dev (component "dev") for the
+# developers of servers.
 include(GNUInstallDirs)
 
 set(tools pelorin-doctor pelorin-host pelorin-probe)
@@ -13,8 +13,8 @@ function(pelorin_compress name input)
 endfunction()
 
 # pelorin_install_documents(COMPONENT PACKAGE PAGE): installs the changelog, the copyright and a
-# page of docs/. In the page, links to other files become plain text, because their relative paths
-# are wrong in the installed folders.
+# page of docs/. In the page, links to other files become plain text: their relative paths are wrong
+# once installed.
 function(pelorin_install_documents component package page)
   set(source ${PROJECT_SOURCE_DIR}/docs/${page})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
@@ -58,15 +58,15 @@ install(FILES examples/host.c examples/host.py
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pelorin-dev/examples COMPONENT dev)
 pelorin_install_documents(dev pelorin-dev host-interface.md)
 
-# The version of the packages is that of the first entry in package/changelog. It must be the
-# version with which the plug-in registers at the host; scripts/test-package checks that.
+# The packages' version, from the first entry of package/changelog, must be the version with which
+# the plug-in registers at the host; scripts/test-package checks that.
 file(STRINGS package/changelog headline LIMIT_COUNT 1)
 string(REGEX MATCH "[0-9.]+" CPACK_PACKAGE_VERSION "${headline}")
 configure_file(package/pelorin.pc.in pelorin.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pelorin.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-# Builds everything that the packages contain. The other targets are for tests and measurements.
+# Builds only what the packages contain.
 add_custom_target(pelorin_packaged DEPENDS pelorin ${tools} pelorin_documents)
 
 set(CPACK_GENERATOR DEB)
@@ -79,8 +79,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# Empty: by default CPack puts the project's description before that of each package, but the
-# descriptions below already begin with a summary.
+# Empty: otherwise CPack puts the project's description before those below, which already begin with
+# a summary.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME pelorin)

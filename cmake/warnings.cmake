@@ -1,5 +1,5 @@
-# The warnings for all targets with code of our own. All are errors: among tolerated warnings a new
-# one goes unnoticed.
+# For all targets with code of our own. All warnings are errors: among tolerated ones a new one goes
+# unnoticed.
 add_library(pelorin_warnings INTERFACE)
 target_compile_options(pelorin_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
