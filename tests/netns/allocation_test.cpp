@@ -20,15 +20,15 @@ using kx::tools::CPluginLibrary;
 
 namespace {
 
-/// What a thread is used for. The I/O thread, the only one that the plug-in creates, remains kIo;
-/// the threads of the test change their `current`. The main thread is kDocument while it hands over
-/// a document, otherwise kTest. Allocations of kTest never fail.
+/// What a thread is used for. The I/O thread, the only one that the plug-in creates, remains kIo.
+/// The main thread is kDocument while it hands over a document, otherwise kTest. Allocations of
+/// kTest never fail.
 enum class Thread { kIo, kLent, kDocument, kTest };
 thread_local Thread current = Thread::kIo;
 thread_local bool inCallback = false;
 
 Thread failing = Thread::kTest;
-/// Each allocation of the thread `failing`, except in the host's callback, decrements it. The
+/// Decremented by each allocation of the thread `failing` outside the host's callback. The
 /// allocation that makes it 0 fails.
 std::atomic<int> countdown{0};
 std::atomic<bool> failed{false};
@@ -106,8 +106,8 @@ int Live(Thread thread, int number)
         return EXIT_FAILURE;
     Network::Run("ip link set lo up");
     Socket prober("lo", "127.0.0.1", 0);
-    // Never closed. After a run that threw, the plug-in's context is not freed, and only a variable
-    // in the library points to it. If the library were closed, LeakSanitizer would report a leak.
+    // Never closed: after a run that threw, only a variable in the library points to the plug-in's
+    // context. Without the library, LeakSanitizer would report a leak.
     static const CPluginLibrary& plugin = *new CPluginLibrary(PELORIN_LIBRARY);
     plugin.Load(&CountMessages);
 

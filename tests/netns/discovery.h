@@ -23,7 +23,7 @@ inline std::ptrdiff_t Entries(const char* directory)
     return std::distance(directory_iterator(directory), directory_iterator());
 }
 
-/// A fake host whose plug-in waits for documents, in the recorder's namespace, and sockets in the
+/// A fake host in the recorder's namespace, whose plug-in waits for documents, and sockets in the
 /// prober's. `group` and `group1` receive what the recorder sends to the multicast group on cam0
 /// and cam1; `prober` and `prober1` send Probes to these adapters and receive the answers.
 class Discovery : public testing::Test {

@@ -38,8 +38,7 @@ TEST_F(Discovery, AnnouncesAnswersAndWithdrawsOnEveryAdapter)
         EXPECT_EQ(Text(answer->text, "wsa:Address"), address);
         EXPECT_EQ(Text(answer->text, "wsd:XAddrs"), "ktzkx://10.7.0.1:80");
     }
-    // The plug-in reads at most 4096 bytes of a datagram. A longer one loses the end of its Probe
-    // and is not answered.
+    // The plug-in reads at most 4096 bytes of a datagram.
     const std::string probe = Probe("urn:uuid:2");
     prober1->Send(std::string(4096 - probe.size(), '\n') + probe, "10.8.0.1");
     const auto answer1 = prober1->Receive(2s);
@@ -104,10 +103,9 @@ TEST_F(Discovery, WatchdogRejoinsTwiceAfterARestartThatHearsNothing)
 
 TEST_F(Discovery, ForeignProbeKeepsTheWatchdogQuietButAByeDoesNot)
 {
-    // With this rule the endpoints receive what the prober sends, but not their own Hellos.
+    // The endpoints must not receive their own Hellos.
     Network::Drop("input", "ip saddr { 10.7.0.1, 10.8.0.1 }");
-    // cam1 is first: if its watchdog expired by mistake, it would do so before that of cam0, for
-    // which the test waits.
+    // cam1 is first: its watchdog, if not kept quiet, would expire before that of cam0.
     Send({kCam1, kCam0});
     ASSERT_TRUE(group->Receive(2s) && group1->Receive(2s));
     std::string other = Probe("urn:uuid:1", "x:Other");
@@ -221,8 +219,8 @@ TEST_F(Discovery, NothingIsSentAfterTheBye)
 }
 
 // cam0 sends only 64 bits a second, so the answers fill the socket's send buffer, and the Bye
-// blocks. The plug-in reads no Probe while an answer is blocked: a Probe that is not answered shows
-// that the buffer is full.
+// blocks. The buffer is full when a Probe is not answered: the plug-in reads none while an answer
+// is blocked.
 TEST_F(Discovery, StopWhileTheByeIsBlockedIsBounded)
 {
     Send({kCam1, kCam0});

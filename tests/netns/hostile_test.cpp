@@ -24,8 +24,8 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends the group a datagram with a forged source, by the recorder's adapter cam0. The recorder, a
-/// member, receives a copy. The kernel would replace the source 0.0.0.0 (raw(7)).
+/// Sends the group a datagram with a forged source, by cam0. The recorder, a member, receives a
+/// copy. A source 0.0.0.0 cannot be forged: the kernel replaces it (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {
@@ -54,8 +54,7 @@ void SendAs(const std::string& source, std::uint16_t port, const std::string& te
     close(raw);
 }
 
-/// Returns how many UDP datagrams programs in the recorder's namespace have read so far
-/// (InDatagrams).
+/// Returns how many UDP datagrams have been read so far in the recorder's namespace (InDatagrams).
 int DatagramsRead()
 {
     std::ifstream file("/proc/self/net/snmp");
@@ -77,9 +76,9 @@ std::optional<Datagram> Ask(Socket& prober, const std::string& probe)
     return answer;
 }
 
-// docs/operations.md (A hostile network) states some of these numbers too: the lengths of the first
-// two Probes in floods.txt and of their answers, how many times longer an answer can be than its
-// Probe, how many records an answered Probe causes, and the maximum length of a record.
+// docs/operations.md (A hostile network) repeats some of these numbers: the lengths of the first
+// two Probes in floods.txt and of their answers, the largest factor between them (9), the records
+// for each answered Probe (2), and the maximum length of a record.
 TEST_F(Discovery, FloodsDoNotStopAnswersOrGrowMemoryOrLog)
 {
     std::atomic<int> records{0}, answers{0};
@@ -219,8 +218,8 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         EXPECT_LE(answers, most);
         EXPECT_EQ(Count("level=\"75\""), 0U);
     }
-    // Most of the sources above do not exist. Answers to them stay in the plug-in's send buffer
-    // until the kernel gives up resolving the addresses, and may delay the next answer.
+    // Answers to sources that do not exist stay in the plug-in's send buffer until the kernel gives
+    // up resolving the addresses, and may delay the next answer.
     network.AsProber([] { Network::Run("nft flush ruleset"); });
     while (prober->Receive(0ms)) {
     }

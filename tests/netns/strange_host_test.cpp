@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 namespace {
 
 /// Stack size of the threads that the test and the plug-in create. pelorin/plugin.h promises that
-/// 128 KiB are enough for the plug-in. The plug-in needs most stack for a message whose elements
-/// are nested as deeply as tinyxml2 accepts.
+/// 128 KiB are enough. The plug-in needs most for the most deeply nested message that tinyxml2
+/// accepts.
 #ifdef __SANITIZE_THREAD__ // ThreadSanitizer uses much of each stack itself
 constexpr std::size_t kSmallStack = 4U << 20;
 #else
@@ -100,8 +100,8 @@ TEST_F(StrangeHost, GroupsDigitsGivesSmallStacksAndInterrupts)
     EXPECT_GT(interruptions, 20);
 }
 
-// Not in a build with AddressSanitizer: that build has UndefinedBehaviorSanitizer too, which opens
-// pipes and so needs free descriptors.
+// Not with AddressSanitizer: that build has UndefinedBehaviorSanitizer too, which needs free
+// descriptors for pipes.
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(StrangeHost, HasNoDescriptorsLeftAndThenManyTaken)
 {

@@ -22,17 +22,15 @@ using asio::ip::udp;
 
 namespace {
 
-/// A target's answer to each message that arrives by `way` and contains `text`. The way is "group"
-/// for messages to the group and "direct" for messages to 127.0.0.1. A number behind it, as in
-/// "group6", stands for one message: the sixth to the group.
+/// A target's answer to each message that arrives by `way` and contains `text`. The way is "group",
+/// "direct" (messages to 127.0.0.1) or, as in "group6", only the sixth message to the group.
 struct Reaction {
     std::string way;
     std::string text;
     std::string answer;
 };
 
-/// Targets on loopback that answer messages to the group or to 127.0.0.1. They run on a thread of
-/// their own from the constructor to the destructor.
+/// Targets on loopback. They run on a thread of their own from the constructor to the destructor.
 class Targets {
 public:
     explicit Targets(std::vector<Reaction> given) : reactions(std::move(given))
@@ -109,8 +107,8 @@ std::string RunProbe(const std::string& arguments)
     return output + "status " + std::to_string(WEXITSTATUS(status));
 }
 
-/// Returns the output on one line, with the parts that differ from run to run replaced. In the
-/// table, a round trip of a second or more is not replaced, so that the test fails.
+/// Returns the output on one line, with the parts that differ from run to run replaced. In
+/// pelorin-probe's table, a round trip of a second or more remains, so that the test fails.
 std::string Plain(std::string output)
 {
     for (const auto& [pattern, replacement] :

@@ -16,7 +16,7 @@ const std::string kMissing = "10.9.0.1 cam9 m";
 /// so at least the quickest of several stops has to take less.
 constexpr double kByeBound = 0.49;
 /// Longest time, in seconds, that a stop may take on a busy machine. Less than eight times
-/// kByeBound: with eight endpoints, a stop that waits kByeBound for each is too slow.
+/// kByeBound: a stop that waits for the Byes of eight endpoints in turn is too slow.
 constexpr double kNoise = 2;
 
 /// The moment at which a stop begins.
@@ -34,9 +34,9 @@ struct Moment {
 constexpr char kEachBriefly[] = "";
 constexpr char kAtTheMoment[] = "+";
 constexpr char kNowhere[] = "nowhere"; // in no record
-/// Where the host's callback blocks in a round: in the first record with this text. Exceptions:
-/// with kEachBriefly the callback blocks briefly in every record, with kAtTheMoment in the record
-/// that the stop follows (see Moment), and with kNowhere never.
+/// Where the host's callback blocks in a round: at the first record with this text. Exceptions:
+/// kEachBriefly, briefly at every record; kAtTheMoment, at the record that the stop follows (see
+/// Moment); kNowhere, never.
 const char* const kHolds[] = {kNowhere,      kEachBriefly,  kAtTheMoment, "Restarting",
                               "Probe urn",   "Retrying on", "Sending",    "Stopping discovery",
                               "Sending Bye", kAtTheMoment,  "all socket", "thread exiting"};
@@ -52,8 +52,8 @@ protected:
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
     /// Runs the plug-in from Load to Unload and stops it at the moment that GetParam() describes.
-    /// About half of the rounds call Close once before that: in the callback, for the record that
-    /// triggers the stop, or, if the Moment names no record, before the run.
+    /// About half of the rounds call Close before that: in the callback, at the record that the
+    /// stop follows, or, if the Moment names no record, before the run.
     ///
     /// @param hold  one of kHolds
     /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback
@@ -139,8 +139,8 @@ double Teardown::Round(const std::string& hold)
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// Whenever the stop comes, IOCTL code 1 returns soon after the last call of the callback has
-// returned, with one Bye per endpoint. No descriptor and no thread is left.
+// Whenever the stop comes, IOCTL code 1 returns soon after the last call of the callback, with one
+// Bye per endpoint. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();
