@@ -29,8 +29,8 @@ using log::Report;
 
 namespace {
 
-// Seconds of back-off before a restart: 3, 6, 12, ... 192, 384, and 384 from then on. The delay
-// doubles only while it is at most kRetryDoublingBound.
+// Seconds of back-off before a restart: 3, 6, 12, ... 192, 384, and 384 from then on. A delay of at
+// most kRetryDoublingBound is doubled.
 constexpr std::int32_t kFirstRetryDelay = 3;
 constexpr std::int32_t kRetryDoublingBound = 299;
 

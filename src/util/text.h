@@ -42,7 +42,7 @@ void AppendPlain(std::string& text, const Piece& piece)
 /// Joins its arguments into one text, each printed as std::ostream does in the classic locale. With
 /// the global locale, which the host may have set, port 22609 could become 22,609.
 ///
-/// Uses no stream if IsPlain is true for all arguments: constructing it would take longer than the
+/// Uses no stream if IsPlain is true for all arguments: constructing one would take longer than the
 /// rest of the work.
 ///
 /// Thread-safe.

@@ -49,8 +49,8 @@ void ReadFully(int device, GUID& guid)
 
 std::int32_t CoCreateGuid(GUID* guid)
 {
-    // Deliberate: if the random device cannot be opened or read, these two calls end the process.
-    // With identifiers that are not random, clients could not tell recorders apart.
+    // Deliberate: these two calls end the process if they fail. With identifiers that are not
+    // random, clients could not tell recorders apart.
     const int device = OpenRandomDevice();
     ReadFully(device, *guid);
     if (close(device) != 0)

@@ -9,7 +9,7 @@ namespace kx {
 /// A 128-bit random identifier. FormatGuidText prints the first three fields as integers, so on a
 /// little-endian machine the text shows the bytes of each in reverse order.
 ///
-/// Per field: its offset in bytes, and the groups of the text that show it.
+/// Per field: its offset in bytes, and its groups in the text.
 struct GUID {
     std::uint32_t Data1;   //  0  first group, 8 digits
     std::uint16_t Data2;   //  4  second group, 4 digits
