@@ -36,7 +36,10 @@ struct IgnoredCounts {
 /// receives the answers. When watching the group, it also receives announcements (Hello and Bye).
 ///
 /// Create it with std::make_shared: the handler of its timer shares its ownership, so that it may
-/// be released while the I/O service runs. Threads: the one that runs the I/O service.
+/// be released while the I/O service runs.
+///
+/// If receiving, repeating a Probe or sending a Resolve fails, the run of the I/O service throws an
+/// AdapterError; the service may be run again. Threads: the one that runs the I/O service.
 class CProber : public std::enable_shared_from_this<CProber> {
 public:
     /// Called for each device in each answer to our messages and in each announcement, repetitions
@@ -55,14 +58,12 @@ public:
     CProber(const CProber&) = delete;
     CProber& operator=(const CProber&) = delete;
 
-    /// Starts receiving. If receiving fails later, the run of the I/O service throws an
-    /// AdapterError; the service may be run again.
+    /// Starts receiving.
     void Start();
 
     /// Sends new Probes. The previous ones are no longer repeated, and their answers are ignored.
     ///
-    /// Errors: AdapterError; the Probes are then not repeated. If a later repetition or a Resolve
-    /// fails, the run of the I/O service throws the AdapterError; the service may be run again.
+    /// Errors: AdapterError; the Probes are then not repeated.
     void Ask(const std::vector<ClientMessage>& probes, const ProbeSchedule& schedule);
 
     /// Stops receiving and sending.

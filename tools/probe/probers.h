@@ -19,9 +19,8 @@ namespace kx::tools {
 /// Owns the probers: without --to one for each adapter; with --to one for each host; with --to and
 /// --adapter one for each host on each named adapter.
 ///
-/// When watching, it follows the adapters (see Follow). If an adapter is created again or gets
-/// another address, its probers are replaced, because their sockets are tied to the old device and
-/// address.
+/// When watching, it follows the adapters (see Follow). It replaces the probers of an adapter that
+/// is created again or gets another address: their sockets are tied to the old device and address.
 ///
 /// If an adapter cannot be used, the others continue. The user is told once, and again only if a
 /// Probe could be sent on it in the meantime. When watching, each Ask tries again to send, and each

@@ -24,16 +24,16 @@ BEGIN {
     # Allowed growth in bytes: the minimum of the last quarter of the samples minus the minimum of
     # the second quarter. After lives ("Gone") the heap differs by a few texts only; within a life
     # ("Running") it depends on the number of adapters. Resident memory may grow more, because the
-    # allocator does not always return the memory of a huge document to the system.
+    # allocator may keep the memory of a huge document.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
 }
 
-# The next two rules convert the time of day in each line to seconds that continue to grow after
-# midnight. A step back by more than half a day (43200 s) means midnight; a smaller one, two lines
-# in the wrong order. Each file sets `now` back to `start`, the time of the very first line, because
-# all files begin at about the same time.
+# The next two rules convert times of day to seconds that continue to grow after midnight. A step
+# back by more than half a day (43200 s) means midnight; a smaller one, two lines in the wrong order.
+# Each file begins with `now` at `start`, the time of the very first line, because all files begin
+# at about the same time.
 FNR == 1 {
     ++file
     now = start
