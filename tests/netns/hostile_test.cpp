@@ -24,8 +24,8 @@ std::ptrdiff_t Resident()
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// Sends the group a datagram with a forged source, by cam0. The recorder, a member, receives a
-/// copy. A source 0.0.0.0 cannot be forged: the kernel replaces it (raw(7)).
+/// Sends the group a datagram with a forged source, through cam0. The recorder, a member,
+/// receives a copy. A source 0.0.0.0 cannot be forged: the kernel replaces it (raw(7)).
 void SendAs(const std::string& source, std::uint16_t port, const std::string& text)
 {
     struct Packet {
