@@ -31,9 +31,9 @@ BEGIN {
 }
 
 # The next two rules convert times of day to seconds that continue to grow after midnight. A step
-# back by more than half a day (43200 s) means midnight; a smaller one, two lines in the wrong order.
-# Each file begins with `now` at `start`, the time of the very first line, because all files begin
-# at about the same time.
+# back by more than half a day (43200 s) means midnight; a smaller one, two lines in wrong order.
+# Each file sets `now` back to `start`, the time of the very first line, because all files begin at
+# about the same time.
 FNR == 1 {
     ++file
     now = start
