@@ -1,6 +1,5 @@
-// A server that sends the same canned answer as floor.cpp, but through Boost.Asio: with
-// asynchronous calls on a single thread, as the plug-in does. The difference between the two
-// servers' costs is what Boost.Asio costs.
+// A server like floor.cpp, but with asynchronous calls of Boost.Asio, as the plug-in uses them. The
+// difference between the two servers' costs is the cost of Boost.Asio.
 
 #include "canned_answer.h"
 #include "discovery_group.h"

@@ -10,8 +10,7 @@
 
 namespace kx::benchmarks {
 
-/// Returns the description of an imaginary recorder. Its texts, and so the messages built from
-/// them, are as long as those of a real recorder.
+/// Returns the description of an imaginary recorder. Its texts are as long as a real recorder's.
 inline EndpointDescription MakeDescription()
 {
     EndpointDescription description;
@@ -34,8 +33,7 @@ public:
 
     /// Returns the answer to a Probe. The next call changes the text.
     ///
-    /// @param probe  a Probe whose identifier is "urn:uuid:" and a UUID, as pelorin-load sends it;
-    ///               for any other Probe, the text does not change
+    /// @param probe  a Probe whose identifier is "urn:uuid:" and a UUID, as pelorin-load sends it
     const std::string& To(std::string_view probe)
     {
         constexpr std::size_t size = sizeof(kStart) + kUuidTextSize - 2 * sizeof('\0');

@@ -5,14 +5,12 @@
 # shellcheck source=../scripts/network.sh
 . "$(dirname "${BASH_SOURCE[0]}")/../scripts/network.sh"
 
-# The processor cores of the servers and of the load generator. On the same core they would take
-# time from each other.
+# Servers and load generator run on separate cores, so that they take no time from each other.
 readonly server_core=0 load_core=1
 
 # Sample BENCHMARK REPEAT SUBJECT CASE FIGURE VALUE: appends a measured value to samples.csv, for
-# summary.awk. SUBJECT is a server or a number of adapters. CASE is the name of the load, "memory"
-# for resident memory in benchmarks/answering, and always "adapters" in benchmarks/scaling. FIGURE
-# says what VALUE is and in which unit ("cpu_us").
+# summary.awk. SUBJECT is a server or a number of adapters. CASE is the name of the load or
+# "memory", in benchmarks/scaling always "adapters". FIGURE names VALUE and its unit ("cpu_us").
 Sample()
 {
     local IFS=,
@@ -20,8 +18,7 @@ Sample()
 }
 
 # AwaitAdapters COUNT: waits until COUNT veth adapters in $namespace are in the state UP, which they
-# reach a moment after both ends of the pair are set up. Before that, bench-host would call them not
-# connected, and the plug-in would not use them.
+# reach a moment after both ends are set up. The plug-in would not use an adapter that is not UP.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do
@@ -56,8 +53,8 @@ AwaitLine()
 }
 
 # CpuTime PROCESS: prints the processor time that the threads of the process have used so far, in
-# ns. Reads schedstat, because utime and stime of /proc/PROCESS/stat (proc(5)) only count clock
-# ticks, usually of 10 ms.
+# ns. Reads schedstat: utime and stime of /proc/PROCESS/stat (proc(5)) count clock ticks, usually of
+# 10 ms.
 CpuTime() { cat "/proc/$1"/task/*/schedstat | awk '{ sum += $1 } END { printf "%.0f", sum }'; }
 
 # Load ADDRESS ARGUMENT...: runs pelorin-load on the load generator's core, with ADDRESS as the
@@ -67,9 +64,8 @@ Load() { taskset --cpu-list "$load_core" "$build/pelorin-load" --to "$@"; }
 # ResidentMemory PROCESS: prints the resident memory of the process in KiB.
 ResidentMemory() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
-# CountCalls PROCESS FILE COMMAND...: runs the command and counts the system calls that the threads
-# of the process make meanwhile. Writes a line to FILE for each kind of system call: its count and
-# its name.
+# CountCalls PROCESS FILE COMMAND...: runs the command and counts the system calls that the process
+# makes meanwhile. Writes a line for each kind of system call to FILE: its count and its name.
 CountCalls()
 {
     local process=$1 file=$2 tracer

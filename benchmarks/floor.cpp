@@ -1,6 +1,6 @@
-// A server that answers with as little work as possible, to compare the plug-in with. A single
-// thread receives and sends with blocking calls. It reads only the identifier of a Probe and sends
-// a canned answer with it. With the argument "drop" it never answers.
+// A server that answers with as little work as possible, to compare the plug-in with: blocking
+// calls on a single thread, and a canned answer into which only the identifier of a Probe is
+// copied. With the argument "drop" it never answers.
 
 #include "canned_answer.h"
 #include "discovery_group.h"

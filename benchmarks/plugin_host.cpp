@@ -1,9 +1,8 @@
 // Runs the plug-in on all adapters with an IPv4 address except loopback. Prints how long the start
-// took, waits for SIGTERM, stops the plug-in and prints how long the stop took. Does not print the
-// plug-in's log records.
+// took, waits for SIGTERM, stops the plug-in and prints how long the stop took.
 //
-// pelorin-host repeats its current document, and each document wakes a thread of the plug-in. This
-// program hands over each document once, so that the plug-in's threads stay idle between Probes.
+// Unlike pelorin-host, hands over each document only once: a repeated one would wake a thread of
+// the plug-in, which must stay idle between Probes.
 
 #include "adapter.h"
 #include "document_source.h"
@@ -34,9 +33,8 @@ std::atomic<unsigned> stops{0};
 std::atomic<std::size_t> missingHellos{0};
 std::promise<steady_clock::time_point> lastHello;
 
-/// Receives the plug-in's records, on several threads. Does nothing after the last Hello: from then
-/// on this process's processor time is measured as the plug-in's, and this callback would add to
-/// it.
+/// Receives the plug-in's records, on several threads. Does nothing after the last Hello, because
+/// this process's processor time then counts as the plug-in's.
 void OnRecord(const PelorinHostRequest* request, PelorinHostReply* /*reply*/)
 {
     if (missingHellos == 0)
@@ -59,11 +57,10 @@ void Measure(const kx::tools::CPluginLibrary& plugin, const std::vector<Adapter>
     plugin.Load(OnRecord);
     kx::tools::CPluginRun run(plugin);
 
-    // If a document arrives while the plug-in is not waiting for one, the plug-in acts only when
-    // another arrives. The measured document is the last one, so the plug-in must be waiting for
-    // it. Therefore documents without adapters are handed over until the plug-in acts on one. Each
-    // has another port, because the plug-in ignores a document that changes nothing. 100 ms later
-    // the plug-in is waiting again.
+    // The plug-in must be waiting when the measured document arrives: otherwise it would act only
+    // when another document arrives. Therefore documents without adapters are handed over until the
+    // plug-in acts on one. Each has another port, because the plug-in ignores a document that
+    // changes nothing. 100 ms later the plug-in is waiting again.
     missingHellos = adapters.size();
     for (int port = 1; stops == 0; ++port) {
         plugin.Apply(kx::tools::MakeServerDocument(port, {}));

@@ -4,8 +4,8 @@
 #
 # A number in a table is the median over the repeats; in a row "lost" it is the sum over them. In
 # the table "Targets" and in the columns "ratio to ...", the quartiles follow in parentheses if
-# there are several repeats. A ratio is calculated for each repeat before the median is taken: other
-# work of the machine affects both values of a repeat alike, so their ratio hardly changes.
+# there are several repeats. A ratio is calculated for each repeat before the median is taken,
+# because other work of the machine affects both values of a repeat alike.
 
 BEGIN { FS = "," }
 
@@ -68,7 +68,7 @@ function Digits(value) {
 }
 
 # Returns the median and the quartiles of the list as text for a table: only the value if there is
-# one, and a dash if there is none.
+# just one, a dash if there is none.
 function Spread() {
     if (count == 0)
         return "–"
@@ -130,8 +130,8 @@ function PrintTargets() {
 
 function Median() { return count ? Digits(Quantile(0.5)) : "–" }
 
-# Prints the row of one figure under one load: the median of each server, and after that of the
-# plug-in its ratio to the first server. Prints nothing if no server has a value.
+# Prints the row of one figure under one load: the median of each server; after the plug-in's, also
+# the plug-in's ratio to the first server. Prints nothing if no server has a value.
 function PrintAnsweringRow(title, figure, load, servers, servers_count,    row, server, any) {
     row = "| " title " | " (load == "memory" ? "–" : load)
     for (server = 1; server <= servers_count; ++server) {
