@@ -12,15 +12,15 @@ EnterOwnNetwork()
 {
     InOwnNetwork || exec "$(dirname "${BASH_SOURCE[0]}")/own-network" \
         unshare --pid --fork --kill-child --mount-proc "$@"
-    # In the second run the script is the first process of its PID namespace. SIGINT and SIGTERM
-    # end such a process only if it has handlers for them (pid_namespaces(7)).
+    # In the second run, SIGINT and SIGTERM end the script only if it has handlers for them, because
+    # it is the first process of its PID namespace (pid_namespaces(7)).
     trap 'exit 130' INT
     trap 'exit 143' TERM
 }
 
-# MakeNamespace: creates another network namespace and sets $namespace to the ID of a process in it,
-# by which nsenter(1) and ip(8) find the namespace. The process keeps the namespace in existence; it
-# ends with the second run of EnterOwnNetwork.
+# MakeNamespace: creates another network namespace, which exists until the second run of
+# EnterOwnNetwork ends. Sets $namespace to the ID of a process in it, by which nsenter(1) and ip(8)
+# find the namespace.
 MakeNamespace()
 {
     local own there
