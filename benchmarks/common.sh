@@ -18,7 +18,8 @@ Sample()
 }
 
 # AwaitAdapters COUNT: waits until COUNT veth adapters in $namespace are in the state UP, which they
-# reach a moment after both ends are set up. The plug-in would not use an adapter that is not UP.
+# reach a moment after both ends are set up. bench-host hands over others as not connected, and the
+# plug-in does not use them.
 AwaitAdapters()
 {
     until (($(In "$namespace" ip -brief link show type veth | grep -c ' UP ') == $1)); do

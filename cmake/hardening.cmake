@@ -23,8 +23,8 @@ if(NOT PELORIN_SANITIZE)
     endif()
   endforeach()
 
-  # _FORTIFY_SOURCE works only in an optimised build. Older compilers and C libraries do not support
-  # its level 3.
+  # _FORTIFY_SOURCE, the C library's checks of buffer sizes, works only in an optimised build. Older
+  # compilers and C libraries do not support its level 3.
   set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
   check_cxx_source_compiles("#include <cstdio>\nint main() {}" HAS_FORTIFY_3)
   unset(CMAKE_REQUIRED_FLAGS)

@@ -92,10 +92,10 @@ extern "C" {
 // are not empty.
 //
 // An adapter whose IPAddress is 0.0.0.0 is not served, but a change of its entry restarts discovery
-// on all adapters. In the second entry below, Handle is the interface index of eth0. If eth0 is
-// deleted and created again with the same addresses, only this index changes. Without the restart,
-// the plug-in's socket would stay bound to the deleted device and receive nothing. MACAddress is
-// "-", because it must not be empty.
+// on all adapters. A host needs such an entry, like the second one below: its Handle is the
+// interface index of eth0. If eth0 is deleted and created again with the same addresses, only this
+// index changes. Without the restart, the plug-in's socket would stay bound to the deleted device
+// and receive nothing. MACAddress is "-", because it must not be empty.
 //
 //     <Qorm Delta="0">
 //         <Servers>
@@ -303,8 +303,8 @@ typedef uint64_t (*PelorinOpen)(const void* request, PelorinOpenReply* reply);
 /// objects that the run uses.
 ///
 /// Errors: throws boost::thread_resource_error if it cannot create the I/O service or the I/O
-/// thread, and std::bad_alloc. The host may then call it again; Unload will not return until a run
-/// has returned without an exception.
+/// thread, and std::bad_alloc. The host may then call it again, and Unload does not return until a
+/// run has returned without an exception.
 ///
 /// [lent-thread]
 ///

@@ -94,10 +94,10 @@ void CDiscoveryManager::StopAll()
     while (std::any_of(endpoints.begin(), endpoints.end(),
                        [](const auto& endpoint) { return endpoint->Busy(); }));
 
-    // An endpoint's last handler may still be running: handlers first decrement the counts that
-    // Busy() reads, then do their work. The handler posted here runs after the last one and keeps
-    // the endpoints alive until then. Copied, not moved: if post threw std::bad_alloc, moved
-    // endpoints would be destroyed while in use.
+    // An endpoint's last handler may still be running: completion handlers first decrement the
+    // counts that Busy() reads, then do their work. The handler posted here runs after the last one
+    // and keeps the endpoints alive until then. Copied, not moved: if post threw std::bad_alloc,
+    // moved endpoints would be destroyed while in use.
     boost::asio::post(*ioService, [released = endpoints] {});
     endpoints.clear();
 }

@@ -36,10 +36,11 @@ inline constexpr auto kMaxStopWait = 49 * kPollInterval;
 ///     back-off --retry timer--> Restart
 ///     any --StopOperations(true)--> stopped for good
 ///
-/// Threads: the manager's thread runs the constructor, the first Restart and StopOperations(true);
-/// everything else runs on the I/O thread. The first Restart hands the start of all operations to
-/// the I/O thread or, if the socket cannot be set up, starts the retry timer. Of the fields that
-/// change, the two threads share only the atomic ones from then on.
+/// Threads: the manager's thread runs the constructor, the first Restart, StopOperations(true) and
+/// Busy; the destructor may run on any thread; everything else runs on the I/O thread. The first
+/// Restart hands the start of all operations to the I/O thread or, if the socket cannot be set up,
+/// starts the retry timer. Of the fields that change, the two threads share only the atomic ones
+/// from then on.
 ///
 /// Teardown: StopOperations(true) sets `stopping` and `closing`, then posts the teardown to the I/O
 /// thread. A handler that checked the flags before they were set can still open a socket or start a

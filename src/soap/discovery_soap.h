@@ -14,7 +14,7 @@ namespace kx {
 /// Builds and reads the messages of a recorder, which is a WS-Discovery target (WS-Discovery (April
 /// 2005), SOAP 1.2). Neither logs nor uses a socket.
 ///
-/// CDiscoveryManager owns the plug-in's only object, which all endpoints share. Thread-safe,
+/// CDiscoveryManager owns the plug-in's only instance, which all endpoints share. Thread-safe,
 /// because `types` does not change after the first endpoint has started.
 class CDiscoverySoap {
 public:

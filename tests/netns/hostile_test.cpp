@@ -219,7 +219,7 @@ TEST_F(Discovery, FirewallLetsClientsInAndNoFlood)
         EXPECT_EQ(Count("level=\"75\""), 0U);
     }
     // Answers to sources that do not exist stay in the plug-in's send buffer until the kernel gives
-    // up resolving the addresses, and may delay the next answer.
+    // up resolving the addresses. The next answer may have to wait, so Ask repeats the Probe.
     network.AsProber([] { Network::Run("nft flush ruleset"); });
     while (prober->Receive(0ms)) {
     }

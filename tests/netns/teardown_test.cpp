@@ -139,8 +139,8 @@ double Teardown::Round(const std::string& hold)
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// Whenever the stop comes, IOCTL code 1 returns soon after the last call of the callback, with one
-// Bye per endpoint. No descriptor and no thread is left.
+// Whenever the stop comes, IOCTL code 1 returns soon after the callback's last call has returned,
+// with one Bye per endpoint. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();

@@ -36,8 +36,8 @@ struct RecordBytes {
     alignas(8) std::array<std::uint8_t, 256> bytes;
 };
 
-/// One call of the host's callback. The records are copied when the call begins; `time` is taken
-/// after onRecord has returned.
+/// One call of the host's callback. Both records are as the plug-in passed them; `time` is taken
+/// after FakeHost::onRecord has returned.
 struct HostCall {
     RecordBytes request; ///< the record in the first 224 bytes, 0xAA after it
     RecordBytes reply;   ///< the record in the first 12 bytes, 0xAA after it

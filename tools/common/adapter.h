@@ -9,7 +9,7 @@ namespace kx::tools {
 struct Adapter {
     std::string name; ///< network device name
     /// Interface index. A device that is created again under its name usually has another one, and
-    /// needs new sockets: group memberships end with the deleted device.
+    /// needs new sockets: the old ones are tied to the deleted device.
     int index;
     std::string ipAddress;  ///< first IPv4 address; empty without one
     std::string macAddress; ///< as "aa:bb:cc:dd:ee:ff"; all zeros without one

@@ -8,8 +8,8 @@
 
 namespace kx::tools {
 
-/// The adapters that further checks can use, and the findings about all. An adapter with the
-/// finding `no-multicast` is usable, because it carries direct Probes.
+/// The adapters that further checks can use, and the findings about all that were checked. An
+/// adapter with the finding `no-multicast` is usable, because it carries direct Probes.
 struct CheckedAdapters {
     std::vector<Adapter> usable;
     Findings findings;

@@ -33,7 +33,7 @@ struct ClientObservation {
     /// adapter is not examined, the first.
     std::string target;
     std::string sendError; ///< why the Probe to the group was not sent; empty if it was
-    /// Why the direct Probe to an address was not sent, by address; empty if it was.
+    /// For each address asked directly: why the Probe was not sent; empty if it was.
     std::map<std::string, std::string> directErrors;
     /// Datagrams that reverse-path filtering dropped during the examination, on all adapters.
     std::uint64_t reversePathDropCount = 0;

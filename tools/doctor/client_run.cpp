@@ -39,7 +39,7 @@ namespace {
 constexpr int kSocketBufferSize = 1024 * 1024;
 
 /// Time to wait for answers after the first Probe to the group, and again after the first direct
-/// Probes of each round.
+/// Probes of each round (see AskDirectly).
 constexpr std::chrono::seconds kAnswerTime{2};
 
 /// Time after which Probes for recorders, except answered direct ones, are sent again: a datagram

@@ -9,7 +9,7 @@ namespace kx::tools {
 
 /// Looks for recorders as a client does and examines the answers. Takes 2 s for the group, up to
 /// 2 s for direct Probes, and up to 2 s more if answers that arrive during the direct Probes make
-/// further addresses known. Shows the remaining time on standard error if that is a terminal.
+/// further addresses known. Shows each step's remaining time on standard error if it is a terminal.
 ///
 /// @param names   see CheckAdapters
 /// @param target  IPv4 address of a recorder that is also asked directly; may be empty

@@ -17,7 +17,7 @@ namespace kx::tools {
 std::map<std::string, int> ReadGroupMembers(const boost::asio::ip::address_v4& group);
 
 /// Reads how many datagrams reverse-path filtering has dropped so far on all adapters: TcpExt
-/// IPReversePathFilter of /proc/net/netstat.
+/// IPReversePathFilter of /proc/net/netstat. What a firewall drops does not count.
 std::uint64_t ReadReversePathDrops();
 
 /// Asks the kernel over rtnetlink(7) for the route to an address.

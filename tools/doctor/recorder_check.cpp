@@ -14,8 +14,8 @@ using boost::asio::ip::make_address_v4;
 namespace kx::tools {
 namespace {
 
-/// The Probes of one client, either to the group or to this machine's addresses. If one was
-/// answered, nothing blocks the others.
+/// The Probes of one client, either to the group or to this machine's addresses. One answer is
+/// enough: it shows that nothing blocks them.
 struct Prober {
     std::string address;
     bool toGroup;
@@ -141,10 +141,10 @@ void CRecorderCheck::CheckSocket()
         Add("not-listening", Level::kFault, evidence, text);
 }
 
-/// Returns whether a socket of another device seems to have joined the group on this adapter: a
-/// server gave that device's Handle with this adapter's IPAddress. The kernel does not tell which
-/// socket has joined, so any socket without an address on a device without the group counts.
-/// `not-listening` is then only a note: the check of that device reports the fault `wrong-device`.
+/// Returns whether a socket bound to another device seems to have joined the group on this adapter:
+/// a server gave that device's Handle with this adapter's IPAddress. The kernel does not tell which
+/// socket joined, so any counts that has no address and whose device is not in the group.
+/// `not-listening` is then only a note: the check of that device, if any, reports `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {
     if (machine.groupMembers.count(adapter.name) == 0)

@@ -145,8 +145,8 @@ void CProbeWatch::OnDatagram(RecorderObservation& seen, const SeenDatagram& data
                          [](const Device& each) { return HasType(each, RecorderType()); }))
             return;
         for (SeenProbe& each : seen.probes) {
-            // The plug-in's answer holds "uuid:" and the whole identifier. RelatesTo compares the
-            // last 36 characters, so it fails for a shorter identifier; EndsWith covers that case.
+            // RelatesTo ignores prefixes, but fails for an identifier shorter than a UUID. EndsWith
+            // covers that: the plug-in answers with "uuid:" and the whole identifier.
             each.answered = each.answered || (each.prober == datagram.destination &&
                                               (RelatesTo(*answer, each.identifier) ||
                                                EndsWith(answer->relatesTo, each.identifier)));

@@ -224,9 +224,9 @@ private:
             CheckStart(adapter, line);
     }
 
-    /// Notes what may keep the adapter's endpoint from starting, and counts it in `startedCount` if
-    /// it can start. Call it in the document's order: after an invalid address the plug-in starts
-    /// no further endpoint.
+    /// Notes what may keep the adapter's endpoint from starting, and counts the adapter in
+    /// `startedCount` if the endpoint can start. Call this for the adapters in the document's
+    /// order: after an invalid address the plug-in starts no further endpoint.
     void CheckStart(const AdapterRecord& adapter, int line)
     {
         const bool bindable = CheckHandle(adapter, line);

@@ -54,9 +54,9 @@ public:
         settled = false;
     }
 
-    /// Sends the current document: at every call until the plug-in has acted on it or kActBound has
-    /// passed, then once in each kRepeatInterval. While StopRecordCount is 0, at every call even
-    /// after kActBound: the run may not have begun to wait for documents.
+    /// Sends the current document at every call until the plug-in has acted on it or kActBound has
+    /// passed, then once in each kRepeatInterval. While StopRecordCount is 0, the plug-in has acted
+    /// on no document, and its run may not wait for one yet: then this sends at every call.
     void Resend()
     {
         const auto now = steady_clock::now();

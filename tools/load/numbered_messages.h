@@ -14,8 +14,8 @@ inline constexpr char kIdentifierMark[] = "{id}";
 /// The messages of one run: copies of the templates in turn, each with an identifier of its own.
 ///
 /// An identifier is "urn:uuid:" and a UUID, whose last group is the message's number. The other
-/// groups are the same throughout the run. NumberIn searches an answer for them: parsing the XML
-/// would be slower than the servers that are measured.
+/// groups are the same throughout the run. NumberIn searches an answer's text for these groups:
+/// parsing the XML would be slower than the servers that are measured.
 class CNumberedMessages {
 public:
     /// @param templates  at least one; each kIdentifierMark in them is replaced

@@ -11,7 +11,8 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// Maximum of paths known by Hello alone; no site has so many. Without it, forged Hellos could fill
-/// the memory: RemoveSilent usually keeps a path that never answered.
+/// the memory: RemoveSilent keeps such a path unless its device, or one with its MAC address, has
+/// answered on the adapter.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
 /// Maximum of recorded devices of other types. Without it, forged answers could fill the memory.
@@ -68,14 +69,14 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 // The transitions of a path (see CDeviceList) to a device of the sought type, and their events.
 // "Known by Hello alone": no Probe was answered by this path yet.
 //
-// unknown --watching: Hello or answer---------------> known: kAppeared
-// unknown --asking once: answer with XAddrs---------> known: kAnswer
-// unknown --asking once: answer without XAddrs------> held: no event
-// held    --ResolveMatches with XAddrs, ReleaseHeld-> known: kAnswer
-// known   --watching: new types, scopes or XAddrs---> known: kChanged
-// known   --Bye-------------------------------------> unknown: kGone
-// known   --RemoveSilent at the end of a round------> unknown: kLost
-// known   --oldest of too many known by Hello alone-> unknown: kLost
+// unknown --watching: Hello or answer------------------> known: kAppeared
+// unknown --asking once: answer with XAddrs------------> known: kAnswer
+// unknown --asking once: answer without XAddrs---------> held: no event
+// held    --ResolveMatches with XAddrs, or ReleaseHeld-> known: kAnswer
+// known   --watching: new types, scopes or XAddrs------> known: kChanged
+// known   --Bye----------------------------------------> unknown: kGone
+// known   --RemoveSilent at the end of a round---------> unknown: kLost
+// known   --oldest of too many known by Hello alone----> unknown: kLost
 std::vector<Event> CDeviceList::Record(Message::Kind kind, const Heard& heard)
 {
     if (kind == Message::Kind::kBye)

@@ -81,9 +81,9 @@ public:
     /// Begins a round. A path is now silent until a Hello or an answer to a Probe arrives by it.
     void StartRound();
 
-    /// Returns whether any path that should have answered is silent: a Probe on its adapter was
-    /// answered before by its device or, because devices restart, by a listed one with the same MAC
-    /// address. Other silent paths do not count: a firewall may keep Probes from their devices.
+    /// Returns whether a silent path should have answered: its device, or a listed one with the
+    /// same MAC address (a restart may change wsa:Address), answered a Probe on its adapter before.
+    /// Other silent paths do not count: a firewall may keep Probes from their devices.
     bool AnySilent();
 
     /// Removes the silent paths that AnySilent counts and returns a kLost event for each.

@@ -31,8 +31,8 @@ constexpr KnownPrefix kKnownPrefixes[] = {
 /// Prefix in our Probe if the user gives none and the namespace has no well-known one.
 constexpr char kOtherPrefix[] = "t";
 
-/// Of the characters that XML does not allow in a prefix or a local name, those that would break
-/// the message or its list of types, and the braces of "{URI}Name".
+/// Not accepted in a prefix or local name. XML forbids more characters; these would break the
+/// message, its list of types or, the braces, the form "{URI}Name" in which users give a type.
 constexpr char kNotInName[] = ": \t\r\n<>&\"'{}=/";
 
 std::string UriOf(const std::string& prefix)

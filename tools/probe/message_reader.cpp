@@ -38,8 +38,9 @@ const XMLElement* FindInAnyNamespace(const XMLElement* parent, const char* local
     return each;
 }
 
-/// Returns whether a body has an element that kBodyForms names, in any namespace. The caller found
-/// none in the namespace of WS-Discovery (April 2005), so the message is of another version.
+/// Returns whether a body has an element that kBodyForms names, in any namespace. If so, the
+/// message is of another version: the caller found no such element in the namespace of WS-Discovery
+/// (April 2005).
 bool IsOfOtherVersion(const XMLElement* body)
 {
     return std::any_of(std::begin(kBodyForms), std::end(kBodyForms), [&](const BodyForm& each) {

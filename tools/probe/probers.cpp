@@ -12,7 +12,7 @@ using boost::system::error_code;
 namespace kx::tools {
 namespace {
 
-/// Returns whether a prober for one of two readings works for the other.
+/// Compares two readings of an adapter: returns whether a prober for one works for the other.
 bool IsSameDevice(const Adapter& left, const Adapter& right)
 {
     return left.name == right.name && left.index == right.index &&
@@ -64,8 +64,8 @@ CProbers::CProbers(boost::asio::io_context& service, CReceiver& usedReceiver,
 
 CProbers::~CProbers()
 {
-    // A pending timer handler may keep a prober alive longer than the receiver, which the
-    // destructor of an open prober uses.
+    // Closes the probers now: a pending timer handler may keep one alive longer than the receiver,
+    // which the destructor of an open prober uses.
     for (const AdapterProber& each : probers)
         each.prober->Close();
     if (monitored.is_open())

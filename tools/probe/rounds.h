@@ -28,8 +28,8 @@ public:
     /// Starts a round. The caller has just sent the round's first Probe.
     void Start();
 
-    /// Begins a round now or, during a round, as soon as that one ends. Call it when a device
-    /// appears that may be a listed one under a new address, or when an adapter changes.
+    /// Begins a round now or, during a round, as soon as that one ends. Call it when an adapter
+    /// changes, or when a device says Hello that may be a listed one with a new wsa:Address.
     void AskSoon();
 
 private:

@@ -15,7 +15,7 @@ minutes(second) = floor(second / step) * step / 60.0
 # than one within a life, one between lives.
 within = sprintf("< awk -F, 'NR > 1 && $6 > 1' '%s'", ARG1)
 # An empty line interrupts the curve "between lives" where it has no sample for more than 60 s, so
-# that no straight line crosses the last life, a third of the soak.
+# that no straight line crosses the last life, which takes the last third of the soak.
 between = sprintf("< awk -F, 'NR > 1 && $6 == 1 " \
     . "{ if ($1 > seen + 60) print \"\"; seen = $1; print }' '%s'", ARG1)
 set multiplot layout 4,1
