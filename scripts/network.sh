@@ -18,8 +18,8 @@ EnterOwnNetwork()
     trap 'exit 143' TERM
 }
 
-# MakeNamespace: creates another network namespace, which exists until the second run of
-# EnterOwnNetwork ends. Sets $namespace to the ID of a process in it, by which nsenter(1) and ip(8)
+# MakeNamespace: creates another network namespace, which exists until the script's second run (see
+# EnterOwnNetwork) ends. Sets $namespace to the ID of a process in it, by which nsenter(1) and ip(8)
 # find the namespace.
 MakeNamespace()
 {

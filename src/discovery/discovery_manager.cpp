@@ -82,8 +82,8 @@ void CDiscoveryManager::Start(std::int32_t multicastEnabled,
 
 void CDiscoveryManager::StopAll()
 {
-    // Has to be the first record of a stop: tools/host/host_log.cpp, tools/soak/report.awk and
-    // benchmarks/plugin_host.cpp recognise a stop by this text.
+    // Has to come first, with this text: from here on tools/soak/report.awk expects no answers.
+    // tools/host/host_log.cpp and benchmarks/plugin_host.cpp count stops by it.
     Report(log, kLogInfo, "Stopping discovery operations on all interfaces");
     for (const auto& endpoint : endpoints)
         boost::asio::dispatch(*ioService, [endpoint] { endpoint->SendBye(); });

@@ -88,10 +88,10 @@ bool CDiscoverySoap::MayMatch(const char* data, std::size_t length) const
 //   their answer.
 // - A Probe without Types is not answered. Otherwise recorders would appear in searches for any
 //   device, where they have never appeared.
-// - A namespace is recognised by a part of its URI, and only if the root element declares it. If
-//   whole URIs were compared, clients of other versions of the standards would lose their answer.
-//   A drawback: the vendor's URI contains "/discovery" too. If the root element declares the
-//   vendor's prefix, and WS-Discovery after it or as the default namespace, Probe and Types are
+// - A namespace is recognised by a part of its URI, and only if the root element declares a prefix
+//   for it. If whole URIs were compared, clients of other versions of the standards would lose
+//   their answer. A drawback: the vendor's URI contains "/discovery" too. If the root element
+//   declares the vendor's prefix, and that of WS-Discovery later or not at all, Probe and Types are
 //   searched under the vendor's prefix. They are not found, so the client gets no answer.
 std::int32_t CDiscoverySoap::ParseProbe(const char* data, std::size_t length,
                                         std::string& messageId, std::string& typesText,

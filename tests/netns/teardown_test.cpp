@@ -52,8 +52,8 @@ protected:
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
     /// Runs the plug-in from Load to Unload and stops it at the moment that GetParam() describes.
-    /// About half of the rounds call Close before that: in the callback, at the record that the
-    /// stop follows, or, if the Moment names no record, before the run.
+    /// In about half of the rounds one call of Close comes before the stop: by the callback, at the
+    /// record that the stop follows; or, if the Moment names no record, before the run begins.
     ///
     /// @param hold  one of kHolds
     /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback

@@ -12,14 +12,14 @@ inline constexpr char kDoctorName[] = "pelorin-doctor";
 /// Time to watch for Probes on a recorder: enough to start a command on the client.
 inline constexpr double kDefaultWatchSeconds = 10;
 
-/// Examines this machine as a recorder, then watches the Probes that arrive and the answers that
-/// leave. Watches only adapters from which a socket on the discovery port receives and on which a
+/// Examines this machine as a recorder. Then watches the Probes that arrive and the answers that
+/// leave, on the adapters from which some program's socket on the discovery port receives, if a
 /// packet socket can be opened. If there are any, asks on standard error to run a client now, and
-/// shows the remaining time there if that is a terminal. SIGINT and SIGTERM end the watch early.
+/// shows the remaining time there if it is a terminal. SIGINT and SIGTERM end the watch early.
 ///
 /// @param names  see CheckAdapters
 ///
-/// Errors: std::runtime_error.
+/// Errors: std::runtime_error, for example when the adapters cannot be read.
 /// Not thread-safe.
 Findings ExamineRecorder(const std::vector<std::string>& names, double watchSeconds);
 

@@ -9,7 +9,7 @@ namespace kx::tools {
 /// results on standard output.
 ///
 /// @param names      files; "-" is standard input
-/// @param elsewhere  does not compare the adapters with the devices of this machine
+/// @param elsewhere  true: the adapters are not compared with the devices of this machine
 /// @param json       prints one JSON object per document; otherwise a line for each finding and one
 ///                   for the verdict
 /// @return the exit status: 0 if all documents are usable, otherwise 1

@@ -98,7 +98,7 @@ private:
 class CFileSource : public IDocumentSource {
 public:
     /// @param file       see ReadDocument
-    /// @param elsewhere  does not compare the adapters with the devices of this machine
+    /// @param elsewhere  true: the adapters are not compared with the devices of this machine
     CFileSource(std::string file, bool elsewhere);
 
     void Read() override;

@@ -19,7 +19,7 @@ namespace kx::tools {
 namespace {
 
 constexpr int kLabelWidth = 7;
-/// The first log record of CDiscoveryManager::StopAll.
+/// The first log record of CDiscoveryManager::StopAll, compared as a whole.
 constexpr char kStopText[] = "Stopping discovery operations on all interfaces";
 
 LogForm logForm = LogForm::kPlain;

@@ -19,8 +19,8 @@ namespace {
 
 /// Maximum time between two calls of CDelivery::Resend.
 constexpr milliseconds kResendInterval{100};
-/// Time between two sends of a document on which the plug-in has acted or had kActBound to act. The
-/// sends go on, because a plug-in that was busy for longer may have missed all earlier ones.
+/// Time between two sends of a document after the plug-in has acted on it or kActBound has passed.
+/// The sends go on, because a plug-in that was busy for longer may have missed all earlier ones.
 constexpr std::chrono::seconds kRepeatInterval{2};
 /// Time in which the plug-in normally acts on a document that changes something. It takes longer if
 /// it has to stop several blocked endpoints first.
@@ -56,7 +56,7 @@ public:
 
     /// Sends the current document at every call until the plug-in has acted on it or kActBound has
     /// passed, then once in each kRepeatInterval. While StopRecordCount is 0, the plug-in has acted
-    /// on no document, and its run may not wait for one yet: then this sends at every call.
+    /// on no document, perhaps because its run is not waiting yet: then this sends at every call.
     void Resend()
     {
         const auto now = steady_clock::now();

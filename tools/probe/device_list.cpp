@@ -11,8 +11,8 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// Maximum of paths known by Hello alone; no site has so many. Without it, forged Hellos could fill
-/// the memory: RemoveSilent keeps such a path unless its device, or one with its MAC address, has
-/// answered on the adapter.
+/// the memory: RemoveSilent keeps a path while neither its device nor another one with its MAC
+/// address has answered on the adapter.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
 /// Maximum of recorded devices of other types. Without it, forged answers could fill the memory.

@@ -65,8 +65,9 @@ public:
 
     /// Records a message. A Bye removes all paths of the device on the adapter. When asking once,
     /// an answer without XAddrs is held: its event follows when a ResolveMatches supplies the
-    /// XAddrs or ReleaseHeld is called. When 20,000 paths are known by Hello alone, a Hello by a
-    /// new path removes the one whose latest Hello is oldest, with a kLost event.
+    /// XAddrs or ReleaseHeld is called. When 20,000 paths have brought Hellos but never an
+    /// answer, a Hello by a new path removes the one whose latest Hello is oldest, with a kLost
+    /// event.
     ///
     /// @return the events, usually none or one
     std::vector<Event> Record(Message::Kind kind, const Heard& heard);

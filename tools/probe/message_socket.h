@@ -43,8 +43,8 @@ public:
 
     /// Opens the socket for sending messages from an ephemeral port and receiving the answers.
     ///
-    /// It is bound to the adapter's IP address, because IP_MULTICAST_IF sets this source only for
-    /// messages to the group.
+    /// It is bound to the adapter's IP address: with IP_MULTICAST_IF alone, only messages to the
+    /// group would have this source address.
     ///
     /// Errors: AdapterError.
     void OpenForProbing();

@@ -8,8 +8,8 @@
 /// Functions for XML namespaces, which tinyxml2 does not know. A name without a prefix belongs to
 /// the default namespace.
 ///
-/// No function fails. Elements passed may be null. Thread-safe as long as the document does not
-/// change.
+/// No function fails. Elements passed may be null. Not thread-safe for elements of one document:
+/// tinyxml2 decodes its names and texts in place when they are first read.
 namespace kx::tools {
 
 /// Returns the first child element with this namespace and local name, or null.

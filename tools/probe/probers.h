@@ -22,9 +22,10 @@ namespace kx::tools {
 /// When watching, it follows the adapters (see Follow). It replaces the probers of an adapter that
 /// is created again or gets another address: their sockets are tied to the old device and address.
 ///
-/// If an adapter cannot be used, the others continue. The user is told once, and again only if a
-/// Probe could be sent on it in the meantime. When watching, each Ask tries again to send, and each
-/// change of an adapter tries again to open sockets.
+/// If an adapter cannot be used, the others continue. The user is told once for each destination,
+/// and again only if a Probe could be sent there in the meantime; for failures between two calls of
+/// Ask, see CProber. When watching, each Ask tries again to send, and each change of an adapter
+/// tries again to open sockets.
 ///
 /// Must outlive the run of the I/O service. Threads: the one that runs the I/O service.
 class CProbers {

@@ -22,9 +22,10 @@ BEGIN {
     max_more["threads"] = 3
 
     # Allowed growth in bytes: the minimum of the last quarter of the samples minus the minimum of
-    # the second quarter. After lives ("Gone") the heap differs by a few texts only; within a life
-    # ("Running") it depends on the number of adapters. Resident memory may grow more, because the
-    # allocator may keep the memory of a huge document.
+    # the second quarter. "Gone" samples follow each unloading: only memory of pelorin-soak itself
+    # is left, so little may differ. "Running" samples are those of the last life, whose heap
+    # depends on the number of adapters. Resident memory may grow more, because the allocator may
+    # keep the memory of a huge document.
     max_growth["Gone", "heap"] = 1024
     max_growth["Running", "heap"] = 65536
     max_growth["Gone", "resident"] = max_growth["Running", "resident"] = 3 * 1048576
