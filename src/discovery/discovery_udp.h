@@ -88,8 +88,8 @@ public:
     /// Threads: manager for the first call of an endpoint, I/O for the others.
     void Restart();
 
-    /// Sends one Bye synchronously and ignores failures. The endpoint sends nothing after it. Tries
-    /// for kMaxStopWait at most, and no longer once StopOperations abandons the Bye.
+    /// Sends one Bye synchronously and ignores failures. The endpoint sends nothing after it. Stops
+    /// trying after kMaxStopWait, or when StopOperations abandons the Bye.
     ///
     /// Threads: I/O.
     void SendBye();
@@ -98,8 +98,9 @@ public:
     ///
     /// @param final  false: does this before it returns; back-off follows. Threads: I/O, or manager
     ///               in the first Restart.
-    ///               true: for good. Posts this work to the I/O thread and waits for it, for
-    ///               kMaxStopWait at most; then abandons a blocked Bye. Threads: manager.
+    ///               true: for good. Posts this work to the I/O thread, after the Bye that StopAll
+    ///               posted there, and waits for it, for kMaxStopWait at most. Then SendBye gives
+    ///               up, so that a blocked Bye delays the work no longer. Threads: manager.
     void StopOperations(bool final);
 
     /// Returns whether an asynchronous operation or the teardown is outstanding. When it returns

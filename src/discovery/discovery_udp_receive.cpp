@@ -17,8 +17,9 @@ using log::Report;
 
 namespace {
 
-/// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Linux truncates
-/// such a datagram and reports no error, so only a test produces the code.
+/// The Windows error code ERROR_MORE_DATA: a datagram was longer than the buffer. Any other error
+/// would begin back-off. On Linux only a test produces this code: Linux truncates such a datagram
+/// and reports no error.
 constexpr int kReceiveTooSmall = 234;
 
 } // namespace

@@ -105,9 +105,9 @@ void CDiscoveryUdp::OnSendComplete(const Message& message, const error_code& err
         if (!socket.is_open() || sendRetryCount >= kFailuresBeforeRestart)
             ScheduleRetry();
         ++sendRetryCount;
-        // Deliberate: retries even after ScheduleRetry has closed the socket. Otherwise the record
-        // below would be missing from the log. That retry fails, and its handler only decrements
-        // `pendingOps`, because `closing` is set.
+        // Deliberate: also after ScheduleRetry has closed the socket. So this record follows every
+        // "Send Error", and a retry follows every such record. That retry fails, and its handler
+        // only decrements `pendingOps`, because `closing` is set.
         Report(log, kLogInfo, "Retrying send to destination: ", destination.address());
         SendMessage(message);
     } else {

@@ -24,9 +24,8 @@ tinyxml2::XMLElement* MakeMacScope(tinyxml2::XMLDocument& document, const std::s
 /// Creates wsd:Types with all types, separated by spaces. Each type that does not begin with the
 /// vendor's prefix gets it: X becomes ktz:X. Without types, the element is empty.
 ///
-/// Deliberate: a type with another prefix gets the vendor's too: dn:X becomes ktz:dn:X. A client
-/// that resolves prefixes would refuse dn:X, because the envelope does not declare dn. kDeviceTypes
-/// has no such type.
+/// Deliberate: a type with another prefix gets the vendor's too: dn:X becomes ktz:dn:X, because
+/// the envelope does not declare dn. kDeviceTypes has no such type.
 tinyxml2::XMLElement* MakeTypes(tinyxml2::XMLDocument& document,
                                 const std::vector<std::string>& types);
 

@@ -52,8 +52,8 @@ protected:
     int Pick(int low, int high) { return std::uniform_int_distribution<>(low, high)(random); }
 
     /// Runs the plug-in from Load to Unload and stops it at the moment that GetParam() describes.
-    /// In about half of the rounds one call of Close comes before the stop: by the callback, at the
-    /// record that the stop follows; or, if the Moment names no record, before the run begins.
+    /// In about half of the rounds Close is called once before this stop: by the callback, when it
+    /// gets the record after which the stop comes; before the run if the Moment names no record.
     ///
     /// @param hold  one of kHolds
     /// @return the seconds that FakeHost::Stop took, without those spent in the host's callback
@@ -139,8 +139,8 @@ double Teardown::Round(const std::string& hold)
     return std::chrono::duration<double>(taken - steady_clock::duration(inCallback)).count();
 }
 
-// Whenever the stop comes, IOCTL code 1 returns soon after the callback's last call has returned,
-// with one Bye per endpoint. No descriptor and no thread is left.
+// Whenever the stop comes, it takes less than kNoise, the time in the host's callback aside. Each
+// endpoint logs one Bye. No descriptor and no thread is left.
 TEST_P(Teardown, IsBoundedAndComplete)
 {
     const Moment& moment = GetParam();

@@ -69,7 +69,7 @@ int CAdapterMonitor::Descriptor() const
 std::set<int> CAdapterMonitor::ReadDeleted()
 {
     // nl_recvmsgs_default fails when no announcement is left, and once after the kernel dropped
-    // some. The rest then keeps the descriptor readable, so the caller calls again.
+    // some. Those that are left then keep the descriptor readable, so the caller calls again.
     while (nl_recvmsgs_default(socket.get()) >= 0)
         continue;
     return std::exchange(deleted, {});

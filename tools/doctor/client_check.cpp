@@ -125,7 +125,7 @@ void CClientCheck::CheckDirect()
     for (const SeenAnswer& each : seen.answers) {
         const std::string target = each.source.to_string();
         const std::string& address = each.device.address;
-        // An address that became known after the last direct Probes was not asked.
+        // An IP address that became known after the last direct Probes was not asked.
         if (!each.target.empty() || !WasAsked(seen, target) ||
             !asked.insert({target, address}).second)
             continue;

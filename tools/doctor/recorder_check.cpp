@@ -142,8 +142,8 @@ void CRecorderCheck::CheckSocket()
 }
 
 /// Returns whether a socket bound to another device seems to have joined the group on this adapter:
-/// a server gave that device's Handle with this adapter's IPAddress. The kernel does not tell which
-/// socket joined, so any counts that has no address and whose device is not in the group.
+/// a server gave that device's name (Handle) with this adapter's IPAddress. As the kernel does not
+/// tell which socket joined, each counts that has no address and on whose device none has joined.
 /// `not-listening` is then only a note: the check of that device, if any, reports `wrong-device`.
 bool CRecorderCheck::JoinedForAnother() const
 {

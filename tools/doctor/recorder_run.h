@@ -13,9 +13,9 @@ inline constexpr char kDoctorName[] = "pelorin-doctor";
 inline constexpr double kDefaultWatchSeconds = 10;
 
 /// Examines this machine as a recorder. Then watches the Probes that arrive and the answers that
-/// leave, on the adapters from which some program's socket on the discovery port receives, if a
-/// packet socket can be opened. If there are any, asks on standard error to run a client now, and
-/// shows the remaining time there if it is a terminal. SIGINT and SIGTERM end the watch early.
+/// leave on each adapter for which a packet socket can be opened and from which any socket on the
+/// discovery port receives. If it watches any adapter, asks on standard error to run a client now,
+/// and shows the remaining time there if it is a terminal. SIGINT and SIGTERM end the watch early.
 ///
 /// @param names  see CheckAdapters
 ///

@@ -89,7 +89,7 @@ private:
     std::set<int> deleted;
     /// How many times ReadChanges found a connected adapter deleted, renamed or disconnected. An
     /// adapter that is back under its name may be another device, and sockets of the old device
-    /// receive nothing. A new number changes the document, so the plug-in opens new sockets.
+    /// receive nothing. The document contains this number, so the plug-in opens new sockets.
     int goneCount = 0;
     std::string handedOverText;
 };

@@ -63,8 +63,8 @@ public:
         const bool seldom = settled && StopRecordCount() > 0;
         if (seldom && now < sentAt + kRepeatInterval)
             return;
-        // True too early if the new stop record belongs to the previous document. So the document
-        // is sent once more below in any case, and again after kRepeatInterval.
+        // `acted` is true too early if the new stop record belongs to the previous document. So the
+        // document is sent once more below in any case, and again after kRepeatInterval.
         const bool acted = StopRecordCount() != stopsBefore;
         const bool readable =
             document.check && document.check->verdict != DocumentCheck::Verdict::kDropped;

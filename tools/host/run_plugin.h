@@ -16,8 +16,8 @@ namespace kx::tools {
 /// @param limit    maximum time of the run; none: unlimited
 ///
 /// Errors: std::runtime_error if the run returns before it is asked to, and for every exception,
-/// the plug-in's and the host's own. After an exception Unload is not called: it would wait forever
-/// for a run that threw.
+/// the plug-in's and the host's own. After an exception Unload is not called: the run may have
+/// thrown, and Unload would then wait forever.
 /// Threads: call it on the main thread. The plug-in's run gets a thread of its own.
 void RunPlugin(const CPluginLibrary& plugin, IDocumentSource& source, const CSignalQueue& signals,
                std::optional<std::chrono::steady_clock::duration> limit);

@@ -10,9 +10,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Maximum of paths known by Hello alone; no site has so many. Without it, forged Hellos could fill
-/// the memory: RemoveSilent keeps a path while neither its device nor another one with its MAC
-/// address has answered on the adapter.
+/// Maximum of paths (see CDeviceList) that are known by Hello alone; no site has so many. Without
+/// it, forged Hellos could fill the memory: RemoveSilent removes a path only if its device, or a
+/// listed one with its MAC address, has answered a Probe on the adapter.
 constexpr std::size_t kMaxUnanswered = 20'000;
 
 /// Maximum of recorded devices of other types. Without it, forged answers could fill the memory.
@@ -73,7 +73,7 @@ CDeviceList::CDeviceList(std::optional<DeviceType> type, bool watch)
 // unknown --asking once: answer with XAddrs------------> known: kAnswer
 // unknown --asking once: answer without XAddrs---------> held: no event
 // held    --ResolveMatches with XAddrs, or ReleaseHeld-> known: kAnswer
-// known   --watching: new types, scopes or XAddrs------> known: kChanged
+// known   --watching: new types, scopes; first XAddrs--> known: kChanged
 // known   --Bye----------------------------------------> unknown: kGone
 // known   --RemoveSilent at the end of a round---------> unknown: kLost
 // known   --oldest of too many known by Hello alone----> unknown: kLost

@@ -82,8 +82,8 @@ public:
     /// Begins a round. A path is now silent until a Hello or an answer to a Probe arrives by it.
     void StartRound();
 
-    /// Returns whether a silent path should have answered: its device, or a listed one with the
-    /// same MAC address (a restart may change wsa:Address), answered a Probe on its adapter before.
+    /// Returns whether a silent path should have answered: on its adapter, its device, or a listed
+    /// device with the same MAC address (a restart may change wsa:Address), has answered a Probe.
     /// Other silent paths do not count: a firewall may keep Probes from their devices.
     bool AnySilent();
 

@@ -80,8 +80,8 @@ std::uint64_t CProber::DroppedCount()
 
 void CProber::Send()
 {
-    // The timer of an earlier Ask may still call this function: an Ask that sends only once does
-    // not cancel the timer, and Close cannot once it has expired.
+    // The timer of an earlier Ask may still call this function: an Ask that sends only once leaves
+    // that timer running, and Close cannot cancel a timer that has expired.
     if (remaining.times == 0)
         return;
     --remaining.times;
@@ -143,8 +143,9 @@ void CProber::OnAnnouncement(const Datagram& datagram)
         ++ignored.unread[static_cast<std::size_t>(std::get<Unread>(read))];
 }
 
-/// Returns how long an answer took, counted from the latest repetition before it. This is a guess:
-/// repetitions are identical, so the answer does not tell which one it belongs to.
+/// Returns how long an answer took since the latest sending of the Probes before it; nothing if
+/// there was none. This is a guess: repetitions are identical, so the answer does not tell which
+/// sending it belongs to.
 std::optional<steady_clock::duration> CProber::RoundTrip(const Datagram& answer) const
 {
     const auto after = std::upper_bound(sentTimes.begin(), sentTimes.end(), answer.receivedAt);

@@ -6,8 +6,8 @@
 namespace kx::tools {
 
 /// Returns the resources of this process: "heap N, resident N, descriptors N, threads N". The heap
-/// in use (mallinfo2(3); includes freed memory in the allocator's caches, tcache) and the resident
-/// memory (statm of proc(5)) are in bytes.
+/// in use (mallinfo2(3); includes freed memory in the allocator's caches per thread) and the
+/// resident memory (statm of proc(5)) are in bytes.
 ///
 /// Errors: std::filesystem::filesystem_error when /proc is not mounted.
 /// Thread-safe.
